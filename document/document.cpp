@@ -1,0 +1,88 @@
+#include "document/document.h"
+
+#include "diagnostics/call_log.h"
+#include "io/text.h"
+
+namespace ormavec {
+
+namespace {
+thread_local int32_t tVersionMode = 0;
+}  // namespace
+
+int32_t CurrentVersionMode() noexcept { return tVersionMode; }
+
+DXFDocument::DXFDocument()
+    : header_(std::make_shared<::ormavec::HEADER>()),
+      entities_(std::make_shared<::ormavec::ENTITIES>()),
+      blocks_(std::make_shared<::ormavec::BLOCKS>()),
+      tables_(std::make_shared<::ormavec::TABLES>()) {}
+
+DXFDocument::~DXFDocument() = default;
+
+void DXFDocument::SetVersionMode(int16_t mode) noexcept { tVersionMode = mode; }
+int16_t DXFDocument::VersionMode() const noexcept { return static_cast<int16_t>(tVersionMode); }
+
+void DXFDocument::Load(const std::string& fileName) {
+    fileName_ = fileName;
+    // A reader left by a failed load is released here, which closes its file.
+    reader_ = std::make_unique<DXFReader>(codePage_);
+    DXFReader& reader = *reader_;
+    reader.SetTextConvertMode(textConvertMode_);
+    reader.Progress = [this](int32_t& percent) {
+        if (Progress) Progress(percent);
+    };
+    reader.OpenInput(fileName);
+    while (!reader.AtEnd()) {
+        const DXFReader::Pair& pair = reader.Read();
+        if (pair.Code != 0) continue;
+        if (pair.Value == "SECTION") {
+            std::string name = UpperCase(reader.Read().Value);
+            if (name == "HEADER")
+                header_->ReadSection(reader);
+            else if (name == "TABLES")
+                tables_->ReadSection(reader);
+            else if (name == "BLOCKS")
+                blocks_->ReadSection(reader);
+            else if (name == "ENTITIES")
+                entities_->ReadSection(reader);
+            // Any other section is read past pair by pair by this loop.
+        } else if (pair.Value == "EOF") {
+            break;
+        }
+    }
+    reader.CloseInput();
+    reader_.reset();
+}
+
+void DXFDocument::Save(const std::string& fileName) {
+    Trace("DXFDocument.Save >>>");
+    fileName_ = fileName;
+    int32_t handle = 0;
+    Trace("DXFDocument.Save 1");
+    DXFWriter writer(codePage_);
+    writer.OpenOutput(fileName);
+    Trace("DXFDocument.Save 2");
+    header_->WriteOut(writer);
+    Trace("DXFDocument.Save 3");
+    WriteClasses(writer);
+    Trace("DXFDocument.Save 4");
+    const XYZ extMin = header_->ExtMin();
+    const XYZ extMax = header_->ExtMax();
+    const double centerX = (extMax.X + extMin.X) / 2;
+    const double centerY = (extMax.Y + extMin.Y) / 2;
+    const double height = extMax.Y - extMin.Y;
+    tables_->WriteOut(writer, *blocks_, handle, centerX, centerY, height);
+    Trace("DXFDocument.Save 5");
+    blocks_->WriteOut(writer, handle);
+    Trace("DXFDocument.Save 6");
+    entities_->WriteOut(writer, handle);
+    Trace("DXFDocument.Save 7");
+    WriteObjects(writer, handle);
+    Trace("DXFDocument.Save 8");
+    WriteEof(writer);
+    Trace("DXFDocument.Save 9");
+    writer.CloseOutput();
+    Trace("DXFDocument.Save <<<");
+}
+
+}  // namespace ormavec

@@ -1,0 +1,76 @@
+// The document: owns the four section objects, loads a drawing file into
+// them and saves them as a complete drawing file.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <string>
+#include <string_view>
+
+#include "document/blocks.h"
+#include "document/entities.h"
+#include "document/header.h"
+#include "document/tables.h"
+#include "io/reader.h"
+#include "io/writer.h"
+
+namespace ormavec {
+
+// The version mode of the calling thread, shared by every document on it.
+int32_t CurrentVersionMode() noexcept;
+
+class DXFDocument final : public Object {
+public:
+    static constexpr std::string_view kClassName = "DXFDocument";
+    std::string_view ClassName() const override { return kClassName; }
+
+    DXFDocument();
+    ~DXFDocument() override;
+
+    const std::shared_ptr<::ormavec::HEADER>& HEADER() const noexcept { return header_; }
+    const std::shared_ptr<::ormavec::ENTITIES>& ENTITIES() const noexcept { return entities_; }
+    const std::shared_ptr<::ormavec::BLOCKS>& BLOCKS() const noexcept { return blocks_; }
+    const std::shared_ptr<::ormavec::TABLES>& TABLES() const noexcept { return tables_; }
+    const std::string& FileName() const noexcept { return fileName_; }
+
+    // Adds what the file holds to the model; stops at the first error, which
+    // propagates with what was read until then kept.
+    void Load(const std::string& fileName);
+    void Save(const std::string& fileName);
+    // Part of the interface; they change nothing.
+    void ExplodePolyLines() noexcept {}
+    void ExplodeLWPolyLines() noexcept {}
+
+    void SetTextConvertMode(::ormavec::TextConvertMode mode) noexcept { textConvertMode_ = mode; }
+    ::ormavec::TextConvertMode TextConvertMode() const noexcept { return textConvertMode_; }
+    // Per thread: every document on the thread sees the same value.
+    void SetVersionMode(int16_t mode) noexcept;
+    int16_t VersionMode() const noexcept;
+
+    // The single-byte code page of the files read and written (1250 unless
+    // set otherwise).
+    void SetCodePage(::ormavec::CodePage cp) noexcept { codePage_ = cp; }
+    ::ormavec::CodePage CodePage() const noexcept { return codePage_; }
+
+    // Raised while loading with the percentage of the file consumed; a
+    // handler may change the value, which the reader then keeps.
+    std::function<void(int32_t& percent)> Progress;
+
+    // The fixed sections of every saved file.
+    static void WriteClasses(DXFWriter& writer);
+    static void WriteObjects(DXFWriter& writer, int32_t& handle);
+    static void WriteEof(DXFWriter& writer);
+
+private:
+    std::shared_ptr<::ormavec::HEADER> header_;
+    std::shared_ptr<::ormavec::ENTITIES> entities_;
+    std::shared_ptr<::ormavec::BLOCKS> blocks_;
+    std::shared_ptr<::ormavec::TABLES> tables_;
+    std::string fileName_;
+    ::ormavec::TextConvertMode textConvertMode_ = ::ormavec::TextConvertMode::None;
+    ::ormavec::CodePage codePage_ = ::ormavec::CodePage::Windows1250;
+    std::unique_ptr<DXFReader> reader_;  // the reader of a load in progress or of a failed one
+};
+
+}  // namespace ormavec

@@ -1,0 +1,116 @@
+#include "document/header.h"
+
+#include "diagnostics/call_log.h"
+#include "io/error.h"
+#include "io/number.h"
+#include "io/text.h"
+
+namespace ormavec {
+
+namespace {
+// The $ACADVER text: "AC" and the number in four digits. This is the text of
+// every version of the table (1006, 1009, 1012, 1014, 1015, 1018, 1500), and a
+// version outside it is written the same way, so that the variable always
+// has its value.
+std::string versionText(int32_t version) {
+    std::string digits = std::to_string(version < 0 ? -static_cast<int64_t>(version) : version);
+    if (digits.size() < 4) digits.insert(0, 4 - digits.size(), '0');
+    return (version < 0 ? "AC-" : "AC") + digits;
+}
+}  // namespace
+
+int32_t HEADER::ParseVersion(std::string_view text, const DXFReader* reader) {
+    std::size_t i = 0;
+    while (i < text.size() && !(text[i] >= '0' && text[i] <= '9')) ++i;
+    if (i == text.size()) return 0;
+    std::string_view rest = text.substr(i);
+    if (reader) return reader->ToInt32(rest);
+    int32_t n = 0;
+    switch (ParseInt32(rest, n)) {
+    case ParseStatus::Ok: return n;
+    case ParseStatus::TypeMismatch: RaiseError(err::TypeMismatch, kClassName, "Type mismatch: version \"" + std::string(text) + "\"");
+    case ParseStatus::Overflow: RaiseError(err::Overflow, kClassName, "Overflow: version \"" + std::string(text) + "\"");
+    }
+    return n;
+}
+
+XYZ HEADER::readPoint(DXFReader& reader) {
+    XYZ p{};
+    // Exactly three pairs; one that is not a coordinate is pushed back, read
+    // again next round, and left pushed back for the section loop.
+    for (int round = 0; round < 3; ++round) {
+        const DXFReader::Pair& pair = reader.Read();
+        switch (pair.Code) {
+        case 10: p.X = reader.ToDouble(pair.Value); break;
+        case 20: p.Y = reader.ToDouble(pair.Value); break;
+        case 30: p.Z = reader.ToDouble(pair.Value); break;
+        default: reader.UnRead(); break;
+        }
+    }
+    return p;
+}
+
+void HEADER::ReadSection(DXFReader& reader) {
+    SetExtMax({});
+    SetExtMin({});
+    SetInsBase({});
+    while (!reader.AtEnd()) {
+        const DXFReader::Pair& pair = reader.Read();
+        if (pair.Value == "ENDSEC") return;
+        if (pair.Code != 9) continue;
+        std::string name = UpperCase(pair.Value);
+        if (name == "$ACADVER") {
+            const DXFReader::Pair& value = reader.Read();
+            if (value.Code == 1) SetAcadVer(ParseVersion(value.Value, &reader));
+        } else if (name == "$EXTMAX") {
+            SetExtMax(readPoint(reader));
+        } else if (name == "$EXTMIN") {
+            SetExtMin(readPoint(reader));
+        } else if (name == "$INSBASE") {
+            SetInsBase(readPoint(reader));
+        }
+    }
+}
+
+void HEADER::WriteOut(DXFWriter& w) const {
+    Trace("Header.WriteOut >>>");
+    w.BeginSection();
+    Trace("Header.WriteOut 1");
+    w.WriteString(2, "HEADER");
+    Trace("Header.WriteOut 2");
+    if (acadVer_ != 0) {
+        w.WriteString(9, "$ACADVER");
+        Trace("Header.WriteOut 3");
+        w.WriteString(1, versionText(acadVer_));
+        Trace("Header.WriteOut 4");
+        w.WriteString(9, "$ACADMAINTVER");
+        Trace("Header.WriteOut 5");
+        w.WriteInteger(70, 0);
+        Trace("Header.WriteOut 6");
+        w.WriteString(9, "$DWGCODEPAGE");
+        Trace("Header.WriteOut 7");
+        w.WriteString(3, "ANSI_1250");
+        Trace("Header.WriteOut 8");
+    }
+    w.WriteString(9, "$EXTMIN");
+    w.WritePoint(extMin_.X, extMin_.Y, extMin_.Z, 10, 20, 30);
+    w.WriteString(9, "$EXTMAX");
+    w.WritePoint(extMax_.X, extMax_.Y, extMax_.Z, 10, 20, 30);
+    w.WriteString(9, "$INSBASE");
+    w.WritePoint(insBase_.X, insBase_.Y, insBase_.Z, 10, 20, 30);
+    Trace("Header.WriteOut 9");
+    w.WriteString(9, "$LTSCALE");
+    w.WriteInteger(40, 1);
+    w.WriteString(9, "$LUNITS");
+    w.WriteInteger(70, 2);
+    w.WriteString(9, "$LUPREC");
+    w.WriteInteger(70, 10);
+    w.WriteString(9, "$HANDLING");
+    w.WriteInteger(70, 0);
+    w.WriteString(9, "$HANDSEED");
+    w.WriteInteger(5, 999999);
+    w.EndSection();
+    Trace("Header.WriteOut <<<");
+}
+
+}  // namespace ormavec

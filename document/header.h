@@ -1,0 +1,44 @@
+// The header variables the model keeps: version, extents, insertion base.
+#pragma once
+
+#include <cstdint>
+#include <string_view>
+
+#include "collections/variant.h"
+#include "entities/records.h"
+#include "io/reader.h"
+#include "io/writer.h"
+
+namespace ormavec {
+
+class HEADER final : public Object {
+public:
+    static constexpr std::string_view kClassName = "HEADER";
+    std::string_view ClassName() const override { return kClassName; }
+
+    // The digits of $ACADVER (1015 for "AC1015"); 0 means unknown.
+    int32_t AcadVer() const noexcept { return acadVer_; }
+    void SetAcadVer(int32_t value) noexcept { acadVer_ = value; }
+    XYZ ExtMax() const noexcept { return extMax_; }
+    void SetExtMax(const XYZ& value) noexcept { extMax_ = value; }
+    XYZ ExtMin() const noexcept { return extMin_; }
+    void SetExtMin(const XYZ& value) noexcept { extMin_ = value; }
+    XYZ InsBase() const noexcept { return insBase_; }
+    void SetInsBase(const XYZ& value) noexcept { insBase_ = value; }
+
+    // Reads the section after its 2/"HEADER" pair up to "ENDSEC".
+    void ReadSection(DXFReader& reader);
+    void WriteOut(DXFWriter& writer) const;
+
+    // The number in a version text: from its first digit on ("AC1015" gives
+    // 1015); 0 when it has no digit.
+    static int32_t ParseVersion(std::string_view text, const DXFReader* reader = nullptr);
+
+private:
+    XYZ readPoint(DXFReader& reader);
+
+    int32_t acadVer_ = 0;
+    XYZ extMax_{}, extMin_{}, insBase_{};
+};
+
+}  // namespace ormavec

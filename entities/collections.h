@@ -1,0 +1,152 @@
+// The entity collections: the array list over each entity record, with the
+// members that write all records and measure their extent.
+#pragma once
+
+#include <cstdint>
+
+#include "collections/array_list.h"
+#include "entities/records.h"
+#include "io/reader.h"
+#include "io/writer.h"
+
+namespace ormavec {
+
+ORMAVEC_COLLECTION(LWVERTEXES, LWVERTEX, 1000);
+ORMAVEC_COLLECTION(XYZS, XYZ, 1000);
+
+// Reading one entity whose 0/<name> pair has been consumed: the record
+// starts from its read defaults, takes the entity's pairs, and the code-0
+// pair after them is pushed back.
+void ReadEntity(DXFReader& reader, LINE_ENT& record);
+void ReadEntity(DXFReader& reader, ARC_ENT& record);
+void ReadEntity(DXFReader& reader, CIRCLE_ENT& record);
+void ReadEntity(DXFReader& reader, ELLIPSE_ENT& record);
+void ReadEntity(DXFReader& reader, POINT_ENT& record);
+void ReadEntity(DXFReader& reader, SOLID_ENT& record);
+void ReadEntity(DXFReader& reader, FACE3D_ENT& record);
+void ReadEntity(DXFReader& reader, TEXT_ENT& record);
+void ReadEntity(DXFReader& reader, MTEXT_ENT& record);
+void ReadEntity(DXFReader& reader, INSERT_ENT& record);  // with the ATTRIBs that follow
+void ReadEntity(DXFReader& reader, ATTDEF_ENT& record);
+void ReadEntity(DXFReader& reader, ATTRIB_ENT& record);  // consumes a closing SEQEND
+void ReadEntity(DXFReader& reader, POLYLINE_ENT& record);  // with its VERTEX and SEQEND
+void ReadVertex(DXFReader& reader, VERTEX_ENT& record);
+void ReadEntity(DXFReader& reader, LWVERTEXES& vertexList, LWPOLYLINE_ENT& record);
+void ReadEntity(DXFReader& reader, XYZS& pointList, HATCH_ENT& record);
+
+// Writing one record; every handle written takes the next value of the
+// running counter.
+void WriteEntity(DXFWriter& writer, const LINE_ENT& record, int32_t& handle);
+void WriteEntity(DXFWriter& writer, const ARC_ENT& record, int32_t& handle);
+void WriteEntity(DXFWriter& writer, const CIRCLE_ENT& record, int32_t& handle);
+void WriteEntity(DXFWriter& writer, const ELLIPSE_ENT& record, int32_t& handle);
+void WriteEntity(DXFWriter& writer, const POINT_ENT& record, int32_t& handle);
+void WriteEntity(DXFWriter& writer, const SOLID_ENT& record, int32_t& handle);
+void WriteEntity(DXFWriter& writer, const FACE3D_ENT& record, int32_t& handle);
+void WriteEntity(DXFWriter& writer, const TEXT_ENT& record, int32_t& handle);
+void WriteEntity(DXFWriter& writer, const MTEXT_ENT& record, int32_t& handle);
+void WriteEntity(DXFWriter& writer, const INSERT_ENT& record, int32_t& handle);
+void WriteEntity(DXFWriter& writer, const ATTDEF_ENT& record, int32_t& handle);
+void WriteEntity(DXFWriter& writer, const ATTRIB_ENT& record, int32_t& handle, int32_t ownerHandle);
+void WriteEntity(DXFWriter& writer, const POLYLINE_ENT& record, int32_t& handle);
+void WriteVertex(DXFWriter& writer, const VERTEX_ENT& vertex, const POLYLINE_ENT& owner, int32_t& handle);
+void WriteEntity(DXFWriter& writer, const LWPOLYLINE_ENT& record, int32_t& handle);
+void WriteEntity(DXFWriter& writer, const HATCH_ENT& record, int32_t& handle);
+
+// The 2D box of one record for the drawing extent.
+void GetRecordExtent(const LINE_ENT& r, double& minX, double& minY, double& maxX, double& maxY);
+void GetRecordExtent(const ARC_ENT& r, double& minX, double& minY, double& maxX, double& maxY);
+void GetRecordExtent(const CIRCLE_ENT& r, double& minX, double& minY, double& maxX, double& maxY);
+void GetRecordExtent(const ELLIPSE_ENT& r, double& minX, double& minY, double& maxX, double& maxY);
+void GetRecordExtent(const POINT_ENT& r, double& minX, double& minY, double& maxX, double& maxY);
+void GetRecordExtent(const SOLID_ENT& r, double& minX, double& minY, double& maxX, double& maxY);
+void GetRecordExtent(const FACE3D_ENT& r, double& minX, double& minY, double& maxX, double& maxY);
+void GetRecordExtent(const TEXT_ENT& r, double& minX, double& minY, double& maxX, double& maxY);
+void GetRecordExtent(const MTEXT_ENT& r, double& minX, double& minY, double& maxX, double& maxY);
+void GetRecordExtent(const INSERT_ENT& r, double& minX, double& minY, double& maxX, double& maxY);
+void GetRecordExtent(const POLYLINE_ENT& r, double& minX, double& minY, double& maxX, double& maxY);
+void GetRecordExtent(const LWPOLYLINE_ENT& r, double& minX, double& minY, double& maxX, double& maxY);
+
+template <class T>
+concept HasExtent = requires(const T& r, double& v) { GetRecordExtent(r, v, v, v, v); };
+
+// Widens a running extent by one box; an extent of four exact zeros counts
+// as empty and is replaced.
+inline void MergeExtent(double& x0, double& y0, double& x1, double& y1, double minX, double minY, double maxX, double maxY) noexcept {
+    if (x0 == 0.0 && y0 == 0.0 && x1 == 0.0 && y1 == 0.0) {
+        x0 = minX;
+        y0 = minY;
+        x1 = maxX;
+        y1 = maxY;
+        return;
+    }
+    if (x0 > minX) x0 = minX;
+    if (y0 > minY) y0 = minY;
+    if (x1 < maxX) x1 = maxX;
+    if (y1 < maxY) y1 = maxY;
+}
+
+template <class T, class Derived>
+class EntityList : public ArrayList<T, Derived> {
+public:
+    using ArrayList<T, Derived>::ArrayList;
+
+    // Writes every record in index order.
+    void WriteOut(DXFWriter& writer, int32_t& handle) const
+        requires(!std::is_same_v<T, ATTRIB_ENT>)
+    {
+        for (const T& r : *this) WriteEntity(writer, r, handle);
+    }
+
+    void GetRecordExtent(int32_t index, double& minX, double& minY, double& maxX, double& maxY) const
+        requires HasExtent<T>
+    {
+        if (index < 0 || index >= this->Count()) RaiseError(err::SubscriptOutOfRange, Derived::kClassName, "Subscript out of range");
+        ::ormavec::GetRecordExtent(this->ItemRef(index), minX, minY, maxX, maxY);
+    }
+
+    void GetExtent(double& x0, double& y0, double& x1, double& y1) const
+        requires HasExtent<T>
+    {
+        for (const T& r : *this) {
+            double minX = 0, minY = 0, maxX = 0, maxY = 0;
+            ::ormavec::GetRecordExtent(r, minX, minY, maxX, maxY);
+            MergeExtent(x0, y0, x1, y1, minX, minY, maxX, maxY);
+        }
+    }
+};
+
+#define ORMAVEC_ENTITY_COLLECTION(Name, Record)                                   \
+    class Name final : public ::ormavec::EntityList<Record, Name> {               \
+    public:                                                                        \
+        static constexpr std::string_view kClassName = #Name;                      \
+        Name() = default;                                                          \
+    }
+
+ORMAVEC_ENTITY_COLLECTION(LINES, LINE_ENT);
+ORMAVEC_ENTITY_COLLECTION(ARCS, ARC_ENT);
+ORMAVEC_ENTITY_COLLECTION(CIRCLES, CIRCLE_ENT);
+ORMAVEC_ENTITY_COLLECTION(ELLIPSES, ELLIPSE_ENT);
+ORMAVEC_ENTITY_COLLECTION(POINTS, POINT_ENT);
+ORMAVEC_ENTITY_COLLECTION(SOLIDS, SOLID_ENT);
+ORMAVEC_ENTITY_COLLECTION(FACE3DS, FACE3D_ENT);
+ORMAVEC_ENTITY_COLLECTION(TEXTS, TEXT_ENT);
+ORMAVEC_ENTITY_COLLECTION(MTEXTS, MTEXT_ENT);
+ORMAVEC_ENTITY_COLLECTION(INSERTS, INSERT_ENT);
+ORMAVEC_ENTITY_COLLECTION(ATTDEFS, ATTDEF_ENT);
+ORMAVEC_ENTITY_COLLECTION(POLYLINES, POLYLINE_ENT);
+ORMAVEC_ENTITY_COLLECTION(LWPOLYLINES, LWPOLYLINE_ENT);
+ORMAVEC_ENTITY_COLLECTION(HATCHES, HATCH_ENT);
+
+// Attributes of an INSERT; written by their insert with its handle as owner.
+class ATTRIBS final : public EntityList<ATTRIB_ENT, ATTRIBS> {
+public:
+    static constexpr std::string_view kClassName = "ATTRIBS";
+    ATTRIBS() : EntityList<ATTRIB_ENT, ATTRIBS>(10) {}
+
+    void WriteOut(DXFWriter& writer, int32_t& handle, int32_t ownerHandle) const {
+        for (const ATTRIB_ENT& r : *this) WriteEntity(writer, r, handle, ownerHandle);
+    }
+};
+
+}  // namespace ormavec

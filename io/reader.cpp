@@ -1,0 +1,313 @@
+#include "io/reader.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cmath>
+#include <cstring>
+
+#include "io/error.h"
+#include "io/number.h"
+
+namespace ormavec {
+
+namespace {
+
+constexpr std::size_t kInitialBuffer = 1u << 20;
+constexpr const char* kSource = "DXFReader";
+
+std::string_view trimSpaces(std::string_view s) noexcept {
+    while (!s.empty() && s.front() == ' ') s.remove_prefix(1);
+    while (!s.empty() && s.back() == ' ') s.remove_suffix(1);
+    return s;
+}
+
+// The letters repaired in FromUTF8 mode: lead byte, trail byte, letter.
+struct Utf8Letter {
+    unsigned char lead;
+    unsigned char trail;
+    char32_t letter;
+};
+constexpr Utf8Letter kUtf8Letters[18] = {
+    {195, 182, U'\u00F6'}, {195, 188, U'\u00FC'}, {195, 179, U'\u00F3'}, {197, 145, U'\u0151'},
+    {195, 186, U'\u00FA'}, {195, 169, U'\u00E9'}, {195, 161, U'\u00E1'}, {197, 177, U'\u0171'},
+    {195, 173, U'\u00ED'}, {195, 150, U'\u00D6'}, {195, 156, U'\u00DC'}, {195, 147, U'\u00D3'},
+    {197, 144, U'\u0150'}, {195, 154, U'\u00DA'}, {195, 137, U'\u00C9'}, {195, 129, U'\u00C1'},
+    {197, 176, U'\u0170'}, {195, 141, U'\u00CD'},
+};
+
+char32_t repairedLetter(unsigned char lead, unsigned char trail) noexcept {
+    for (const Utf8Letter& l : kUtf8Letters)
+        if (l.lead == lead && l.trail == trail) return l.letter;
+    return 0;
+}
+
+[[noreturn]] void failOpen(const std::string& fileName, int error) {
+    switch (error) {
+    case ENOENT: RaiseError(err::FileNotFound, kSource, "File not found: " + fileName);
+    case ENOTDIR: RaiseError(err::PathNotFound, kSource, "Path not found: " + fileName);
+    case EACCES:
+    case EPERM: RaiseError(err::PermissionDenied, kSource, "Permission denied: " + fileName);
+    default: RaiseError(err::PathFileAccessError, kSource, "Cannot open " + fileName + ": " + std::strerror(error));
+    }
+}
+
+}  // namespace
+
+DXFReader::DXFReader(CodePage codePage) : codePage_(codePage) {}
+
+DXFReader::~DXFReader() { CloseInput(); }
+
+void DXFReader::OpenInput(const std::string& fileName) {
+    struct stat st {};
+    if (::stat(fileName.c_str(), &st) != 0) failOpen(fileName, errno);
+    if (S_ISDIR(st.st_mode)) RaiseError(err::PathFileAccessError, kSource, "Cannot open " + fileName + ": it is a folder");
+    int fd = ::open(fileName.c_str(), O_RDONLY | O_CLOEXEC);
+    if (fd < 0) failOpen(fileName, errno);
+    CloseInput();
+    fd_ = fd;
+    fileName_ = fileName;
+    fileLength_ = static_cast<int64_t>(st.st_size);
+    if (!buffer_) {
+        capacity_ = kInitialBuffer;
+        buffer_ = std::make_unique<char[]>(capacity_);
+    }
+    begin_ = end_ = 0;
+    eof_ = false;
+    open_ = true;
+}
+
+void DXFReader::OpenString(std::string data, std::string displayName) {
+    CloseInput();
+    memory_ = std::move(data);
+    fileName_ = std::move(displayName);
+    fileLength_ = static_cast<int64_t>(memory_.size());
+    capacity_ = 0;
+    buffer_.reset();
+    begin_ = 0;
+    end_ = memory_.size();
+    eof_ = true;
+    open_ = true;
+}
+
+void DXFReader::CloseInput() noexcept {
+    if (fd_ >= 0) ::close(fd_);
+    fd_ = -1;
+    open_ = false;
+}
+
+// Moves the unread rest to the front and reads more; grows the buffer when a
+// single line fills it. False when the file has nothing more.
+bool DXFReader::fill() {
+    if (eof_ || fd_ < 0) return false;
+    std::size_t rest = end_ - begin_;
+    if (begin_ > 0) {
+        std::memmove(buffer_.get(), buffer_.get() + begin_, rest);
+        begin_ = 0;
+        end_ = rest;
+    }
+    if (end_ == capacity_) {
+        std::size_t grown = capacity_ * 2;
+        auto bigger = std::make_unique<char[]>(grown);
+        std::memcpy(bigger.get(), buffer_.get(), end_);
+        buffer_ = std::move(bigger);
+        capacity_ = grown;
+    }
+    for (;;) {
+        ssize_t n = ::read(fd_, buffer_.get() + end_, capacity_ - end_);
+        if (n < 0) {
+            if (errno == EINTR) continue;
+            RaiseError(err::DeviceIOError, kSource, "Cannot read " + fileName_ + ": " + std::strerror(errno));
+        }
+        if (n == 0) {
+            eof_ = true;
+            return false;
+        }
+        end_ += static_cast<std::size_t>(n);
+        return true;
+    }
+}
+
+bool DXFReader::AtEnd() {
+    if (!open_) return true;
+    if (begin_ < end_) return false;
+    return !fill();
+}
+
+bool DXFReader::nextLine(std::string_view& line) {
+    const char* base = buffer_ ? buffer_.get() : memory_.data();
+    std::size_t scanned = 0;
+    for (;;) {
+        if (buffer_) base = buffer_.get();
+        const char* start = base + begin_;
+        std::size_t avail = end_ - begin_;
+        const void* nl = avail > scanned ? std::memchr(start + scanned, '\n', avail - scanned) : nullptr;
+        if (nl) {
+            std::size_t len = static_cast<const char*>(nl) - start;
+            begin_ += len + 1;
+            if (len > 0 && start[len - 1] == '\r') --len;
+            line = std::string_view(start, len);
+            return true;
+        }
+        scanned = avail;
+        if (!fill()) {
+            if (begin_ == end_) return false;
+            if (buffer_) base = buffer_.get();
+            // The last line of a file without a final line end.
+            start = base + begin_;
+            std::size_t len = end_ - begin_;
+            begin_ = end_;
+            if (len > 0 && start[len - 1] == '\r') --len;
+            line = std::string_view(start, len);
+            return true;
+        }
+    }
+}
+
+void DXFReader::progress(std::size_t lineLength) {
+    charsRead_ += static_cast<int64_t>(lineLength) + 2;
+    // The percentage only changes near band edges; recompute it there only.
+    if (charsRead_ >= nextCheck_) {
+        if (fileLength_ == 0) RaiseError(err::DivisionByZero, kSource, "Division by zero: " + fileName_ + " has grown while it was read");
+        double p = RoundHalfEven(static_cast<double>(charsRead_) / static_cast<double>(fileLength_) * 100.0);
+        currentPercent_ = p > 2147483647.0 ? INT32_MAX : static_cast<int32_t>(p);
+        double edge = (static_cast<double>(currentPercent_) + 0.5) * static_cast<double>(fileLength_) / 100.0;
+        int64_t next = static_cast<int64_t>(edge) - 2;
+        nextCheck_ = next > charsRead_ ? next : charsRead_ + 1;
+    }
+    if (currentPercent_ != lastPercent_) {
+        int32_t percent = currentPercent_ > 100 ? 100 : (currentPercent_ < 0 ? 0 : currentPercent_);
+        if (Progress) Progress(percent);
+        lastPercent_ = percent;
+    }
+}
+
+std::string_view DXFReader::decodeValue(std::string_view raw, int32_t code) {
+    if (IsAscii(raw)) return raw;
+    decoded_.clear();
+    if (mode_ == TextConvertMode::FromUTF8 && code >= 0 && code <= 9) {
+        for (std::size_t i = 0; i < raw.size(); ++i) {
+            unsigned char c = static_cast<unsigned char>(raw[i]);
+            if ((c == 195 || c == 197) && i + 1 < raw.size()) {
+                if (char32_t letter = repairedLetter(c, static_cast<unsigned char>(raw[i + 1]))) {
+                    AppendUtf8(decoded_, letter);
+                    ++i;
+                    continue;
+                }
+            }
+            if (c < 0x80)
+                decoded_.push_back(static_cast<char>(c));
+            else
+                AppendUtf8(decoded_, DecodeByte(codePage_, c));
+        }
+    } else {
+        DecodeAppend(decoded_, raw, codePage_);
+    }
+    return decoded_;
+}
+
+std::string_view DXFReader::finishValue(std::string_view value, bool trimValue, bool upperCase) {
+    if (trimValue) value = trimSpaces(value);
+    if (upperCase) {
+        upper_ = UpperCase(value);
+        value = upper_;
+    }
+    return value;
+}
+
+const DXFReader::Pair& DXFReader::Read(bool trimValue, bool upperCase) {
+    if (hasPushBack_) {
+        hasPushBack_ = false;
+        pair_.Code = pushBackCode_;
+        pairLine_ = pushBackLine_;
+        pair_.Value = finishValue(pushBackValue_, trimValue, upperCase);
+        return pair_;
+    }
+    std::string_view line;
+    if (!open_ || !nextLine(line))
+        RaiseError(err::InputPastEndOfFile, kSource, "Input past end of file: " + fileName_ + ":" + std::to_string(lineNumber_ + 1));
+    ++lineNumber_;
+    progress(line.size());
+    int32_t code = 0;
+    switch (ParseInt32(line, code)) {
+    case ParseStatus::Ok: break;
+    case ParseStatus::TypeMismatch:
+        pairLine_ = lineNumber_;
+        Fail(err::TypeMismatch, "invalid group code \"" + std::string(line.substr(0, 40)) + "\"");
+    case ParseStatus::Overflow:
+        pairLine_ = lineNumber_;
+        Fail(err::Overflow, "group code \"" + std::string(line.substr(0, 40)) + "\" is out of range");
+    }
+    if (!nextLine(line))
+        RaiseError(err::InputPastEndOfFile, kSource,
+                   "Input past end of file: " + fileName_ + ":" + std::to_string(lineNumber_) + ": group code " + std::to_string(code) + " has no value line");
+    ++lineNumber_;
+    pairLine_ = lineNumber_;
+    progress(line.size());
+    pair_.Code = code;
+    pair_.Value = finishValue(decodeValue(line, code), trimValue, upperCase);
+    return pair_;
+}
+
+DxfEntry DXFReader::ReadEntry(bool trimValue, bool upperCase) {
+    const Pair& p = Read(trimValue, upperCase);
+    return DxfEntry{p.Code, std::string(p.Value)};
+}
+
+void DXFReader::UnReadEntry(const DxfEntry& entry) {
+    if (hasPushBack_) RaiseError(ErrInvalidOperation, kSource, "UnReadEntry/1");
+    pushBackCode_ = entry.Code;
+    pushBackValue_ = entry.Value;
+    pushBackLine_ = pairLine_;
+    hasPushBack_ = true;
+}
+
+void DXFReader::UnRead() {
+    if (hasPushBack_) RaiseError(ErrInvalidOperation, kSource, "UnReadEntry/1");
+    pushBackCode_ = pair_.Code;
+    // The value may already live in the push-back buffer (a pair read back
+    // and pushed again); assign through a copy in that case.
+    if (pair_.Value.data() >= pushBackValue_.data() && pair_.Value.data() <= pushBackValue_.data() + pushBackValue_.size()) {
+        std::string copy(pair_.Value);
+        pushBackValue_.swap(copy);
+    } else {
+        pushBackValue_.assign(pair_.Value.data(), pair_.Value.size());
+    }
+    pushBackLine_ = pairLine_;
+    hasPushBack_ = true;
+}
+
+double DXFReader::ToDouble(std::string_view value) const {
+    double d = 0;
+    switch (ParseDouble(value, d)) {
+    case ParseStatus::Ok: return d;
+    case ParseStatus::TypeMismatch: Fail(err::TypeMismatch, "\"" + std::string(value.substr(0, 40)) + "\" is not a number");
+    case ParseStatus::Overflow: Fail(err::Overflow, "\"" + std::string(value.substr(0, 40)) + "\" is out of range");
+    }
+    return d;
+}
+
+int32_t DXFReader::ToInt32(std::string_view value) const {
+    int32_t n = 0;
+    switch (ParseInt32(value, n)) {
+    case ParseStatus::Ok: return n;
+    case ParseStatus::TypeMismatch: Fail(err::TypeMismatch, "\"" + std::string(value.substr(0, 40)) + "\" is not a number");
+    case ParseStatus::Overflow: Fail(err::Overflow, "\"" + std::string(value.substr(0, 40)) + "\" is out of the 32-bit integer range");
+    }
+    return n;
+}
+
+void DXFReader::Fail(int32_t number, std::string_view what) const {
+    std::string text(DefaultErrorText(number));
+    text += ": ";
+    text += fileName_;
+    text += ":";
+    text += std::to_string(pairLine_);
+    text += ": ";
+    text += what;
+    RaiseError(number, kSource, text);
+}
+
+}  // namespace ormavec

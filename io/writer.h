@@ -1,0 +1,68 @@
+// The group writer: writes group pairs as two CR LF terminated lines each,
+// through a large buffer. Saving to a file goes to a temporary file in the
+// same folder that replaces the target only when CloseOutput completes, so
+// a failed save never destroys the file that was there.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <string_view>
+
+#include "io/text.h"
+
+namespace ormavec {
+
+// Takes the next handle: adds 1 to the running counter of a save and
+// returns the new value; fails with an overflow at the 32-bit limit.
+int32_t NextHandle(int32_t& counter);
+
+class DXFWriter {
+public:
+    explicit DXFWriter(CodePage codePage = CodePage::Windows1250);
+    ~DXFWriter();  // an output not closed is discarded
+    DXFWriter(const DXFWriter&) = delete;
+    DXFWriter& operator=(const DXFWriter&) = delete;
+
+    CodePage GetCodePage() const noexcept { return codePage_; }
+
+    void OpenOutput(const std::string& fileName);
+    // Writes into a string instead of a file (tests).
+    void OpenString(std::string* target);
+    // Flushes and, for a file, puts it in place of the target.
+    void CloseOutput();
+    bool IsOpen() const noexcept { return open_; }
+
+    void WriteLine(std::string_view text, bool rightTrim);
+    void WriteString(int32_t code, std::string_view text);
+    void WriteInteger(int32_t code, int32_t number);
+    void WriteDouble(int32_t code, double number);
+    void WriteHandle(int32_t code, int32_t handle);
+    void WritePoint(double x, double y, double z, int32_t codeX, int32_t codeY, int32_t codeZ);
+    void BeginSection();
+    void EndSection();
+
+    // The pattern "0." followed by the given number of "#".
+    static std::string NumberFormat(int32_t decimals);
+
+private:
+    void need(std::size_t bytes);
+    void flush();
+    void discard() noexcept;
+    void putCode(int32_t code);
+    void put(const char* data, std::size_t size);
+    void endLine() { put("\r\n", 2); }
+
+    CodePage codePage_;
+    bool open_ = false;
+    int fd_ = -1;
+    std::string target_;
+    std::string tempName_;
+    std::string* memory_ = nullptr;
+    std::unique_ptr<char[]> buffer_;
+    std::size_t size_ = 0;
+    std::size_t capacity_ = 0;
+    std::string encoded_;
+};
+
+}  // namespace ormavec
