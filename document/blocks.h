@@ -49,6 +49,10 @@ public:
     void ReadSection(DXFReader& reader);
     // One block from after its BLOCK pair up to its ENDBLK pair.
     static BLOCK_BLOCK ReadBlock(DXFReader& reader, XYZS& points, LWVERTEXES& vertices);
+    static void ClearScratchLists(XYZS& points, LWVERTEXES& vertices) noexcept {
+        points.EraseArray();
+        vertices.EraseArray();
+    }
     void WriteOut(DXFWriter& writer, int32_t& handle) const;
     void WriteDefaultBlocks(DXFWriter& writer, int32_t& handle) const;
     static void WriteBlock(DXFWriter& writer, const BLOCK_BLOCK& block, int32_t& handle);

@@ -1,21 +1,227 @@
 #include "document/tables.h"
 
+#include <string>
+
+#include "diagnostics/call_log.h"
+
 namespace ormavec {
 
-namespace { [[noreturn]] void todo() { RaiseError(ErrNotSupported, "TABLES", "not implemented yet"); } }
+namespace {
 
-TABLES::TABLES() : layers_(std::make_shared<::ormavec::LAYERS>()), ltypes_(std::make_shared<::ormavec::LTYPES>()), styles_(std::make_shared<::ormavec::STYLES>()) {
+bool hasBlockNamedLower(const BLOCKS& blocks, std::string_view lowerName) {
+    for (const BLOCK_BLOCK& b : blocks)
+        if (LowerCase(b.BlockName) == lowerName) return true;
+    return false;
+}
+
+void writeBlockRecordEntry(DXFWriter& w, int32_t& handle, std::string_view name) {
+    w.WriteString(0, "BLOCK_RECORD");
+    w.WriteHandle(5, NextHandle(handle));
+    w.WriteString(100, "AcDbSymbolTableRecord");
+    w.WriteString(100, "AcDbBlockTableRecord");
+    w.WriteString(2, name);
+}
+
+void writeEmptyTable(DXFWriter& w, int32_t& handle, std::string_view name) {
+    w.WriteString(2, name);
+    w.WriteHandle(5, NextHandle(handle));
+    w.WriteString(100, "AcDbSymbolTable");
+    w.WriteInteger(70, 0);
+}
+
+}  // namespace
+
+TABLES::TABLES()
+    : layers_(std::make_shared<::ormavec::LAYERS>()),
+      ltypes_(std::make_shared<::ormavec::LTYPES>()),
+      styles_(std::make_shared<::ormavec::STYLES>()) {
     layers_->SetGrowLength(10);
     ltypes_->SetGrowLength(10);
     styles_->SetGrowLength(10);
 }
-void TABLES::ReadSection(DXFReader&) { todo(); }
-void TABLES::WriteOut(DXFWriter&, const BLOCKS&, int32_t&, double, double, double) const { todo(); }
-void TABLES::WriteVport(DXFWriter&, int32_t&, double, double, double) { todo(); }
-void TABLES::WriteView(DXFWriter&, int32_t&) { todo(); }
-void TABLES::WriteUcs(DXFWriter&, int32_t&) { todo(); }
-void TABLES::WriteAppid(DXFWriter&, int32_t&) { todo(); }
-void TABLES::WriteDimstyle(DXFWriter&, int32_t&) { todo(); }
-void TABLES::WriteBlockRecord(DXFWriter&, const BLOCKS&, int32_t&) { todo(); }
+
+void TABLES::ReadSection(DXFReader& reader) {
+    while (!reader.AtEnd()) {
+        const DXFReader::Pair& p = reader.Read();
+        if (p.Value == "ENDSEC") return;
+        if (p.Value != "TABLE") continue;
+        if (reader.AtEnd()) return;
+        const DXFReader::Pair& name = reader.Read();
+        if (name.Code != 2) continue;
+        if (EqualsNoCase(name.Value, "LAYER"))
+            layers_->ReadTable(reader);
+        else if (EqualsNoCase(name.Value, "LTYPE"))
+            ltypes_->ReadTable(reader);
+        else if (EqualsNoCase(name.Value, "STYLE"))
+            styles_->ReadTable(reader);
+        // Other tables are read past pair by pair by this loop.
+    }
+}
+
+void TABLES::BeginTables(DXFWriter& w) { w.WriteString(2, "TABLES"); }
+void TABLES::BeginTable(DXFWriter& w) { w.WriteString(0, "TABLE"); }
+void TABLES::EndTable(DXFWriter& w) { w.WriteString(0, "ENDTAB"); }
+
+void TABLES::WriteOut(DXFWriter& w, const BLOCKS& blocks, int32_t& handle, double viewCenterX, double viewCenterY,
+                      double viewHeight) const {
+    Trace("Tables.WriteOut >>>");
+    w.BeginSection();
+    Trace("Tables.WriteOut 1");
+    BeginTables(w);
+    Trace("Tables.WriteOut 2");
+    BeginTable(w);
+    WriteVport(w, handle, viewCenterX, viewCenterY, viewHeight);
+    EndTable(w);
+    Trace("Tables.WriteOut 3");
+    BeginTable(w);
+    ltypes_->WriteOut(w, handle);
+    EndTable(w);
+    Trace("Tables.WriteOut 4");
+    BeginTable(w);
+    layers_->WriteOut(w, handle);
+    EndTable(w);
+    Trace("Tables.WriteOut 5");
+    BeginTable(w);
+    styles_->WriteOut(w, handle);
+    EndTable(w);
+    Trace("Tables.WriteOut 6");
+    BeginTable(w);
+    WriteView(w, handle);
+    EndTable(w);
+    Trace("Tables.WriteOut 7");
+    BeginTable(w);
+    WriteUcs(w, handle);
+    EndTable(w);
+    Trace("Tables.WriteOut 8");
+    BeginTable(w);
+    WriteAppid(w, handle);
+    EndTable(w);
+    Trace("Tables.WriteOut 9");
+    BeginTable(w);
+    WriteDimstyle(w, handle);
+    EndTable(w);
+    Trace("Tables.WriteOut 10");
+    BeginTable(w);
+    WriteBlockRecord(w, blocks, handle);
+    EndTable(w);
+    Trace("Tables.WriteOut 11");
+    w.EndSection();
+}
+
+void TABLES::WriteVport(DXFWriter& w, int32_t& handle, double viewCenterX, double viewCenterY, double viewHeight) {
+    Trace("Tables.WriteVport >>>");
+    w.WriteString(2, "VPORT");
+    Trace("Tables.WriteVport 1");
+    int32_t h = NextHandle(handle);
+    Trace("Tables.WriteVport 2");
+    w.WriteHandle(5, h);
+    Trace("Tables.WriteVport 3");
+    w.WriteString(100, "AcDbSymbolTable");
+    Trace("Tables.WriteVport 4");
+    w.WriteInteger(70, 0);
+    Trace("Tables.WriteVport 5");
+    w.WriteString(0, "VPORT");
+    Trace("Tables.WriteVport 6");
+    h = NextHandle(handle);
+    Trace("Tables.WriteVport 7");
+    w.WriteHandle(5, h);
+    Trace("Tables.WriteVport 8");
+    w.WriteString(100, "AcDbSymbolTableRecord");
+    Trace("Tables.WriteVport 9");
+    w.WriteString(100, "AcDbViewportTableRecord");
+    Trace("Tables.WriteVport 10");
+    w.WriteInteger(70, 0);
+    Trace("Tables.WriteVport 11");
+    w.WriteString(2, "*ACTIVE");
+    Trace("Tables.WriteVport 12");
+    w.WriteDouble(10, 0.0);
+    Trace("Tables.WriteVport 13");
+    w.WriteDouble(20, 0.0);
+    w.WriteDouble(11, 1.0);
+    w.WriteDouble(21, 1.0);
+    w.WriteDouble(12, viewCenterX);
+    w.WriteDouble(22, viewCenterY);
+    w.WriteDouble(13, 0.0);
+    w.WriteDouble(23, 0.0);
+    w.WriteDouble(14, 0.5);
+    w.WriteDouble(24, 0.5);
+    w.WriteDouble(15, 0.5);
+    w.WriteDouble(25, 0.5);
+    Trace("Tables.WriteVport 14");
+    w.WriteDouble(16, 0.0);
+    w.WriteDouble(26, 0.0);
+    w.WriteDouble(36, 1.0);
+    w.WriteDouble(17, 0.0);
+    w.WriteDouble(27, 0.0);
+    w.WriteDouble(37, 0.0);
+    w.WriteDouble(40, viewHeight);
+    w.WriteDouble(41, 1.826004);
+    w.WriteDouble(42, 50.0);
+    w.WriteDouble(43, 0.0);
+    w.WriteDouble(44, 0.0);
+    w.WriteDouble(50, 0.0);
+    w.WriteDouble(51, 0.0);
+    w.WriteInteger(71, 0);
+    w.WriteInteger(72, 100);
+    w.WriteInteger(73, 1);
+    Trace("Tables.WriteVport 15");
+    w.WriteInteger(74, 1);
+    w.WriteInteger(75, 0);
+    w.WriteInteger(76, 0);
+    w.WriteInteger(77, 0);
+    w.WriteInteger(78, 0);
+    Trace("Tables.WriteVport 16");
+    Trace("Tables.WriteVport <<<");
+}
+
+void TABLES::WriteView(DXFWriter& w, int32_t& handle) { writeEmptyTable(w, handle, "VIEW"); }
+void TABLES::WriteUcs(DXFWriter& w, int32_t& handle) { writeEmptyTable(w, handle, "UCS"); }
+
+void TABLES::WriteAppid(DXFWriter& w, int32_t& handle) {
+    w.WriteString(2, "APPID");
+    w.WriteHandle(5, NextHandle(handle));
+    w.WriteString(100, "AcDbSymbolTable");
+    w.WriteInteger(70, 1);
+    w.WriteString(0, "APPID");
+    w.WriteHandle(5, NextHandle(handle));
+    w.WriteString(100, "AcDbSymbolTableRecord");
+    w.WriteString(100, "AcDbRegAppTableRecord");
+    w.WriteString(2, "ACAD");
+    w.WriteInteger(70, 0);
+}
+
+void TABLES::WriteDimstyle(DXFWriter& w, int32_t& handle) {
+    w.WriteString(2, "DIMSTYLE");
+    const int32_t table = NextHandle(handle);
+    w.WriteHandle(5, table);
+    w.WriteInteger(330, 0);
+    w.WriteString(100, "AcDbSymbolTable");
+    w.WriteInteger(70, 1);
+    w.WriteString(100, "AcDbDimStyleTable");
+    w.WriteInteger(71, 0);
+    w.WriteString(0, "DIMSTYLE");
+    // A DIMSTYLE entry carries its handle under 105, not 5.
+    w.WriteHandle(105, NextHandle(handle));
+    w.WriteString(100, "AcDbSymbolTableRecord");
+    w.WriteString(100, "AcDbDimStyleTableRecord");
+    w.WriteString(2, "STANDARD");
+    w.WriteInteger(70, 0);
+    w.WriteHandle(340, table);
+}
+
+void TABLES::WriteBlockRecordHead(DXFWriter& w, const BLOCKS& blocks, int32_t& handle) {
+    w.WriteString(2, "BLOCK_RECORD");
+    w.WriteHandle(5, NextHandle(handle));
+    w.WriteString(100, "AcDbSymbolTable");
+    // Counts the blocks only: the two space entries below may come on top.
+    w.WriteInteger(70, blocks.Count());
+}
+
+void TABLES::WriteBlockRecord(DXFWriter& w, const BLOCKS& blocks, int32_t& handle) {
+    WriteBlockRecordHead(w, blocks, handle);
+    if (!hasBlockNamedLower(blocks, "*model_space")) writeBlockRecordEntry(w, handle, "*MODEL_SPACE");
+    if (!hasBlockNamedLower(blocks, "*paper_space")) writeBlockRecordEntry(w, handle, "*PAPER_SPACE");
+    for (const BLOCK_BLOCK& b : blocks) writeBlockRecordEntry(w, handle, b.BlockName);
+}
 
 }  // namespace ormavec

@@ -32,7 +32,13 @@ public:
     static void WriteUcs(DXFWriter& writer, int32_t& handle);
     static void WriteAppid(DXFWriter& writer, int32_t& handle);
     static void WriteDimstyle(DXFWriter& writer, int32_t& handle);
+    static void WriteBlockRecordHead(DXFWriter& writer, const BLOCKS& blocks, int32_t& handle);
+    // The head, then the model and paper space entries the blocks lack, then
+    // one entry per block.
     static void WriteBlockRecord(DXFWriter& writer, const BLOCKS& blocks, int32_t& handle);
+    static void BeginTables(DXFWriter& writer);
+    static void BeginTable(DXFWriter& writer);
+    static void EndTable(DXFWriter& writer);
 
 private:
     std::shared_ptr<::ormavec::LAYERS> layers_;

@@ -1,0 +1,472 @@
+// Saving a new document writes a complete file; with the call log on, every
+// save appends its whole trace.
+#include <gtest/gtest.h>
+
+#include <unistd.h>
+
+#include <fstream>
+#include <sstream>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "ormavec.h"
+
+using namespace ormavec;
+
+namespace {
+
+// "code value" per line; a line holding only the code has an empty value.
+std::vector<std::string> Lines(std::string_view pairs) {
+    std::vector<std::string> out;
+    std::size_t pos = 0;
+    while (pos < pairs.size()) {
+        std::size_t eol = pairs.find('\n', pos);
+        if (eol == std::string_view::npos) eol = pairs.size();
+        std::string_view line = pairs.substr(pos, eol - pos);
+        pos = eol + 1;
+        std::size_t first = line.find_first_not_of(' ');
+        if (first == std::string_view::npos) continue;
+        line.remove_prefix(first);
+        std::size_t space = line.find(' ');
+        out.emplace_back(line.substr(0, space));
+        out.emplace_back(space == std::string_view::npos ? std::string_view{} : line.substr(space + 1));
+    }
+    return out;
+}
+
+std::string ReadFile(const std::string& path) {
+    std::ifstream in(path, std::ios::binary);
+    std::ostringstream s;
+    s << in.rdbuf();
+    return s.str();
+}
+
+// The CR LF terminated lines of a file.
+std::vector<std::string> SplitCrLf(const std::string& text) {
+    std::vector<std::string> lines;
+    std::size_t pos = 0;
+    while (pos < text.size()) {
+        std::size_t eol = text.find("\r\n", pos);
+        if (eol == std::string::npos) {
+            lines.push_back(text.substr(pos) + "<no CR LF>");
+            break;
+        }
+        lines.push_back(text.substr(pos, eol - pos));
+        pos = eol + 2;
+    }
+    return lines;
+}
+
+class TempFolder {
+public:
+    TempFolder() {
+        std::string pattern = ::testing::TempDir() + "ormavec_empty_doc_XXXXXX";
+        if (::mkdtemp(pattern.data())) path_ = pattern;
+    }
+    ~TempFolder() {
+        for (const std::string& f : files_) ::unlink(f.c_str());
+        if (!path_.empty()) ::rmdir(path_.c_str());
+    }
+    std::string File(std::string_view name) {
+        files_.push_back(path_ + "/" + std::string(name));
+        return files_.back();
+    }
+
+private:
+    std::string path_;
+    std::vector<std::string> files_;
+};
+
+void ExpectSameLines(const std::vector<std::string>& actual, const std::vector<std::string>& expected) {
+    for (std::size_t i = 0; i < std::min(actual.size(), expected.size()); ++i)
+        ASSERT_EQ(actual[i], expected[i]) << "line " << i + 1;
+    EXPECT_EQ(actual.size(), expected.size());
+}
+
+constexpr std::string_view kEmptyDocument = R"(
+    0 SECTION
+    2 HEADER
+    9 $EXTMIN
+    10 0.
+    20 0.
+    30 0.
+    9 $EXTMAX
+    10 0.
+    20 0.
+    30 0.
+    9 $INSBASE
+    10 0.
+    20 0.
+    30 0.
+    9 $LTSCALE
+    40 1
+    9 $LUNITS
+    70 2
+    9 $LUPREC
+    70 10
+    9 $HANDLING
+    70 0
+    9 $HANDSEED
+    5 999999
+    0 ENDSEC
+    0 SECTION
+    2 CLASSES
+    0 CLASS
+    1 LWPOLYLINE
+    2 AcDbPolyline
+    3 AutoCAD
+    90 0
+    280 0
+    281 1
+    0 CLASS
+    1 WIPEOUT
+    2 AcDbWipeout
+    3 WIPEOUT
+    90 127
+    280 0
+    281 1
+    0 CLASS
+    1 WIPEOUTVARIABLES
+    2 AcDbWipeoutVariables
+    3 WIPEOUT
+    90 0
+    280 2
+    281 0
+    0 ENDSEC
+    0 SECTION
+    2 TABLES
+    0 TABLE
+    2 VPORT
+    5 1
+    100 AcDbSymbolTable
+    70 0
+    0 VPORT
+    5 2
+    100 AcDbSymbolTableRecord
+    100 AcDbViewportTableRecord
+    70 0
+    2 *ACTIVE
+    10 0.
+    20 0.
+    11 1.
+    21 1.
+    12 0.
+    22 0.
+    13 0.
+    23 0.
+    14 0.5
+    24 0.5
+    15 0.5
+    25 0.5
+    16 0.
+    26 0.
+    36 1.
+    17 0.
+    27 0.
+    37 0.
+    40 0.
+    41 1.826004
+    42 50.
+    43 0.
+    44 0.
+    50 0.
+    51 0.
+    71 0
+    72 100
+    73 1
+    74 1
+    75 0
+    76 0
+    77 0
+    78 0
+    0 ENDTAB
+    0 TABLE
+    2 LTYPE
+    5 3
+    100 AcDbSymbolTable
+    70 0
+    0 LTYPE
+    5 4
+    100 AcDbSymbolTableRecord
+    100 AcDbLinetypeTableRecord
+    2 ByBlock
+    70 0
+    3
+    72 65
+    73 0
+    40 0.
+    0 LTYPE
+    5 5
+    100 AcDbSymbolTableRecord
+    100 AcDbLinetypeTableRecord
+    2 ByLayer
+    70 0
+    3
+    72 65
+    73 0
+    40 0.
+    0 ENDTAB
+    0 TABLE
+    2 LAYER
+    5 6
+    100 AcDbSymbolTable
+    70 0
+    0 LAYER
+    5 7
+    100 AcDbSymbolTableRecord
+    100 AcDbLayerTableRecord
+    2 0
+    6 Continuous
+    62 1
+    70 0
+    390 F
+    0 ENDTAB
+    0 TABLE
+    2 STYLE
+    5 8
+    100 AcDbSymbolTable
+    70 0
+    0 ENDTAB
+    0 TABLE
+    2 VIEW
+    5 9
+    100 AcDbSymbolTable
+    70 0
+    0 ENDTAB
+    0 TABLE
+    2 UCS
+    5 A
+    100 AcDbSymbolTable
+    70 0
+    0 ENDTAB
+    0 TABLE
+    2 APPID
+    5 B
+    100 AcDbSymbolTable
+    70 1
+    0 APPID
+    5 C
+    100 AcDbSymbolTableRecord
+    100 AcDbRegAppTableRecord
+    2 ACAD
+    70 0
+    0 ENDTAB
+    0 TABLE
+    2 DIMSTYLE
+    5 D
+    330 0
+    100 AcDbSymbolTable
+    70 1
+    100 AcDbDimStyleTable
+    71 0
+    0 DIMSTYLE
+    105 E
+    100 AcDbSymbolTableRecord
+    100 AcDbDimStyleTableRecord
+    2 STANDARD
+    70 0
+    340 D
+    0 ENDTAB
+    0 TABLE
+    2 BLOCK_RECORD
+    5 F
+    100 AcDbSymbolTable
+    70 0
+    0 BLOCK_RECORD
+    5 10
+    100 AcDbSymbolTableRecord
+    100 AcDbBlockTableRecord
+    2 *MODEL_SPACE
+    0 BLOCK_RECORD
+    5 11
+    100 AcDbSymbolTableRecord
+    100 AcDbBlockTableRecord
+    2 *PAPER_SPACE
+    0 ENDTAB
+    0 ENDSEC
+    0 SECTION
+    2 BLOCKS
+    0 BLOCK
+    5 12
+    100 AcDbEntity
+    8 0
+    100 AcDbBlockBegin
+    2 *MODEL_SPACE
+    70 0
+    10 0.
+    20 0.
+    30 0.
+    3 *MODEL_SPACE
+    1
+    0 ENDBLK
+    5 13
+    100 AcDbEntity
+    8 0
+    100 AcDbBlockEnd
+    0 BLOCK
+    5 14
+    100 AcDbEntity
+    8 0
+    67 1
+    100 AcDbBlockBegin
+    2 *PAPER_SPACE
+    70 0
+    10 0.
+    20 0.
+    30 0.
+    3 *PAPER_SPACE
+    1
+    0 ENDBLK
+    5 15
+    100 AcDbEntity
+    8 0
+    67 1
+    100 AcDbBlockEnd
+    0 ENDSEC
+    0 SECTION
+    2 ENTITIES
+    0 ENDSEC
+    0 SECTION
+    2 OBJECTS
+    0 DICTIONARY
+    5 16
+    100 AcDbDictionary
+    3 ACAD_GROUP
+    350 17
+    3 ACAD_MLINESTYLE
+    350 18
+    0 DICTIONARY
+    5 17
+    100 AcDbDictionary
+    0 DICTIONARY
+    5 19
+    100 AcDbDictionary
+    0 DICTIONARY
+    5 18
+    100 AcDbDictionary
+    3 STANDARD
+    350 1A
+    0 MLINESTYLE
+    5 1A
+    100 AcDbMlineStyle
+    2 STANDARD
+    70 0
+    3
+    62 0
+    51 90.
+    52 90.
+    71 2
+    49 0.5
+    62 256
+    6 BYLAYER
+    49 -0.5
+    62 256
+    6 BYLAYER
+    0 ENDSEC
+    0 EOF
+)";
+
+// Turns the call log on for one test and off again afterwards.
+struct CallLogScope {
+    explicit CallLogScope(const std::string& file) {
+        clsDebug d;
+        d.sLogFileName(file);
+        d.bCallLog(true);
+    }
+    ~CallLogScope() {
+        clsDebug d;
+        d.bCallLog(false);
+        d.sLogFileName("");
+    }
+};
+
+}  // namespace
+
+TEST(EmptyDocument, SaveWritesTheWholeFile) {
+    TempFolder folder;
+    const std::string path = folder.File("empty.dxf");
+    DXFDocument doc;
+    doc.Save(path);
+    const std::string text = ReadFile(path);
+    EXPECT_TRUE(text.ends_with("0\r\nEOF\r\n"));
+    ExpectSameLines(SplitCrLf(text), Lines(kEmptyDocument));
+    EXPECT_EQ(doc.FileName(), path);
+}
+
+TEST(EmptyDocument, SavedFileLoadsBackToAnEmptyModel) {
+    TempFolder folder;
+    const std::string path = folder.File("roundtrip.dxf");
+    DXFDocument saved;
+    saved.Save(path);
+    DXFDocument loaded;
+    loaded.Load(path);
+    // The added layer and line types are read back as ordinary records.
+    const LAYERS& layers = *loaded.TABLES()->LAYERS();
+    ASSERT_EQ(layers.Count(), 1);
+    EXPECT_EQ(layers.Item(0), (LAYERS_TAB{"0", "Continuous", 1, 0}));
+    ASSERT_EQ(loaded.TABLES()->LTYPES()->Count(), 2);
+    EXPECT_EQ(loaded.TABLES()->LTYPES()->Item(0).LineTypeName, "ByBlock");
+    EXPECT_EQ(loaded.TABLES()->LTYPES()->Item(0).Description, "");
+    EXPECT_EQ(loaded.TABLES()->STYLES()->Count(), 0);
+    ASSERT_EQ(loaded.BLOCKS()->Count(), 2);
+    EXPECT_EQ(loaded.BLOCKS()->Item(0).BlockName, "*MODEL_SPACE");
+    EXPECT_EQ(loaded.BLOCKS()->Item(0).XRefPathName, "");
+    EXPECT_EQ(loaded.BLOCKS()->Item(1).BlockName, "*PAPER_SPACE");
+
+    // Saved again, the read entries take the place of the ones added on
+    // writing; the read paper space block is an ordinary block, without 67/1.
+    const std::string again = folder.File("again.dxf");
+    loaded.Save(again);
+    std::vector<std::string> lines = SplitCrLf(ReadFile(again));
+    std::vector<std::string> expected = Lines(kEmptyDocument);
+    for (std::size_t i = 0; i + 1 < expected.size();) {
+        if (expected[i] == "67")
+            expected.erase(expected.begin() + static_cast<std::ptrdiff_t>(i), expected.begin() + static_cast<std::ptrdiff_t>(i) + 2);
+        else
+            i += 2;
+    }
+    // The heads count the read records.
+    auto countAfter = [](std::vector<std::string>& v, std::string_view table, std::string_view count) {
+        for (std::size_t i = 0; i + 7 < v.size(); ++i)
+            if (v[i] == "2" && v[i + 1] == table && v[i + 6] == "70") v[i + 7] = count;
+    };
+    countAfter(expected, "LTYPE", "2");
+    countAfter(expected, "LAYER", "1");
+    countAfter(expected, "BLOCK_RECORD", "2");
+    ExpectSameLines(lines, expected);
+}
+
+TEST(EmptyDocument, CallLogTracesEverySave) {
+    TempFolder folder;
+    const std::string log = folder.File("calls.log");
+    const std::string path = folder.File("traced.dxf");
+    DXFDocument doc;
+    doc.HEADER()->SetAcadVer(1015);
+    {
+        CallLogScope on(log);
+        doc.Save(path);
+        doc.Save(path);
+    }
+    std::vector<std::string> trace = {"DXFDocument.Save >>>", "DXFDocument.Save 1", "DXFDocument.Save 2",
+                                      "Header.WriteOut >>>"};
+    for (int i = 1; i <= 9; ++i) trace.push_back("Header.WriteOut " + std::to_string(i));
+    trace.insert(trace.end(), {"Header.WriteOut <<<", "DXFDocument.Save 3", "DXFDocument.Save 4",
+                               "Tables.WriteOut >>>", "Tables.WriteOut 1", "Tables.WriteOut 2",
+                               "Tables.WriteVport >>>"});
+    for (int i = 1; i <= 16; ++i) trace.push_back("Tables.WriteVport " + std::to_string(i));
+    trace.push_back("Tables.WriteVport <<<");
+    for (int i = 3; i <= 11; ++i) trace.push_back("Tables.WriteOut " + std::to_string(i));
+    for (int i = 5; i <= 9; ++i) trace.push_back("DXFDocument.Save " + std::to_string(i));
+    trace.push_back("DXFDocument.Save <<<");
+
+    std::vector<std::string> expected;
+    for (int save = 0; save < 2; ++save)
+        for (const std::string& tag : trace) expected.push_back("\"" + tag + "\"");
+    ExpectSameLines(SplitCrLf(ReadFile(log)), expected);
+
+    // Switched off, a save adds nothing.
+    const std::string before = ReadFile(log);
+    doc.Save(path);
+    EXPECT_EQ(ReadFile(log), before);
+}
