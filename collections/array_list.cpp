@@ -6,4 +6,12 @@ void RaiseOverflow(std::string_view source) { RaiseError(err::Overflow, source, 
 
 void RaiseOutOfMemory(std::string_view source) { RaiseError(err::OutOfMemory, source, "Out of memory"); }
 
+void RaiseChangedDuringSort(std::string_view source) {
+    RaiseError(ErrInvalidOperation, source, "The list was resized by its comparer during Sort");
+}
+
+void RaiseNotShared(std::string_view source) {
+    RaiseError(ErrInvalidOperation, source, "The list must be held by a shared_ptr to hand out its interfaces");
+}
+
 }  // namespace ormavec::detail

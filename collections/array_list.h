@@ -11,6 +11,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <type_traits>
 #include <utility>
 #include <vector>
 
@@ -29,23 +30,34 @@ namespace detail {
 
 [[noreturn]] void RaiseOverflow(std::string_view source);
 [[noreturn]] void RaiseOutOfMemory(std::string_view source);
-int32_t RangeBound(const Variant& v, int32_t fallback, std::string_view source);
+[[noreturn]] void RaiseChangedDuringSort(std::string_view source);
+[[noreturn]] void RaiseNotShared(std::string_view source);
 
 // Sorts positions lo..hi with a Hoare partition around a copy of the middle
-// element (the middle rounded half to even). The ranges are processed in the
-// same order a recursive quicksort would, from an explicit stack so that a
-// degenerate partition cannot exhaust the call stack. The scans stop at the
-// range ends, so a comparer that is not a consistent order can never move
-// them outside the range.
-template <class T, class Cmp>
-void QuickSort(std::vector<T>& a, int32_t lo0, int32_t hi0, Cmp&& cmp) {
+// element (the middle rounded half to even). The ranges are taken in the
+// order a recursive quicksort would take them (left part first), but from an
+// explicit stack, so that no input can exhaust the call stack.
+//
+// The scans are bounded by lo and hi, tested after each comparison: a scan
+// that has reached the end of the range stops there as if the comparer had
+// said "not beyond the pivot". With a consistent order the bound never stops
+// a scan (the pivot or the element exchanged in the previous step stops it
+// first), so it sees exactly the comparisons of the unbounded algorithm; an
+// inconsistent comparer (never 0 for equal records, always -1, random) cannot
+// make a scan read outside lo..hi, and each part handed on is smaller than
+// its range, so the sort always ends.
+//
+// makePivot turns the middle record into the pivot that cmp is given (a copy
+// of the record, or a variant holding one for a host comparer).
+template <class T, class MakePivot, class Cmp>
+void QuickSortBy(std::vector<T>& a, int32_t lo0, int32_t hi0, MakePivot&& makePivot, Cmp&& cmp) {
     std::vector<std::pair<int32_t, int32_t>> stack;
     stack.emplace_back(lo0, hi0);
     while (!stack.empty()) {
         auto [lo, hi] = stack.back();
         stack.pop_back();
-        int32_t mid = static_cast<int32_t>(RoundHalfEven((static_cast<double>(lo) + static_cast<double>(hi)) / 2.0));
-        const T pivot = a[mid];
+        const int32_t mid = static_cast<int32_t>(RoundHalfEven((static_cast<double>(lo) + static_cast<double>(hi)) / 2.0));
+        const auto pivot = makePivot(a[mid]);
         int32_t i = lo, j = hi;
         while (i <= j) {
             while (cmp(a[i], pivot) < 0) {
@@ -68,6 +80,11 @@ void QuickSort(std::vector<T>& a, int32_t lo0, int32_t hi0, Cmp&& cmp) {
     }
 }
 
+template <class T, class Cmp>
+void QuickSort(std::vector<T>& a, int32_t lo, int32_t hi, Cmp&& cmp) {
+    QuickSortBy(a, lo, hi, [](const T& r) { return r; }, cmp);
+}
+
 template <class Derived>
 class ArrayListView;
 template <class Derived>
@@ -77,6 +94,9 @@ class ComparerView;
 
 template <class T, class Derived>
 class ArrayList : public Object, public std::enable_shared_from_this<Derived> {
+    static_assert(!std::is_base_of_v<Object, T> && !std::is_pointer_v<T>,
+                  "Object based on value type template, unable to consist of non value types!");
+
 public:
     using value_type = T;
     static constexpr int32_t kDefaultGrowLength = 1000;
@@ -113,8 +133,14 @@ public:
     void AddItem(const T& record) { Add(record); }
     void Add(const T& record) {
         if (!accepts(record)) return;
-        reserveOne();
-        storage_[count_] = record;
+        if (count_ + 1 > Capacity() || count_ == INT32_MAX) {
+            // The record may be one of ours: copy it before the storage moves.
+            T copy(record);
+            reserveOne();
+            storage_[count_] = std::move(copy);
+        } else {
+            storage_[count_] = record;
+        }
         ++count_;
     }
     void Add(T&& record) {
@@ -206,10 +232,21 @@ public:
         auto [from, to] = checkRange(m, n);
         comparer_ = std::move(comparer);
         if (comparer_) {
-            IComparer& c = *comparer_;
-            detail::QuickSort(storage_, from, to, [&c](const T& x, const T& p) {
-                return static_cast<int>(c.Compare(Variant::FromRecord(x), Variant::FromRecord(p)));
-            });
+            // Held here too: the comparer may start another Sort of this list.
+            const std::shared_ptr<IComparer> keep = comparer_;
+            const T* data = storage_.data();
+            const std::size_t slots = storage_.size();
+            // One variant per partition holds the pivot copy; the comparer
+            // only sees it as const.
+            auto makePivot = [](const T& r) { return Variant::FromRecord(r); };
+            auto cmp = [&](const T& x, const Variant& pivot) {
+                const int r = keep->Compare(Variant::FromRecord(x), pivot);
+                // A comparer that resized the list would leave us indexing
+                // storage that is gone.
+                if (storage_.data() != data || storage_.size() != slots) detail::RaiseChangedDuringSort(Derived::kClassName);
+                return r;
+            };
+            detail::QuickSortBy(storage_, from, to, makePivot, cmp);
         } else {
             detail::QuickSort(storage_, from, to, [this](const T& x, const T& p) { return static_cast<int>(Compare(x, p)); });
         }
@@ -243,10 +280,8 @@ public:
             SetArray(std::move(items));
             return;
         }
-        if (!info->allocated) {
-            SetArray(std::vector<T>{});
-            return;
-        }
+        // An array of another element type does not convert, even without
+        // elements.
         RaiseTypeMismatch(Derived::kClassName, value, TypeNameOf<T>::value);
     }
     std::vector<T> GetArray() const { return std::vector<T>(storage_.begin(), storage_.begin() + count_); }
@@ -405,12 +440,16 @@ private:
 
 template <class T, class Derived>
 std::shared_ptr<IArrayList> ArrayList<T, Derived>::AsIArrayList() {
-    return std::make_shared<detail::ArrayListView<Derived>>(this->shared_from_this());
+    auto self = this->weak_from_this().lock();
+    if (!self) detail::RaiseNotShared(Derived::kClassName);
+    return std::make_shared<detail::ArrayListView<Derived>>(std::move(self));
 }
 
 template <class T, class Derived>
 std::shared_ptr<IComparer> ArrayList<T, Derived>::AsIComparer() {
-    return std::make_shared<detail::ComparerView<Derived>>(this->shared_from_this());
+    auto self = this->weak_from_this().lock();
+    if (!self) detail::RaiseNotShared(Derived::kClassName);
+    return std::make_shared<detail::ComparerView<Derived>>(std::move(self));
 }
 
 // Declares a collection class over a record: the template instantiated for

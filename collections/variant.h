@@ -151,7 +151,9 @@ public:
     }
 
     Variant(const Variant& o) : kind_(o.kind_), scalar_(o.scalar_), string_(o.string_), object_(o.object_), box_(o.box_ ? o.box_->Clone() : nullptr) {}
-    Variant(Variant&&) noexcept = default;
+    // A moved-from variant is Empty, never a record or array without its box.
+    Variant(Variant&& o) noexcept
+        : kind_(std::exchange(o.kind_, Kind::Empty)), scalar_(o.scalar_), string_(std::move(o.string_)), object_(std::move(o.object_)), box_(std::move(o.box_)) {}
     Variant& operator=(const Variant& o) {
         if (this != &o) {
             Variant copy(o);
@@ -159,7 +161,16 @@ public:
         }
         return *this;
     }
-    Variant& operator=(Variant&&) noexcept = default;
+    Variant& operator=(Variant&& o) noexcept {
+        if (this != &o) {
+            kind_ = std::exchange(o.kind_, Kind::Empty);
+            scalar_ = o.scalar_;
+            string_ = std::move(o.string_);
+            object_ = std::move(o.object_);
+            box_ = std::move(o.box_);
+        }
+        return *this;
+    }
 
     Kind GetKind() const noexcept { return kind_; }
     bool IsEmpty() const noexcept { return kind_ == Kind::Empty; }
