@@ -279,6 +279,20 @@ void DXFReader::UnRead() {
     hasPushBack_ = true;
 }
 
+int64_t DXFReader::BytesLeft() const noexcept {
+    if (!open_) return 0;
+    int64_t left = static_cast<int64_t>(end_ - begin_);
+    if (fd_ >= 0) {
+        // The file may have grown since it was measured: ask for its size now.
+        struct stat st {};
+        int64_t size = ::fstat(fd_, &st) == 0 ? static_cast<int64_t>(st.st_size) : fileLength_;
+        off_t pos = ::lseek(fd_, 0, SEEK_CUR);
+        if (pos >= 0 && size > static_cast<int64_t>(pos)) left += size - static_cast<int64_t>(pos);
+    }
+    if (hasPushBack_) left += static_cast<int64_t>(pushBackValue_.size()) + 4;
+    return left;
+}
+
 double DXFReader::ToDouble(std::string_view value) const {
     double d = 0;
     switch (ParseDouble(value, d)) {

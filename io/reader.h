@@ -64,6 +64,11 @@ public:
     int32_t ToInt32(std::string_view value) const;
     [[noreturn]] void Fail(int32_t number, std::string_view what) const;
 
+    // An upper bound of the bytes not consumed yet, a pushed-back pair
+    // included: lets a reader refuse a count that the rest of the input
+    // cannot hold before it allocates for it.
+    int64_t BytesLeft() const noexcept;
+
     const std::string& FileName() const noexcept { return fileName_; }
     int64_t LineNumber() const noexcept { return lineNumber_; }
 
