@@ -84,24 +84,24 @@ char32_t NextUtf8(std::string_view s, std::size_t& pos) noexcept {
         ch = c & 0x07;
     } else {
         ++pos;
-        return 0xDC80 + c;
+        return 0xDC00 + c;
     }
     if (pos + len > s.size()) {
         ++pos;
-        return 0xDC80 + c;
+        return 0xDC00 + c;
     }
     for (int i = 1; i < len; ++i) {
         unsigned char t = byte(pos + i);
         if ((t & 0xC0) != 0x80) {
             ++pos;
-            return 0xDC80 + c;
+            return 0xDC00 + c;
         }
         ch = (ch << 6) | (t & 0x3F);
     }
     static constexpr char32_t kMin[5] = {0, 0, 0x80, 0x800, 0x10000};
     if (ch < kMin[len] || ch > 0x10FFFF || (ch >= 0xD800 && ch < 0xE000)) {
         ++pos;
-        return 0xDC80 + c;
+        return 0xDC00 + c;
     }
     pos += len;
     return ch;

@@ -42,9 +42,9 @@ void EncodeAppend(std::string& out, std::string_view utf8, CodePage cp);
 // Appends one character as UTF-8.
 void AppendUtf8(std::string& out, char32_t ch);
 
-// Decodes the UTF-8 character at text[pos]; advances pos. Returns
-// U+FFFD-free raw byte values (0xDC80 + byte) for malformed input so that
-// callers can tell them apart.
+// Decodes the UTF-8 character at text[pos]; advances pos. A malformed byte
+// comes back as 0xDC00 + byte (U+DC80..U+DCFF, never valid text) so that
+// callers can tell it apart.
 char32_t NextUtf8(std::string_view text, std::size_t& pos) noexcept;
 
 char32_t ToUpper(char32_t ch) noexcept;

@@ -67,6 +67,9 @@ void DXFWriter::OpenOutput(const std::string& fileName) {
     if (exists && S_ISDIR(st.st_mode)) RaiseError(err::PathFileAccessError, kSource, "Cannot write " + fileName + ": it is a folder");
     std::string folder = folderOf(fileName);
     std::string base = fileName.substr(fileName.rfind('/') == std::string::npos ? 0 : fileName.rfind('/') + 1);
+    // Without a name the temporary file would be written in full and only
+    // the final rename would fail.
+    if (base.empty()) RaiseError(err::BadFileNameOrNumber, kSource, "Bad file name or number: \"" + fileName + "\" names no file");
     std::string temp = folder + "/." + base + ".XXXXXX";
     int fd = ::mkstemp(temp.data());
     if (fd < 0) failFile(errno, fileName);
@@ -92,6 +95,7 @@ void DXFWriter::OpenOutput(const std::string& fileName) {
 }
 
 void DXFWriter::OpenString(std::string* target) {
+    if (!target) RaiseError(ErrInvalidArgument, kSource, "OpenString needs a string to write into");
     discard();
     memory_ = target;
     memory_->clear();
@@ -193,6 +197,7 @@ void DXFWriter::WriteLine(std::string_view text, bool rightTrim) {
         put(encoded_.data(), encoded_.size());
     }
     endLine();
+    lineDone();
 }
 
 void DXFWriter::WriteString(int32_t code, std::string_view text) {
@@ -208,6 +213,7 @@ void DXFWriter::WriteInteger(int32_t code, int32_t number) {
     e[0] = '\r';
     e[1] = '\n';
     size_ += static_cast<std::size_t>(e + 2 - p);
+    lineDone();
 }
 
 void DXFWriter::WriteDouble(int32_t code, double number) {
@@ -220,6 +226,7 @@ void DXFWriter::WriteDouble(int32_t code, double number) {
     e[0] = '\r';
     e[1] = '\n';
     size_ += static_cast<std::size_t>(e + 2 - p);
+    lineDone();
 }
 
 void DXFWriter::WriteHandle(int32_t code, int32_t handle) {
@@ -230,6 +237,7 @@ void DXFWriter::WriteHandle(int32_t code, int32_t handle) {
     e[0] = '\r';
     e[1] = '\n';
     size_ += static_cast<std::size_t>(e + 2 - p);
+    lineDone();
 }
 
 void DXFWriter::WritePoint(double x, double y, double z, int32_t codeX, int32_t codeY, int32_t codeZ) {

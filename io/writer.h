@@ -27,7 +27,8 @@ public:
     CodePage GetCodePage() const noexcept { return codePage_; }
 
     void OpenOutput(const std::string& fileName);
-    // Writes into a string instead of a file (tests).
+    // Writes into a string instead of a file (tests); the string holds every
+    // line as soon as it is written.
     void OpenString(std::string* target);
     // Flushes and, for a file, puts it in place of the target.
     void CloseOutput();
@@ -52,6 +53,11 @@ private:
     void putCode(int32_t code);
     void put(const char* data, std::size_t size);
     void endLine() { put("\r\n", 2); }
+    // Output into a string is written through, so the string is complete
+    // after every pair even before CloseOutput.
+    void lineDone() {
+        if (memory_) flush();
+    }
 
     CodePage codePage_;
     bool open_ = false;
