@@ -1,0 +1,499 @@
+// The ormavec command: converts a drawing (load, then save) and prints a
+// summary of what the model holds, for people or as JSON.
+#include <unistd.h>
+
+#include <charconv>
+#include <cmath>
+#include <cstdint>
+#include <cstdio>
+#include <exception>
+#include <memory>
+#include <new>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <system_error>
+#include <vector>
+
+#include "ormavec.h"
+
+#ifndef ORMAVEC_VERSION
+#define ORMAVEC_VERSION "7.2.0"
+#endif
+
+namespace {
+
+using namespace ormavec;
+
+constexpr int kExitFailure = 1;
+constexpr int kExitUsage = 2;
+
+constexpr std::string_view kMainHelp =
+    "Usage: ormavec COMMAND [OPTIONS] ...\n"
+    "\n"
+    "Reads ASCII DXF drawings into the Ormavec model and writes them back.\n"
+    "\n"
+    "Commands:\n"
+    "  convert IN OUT     load IN and save the model as OUT\n"
+    "  info [--json] IN   summarise what the model of IN holds\n"
+    "\n"
+    "Options:\n"
+    "  -h, --help         show this help (or a command's, after the command)\n"
+    "  --version          show the version\n";
+
+constexpr std::string_view kConvertHelp =
+    "Usage: ormavec convert [OPTIONS] IN OUT\n"
+    "\n"
+    "Loads the drawing IN and saves the model as a complete DXF file OUT.\n"
+    "\n"
+    "Options:\n"
+    "  --utf8              repair UTF-8 encoded accented letters while reading\n"
+    "  --codepage CP       code page of the files, 1250 (default) or 1252\n"
+    "  --version-mode N    version mode of the reader (6 or more reads hatches in blocks)\n"
+    "  --call-log FILE     append the trace of the save to FILE\n"
+    "  -h, --help          show this help\n";
+
+constexpr std::string_view kInfoHelp =
+    "Usage: ormavec info [OPTIONS] IN\n"
+    "\n"
+    "Loads the drawing IN and prints its version, extents, entity counts,\n"
+    "attributes, tables and blocks.\n"
+    "\n"
+    "Options:\n"
+    "  --json              print one JSON object instead of text\n"
+    "  --utf8              repair UTF-8 encoded accented letters while reading\n"
+    "  --codepage CP       code page of the file, 1250 (default) or 1252\n"
+    "  --version-mode N    version mode of the reader (6 or more reads hatches in blocks)\n"
+    "  -h, --help          show this help\n";
+
+struct UsageError {
+    std::string message;
+};
+
+// One line on stderr, whatever the message holds.
+void printError(std::string_view message) {
+    std::string line = "ormavec: ";
+    for (char c : message) line.push_back(c == '\n' || c == '\r' ? ' ' : c);
+    line.push_back('\n');
+    std::fputs(line.c_str(), stderr);
+}
+
+struct LoadOptions {
+    bool utf8 = false;
+    CodePage codePage = CodePage::Windows1250;
+    std::optional<int16_t> versionMode;
+};
+
+struct Arguments {
+    LoadOptions load;
+    bool json = false;
+    bool help = false;
+    std::optional<std::string> callLog;
+    std::vector<std::string> positional;
+};
+
+int16_t parseVersionMode(std::string_view text) {
+    int16_t value = 0;
+    auto [end, ec] = std::from_chars(text.data(), text.data() + text.size(), value);
+    if (ec != std::errc() || end != text.data() + text.size())
+        throw UsageError{"--version-mode needs an integer from -32768 to 32767, not '" + std::string(text) + "'"};
+    return value;
+}
+
+CodePage parseCodePage(std::string_view text) {
+    if (text == "1250") return CodePage::Windows1250;
+    if (text == "1252") return CodePage::Windows1252;
+    throw UsageError{"--codepage must be 1250 or 1252, not '" + std::string(text) + "'"};
+}
+
+// Options may come before or between the positional arguments; "--" ends them.
+Arguments parseArguments(std::string_view command, const std::vector<std::string_view>& args) {
+    const bool isConvert = command == "convert";
+    Arguments a;
+    bool optionsDone = false;
+    for (std::size_t i = 0; i < args.size(); ++i) {
+        std::string_view arg = args[i];
+        if (optionsDone || arg.size() < 2 || arg[0] != '-') {
+            a.positional.emplace_back(arg);
+            continue;
+        }
+        std::string_view name = arg;
+        std::optional<std::string_view> inlineValue;
+        if (auto eq = arg.find('='); eq != std::string_view::npos && arg.starts_with("--")) {
+            name = arg.substr(0, eq);
+            inlineValue = arg.substr(eq + 1);
+        }
+        auto value = [&]() -> std::string_view {
+            if (inlineValue) return *inlineValue;
+            if (i + 1 >= args.size()) throw UsageError{std::string(name) + " needs a value"};
+            return args[++i];
+        };
+        if (name == "--") {
+            optionsDone = true;
+        } else if (name == "-h" || name == "--help") {
+            a.help = true;
+        } else if (name == "--utf8") {
+            a.load.utf8 = true;
+        } else if (name == "--codepage") {
+            a.load.codePage = parseCodePage(value());
+        } else if (name == "--version-mode") {
+            a.load.versionMode = parseVersionMode(value());
+        } else if (name == "--call-log" && isConvert) {
+            std::string_view file = value();
+            if (file.empty()) throw UsageError{"--call-log needs a file name"};
+            a.callLog = std::string(file);
+        } else if (name == "--json" && !isConvert) {
+            a.json = true;
+        } else {
+            throw UsageError{"unknown option '" + std::string(arg) + "' for '" + std::string(command) + "' (see ormavec " +
+                             std::string(command) + " --help)"};
+        }
+        if (inlineValue && (name == "--utf8" || name == "--json" || name == "--help"))
+            throw UsageError{std::string(name) + " takes no value"};
+    }
+    return a;
+}
+
+// A bar on stderr while loading, only when a person watches the terminal.
+class ProgressBar {
+public:
+    explicit ProgressBar(std::string label) : enabled_(::isatty(STDERR_FILENO) == 1), label_(std::move(label)) {}
+    ~ProgressBar() { finish(); }
+
+    void attach(DXFDocument& doc) {
+        if (!enabled_) return;
+        doc.Progress = [this](int32_t& percent) { draw(percent); };
+    }
+    void finish() {
+        if (!enabled_ || !drawn_) return;
+        std::fputs("\r\033[K", stderr);
+        std::fflush(stderr);
+        drawn_ = false;
+    }
+
+private:
+    void draw(int32_t percent) {
+        if (percent < 0) percent = 0;
+        if (percent > 100) percent = 100;
+        constexpr int kWidth = 30;
+        const int filled = percent * kWidth / 100;
+        std::string line = "\rLoading " + label_ + " [";
+        line.append(static_cast<std::size_t>(filled), '#');
+        line.append(static_cast<std::size_t>(kWidth - filled), ' ');
+        line += "] ";
+        line += std::to_string(percent);
+        line += "%";
+        std::fputs(line.c_str(), stderr);
+        std::fflush(stderr);
+        drawn_ = true;
+    }
+
+    bool enabled_;
+    bool drawn_ = false;
+    std::string label_;
+};
+
+void configure(DXFDocument& doc, const LoadOptions& o) {
+    doc.SetTextConvertMode(o.utf8 ? TextConvertMode::FromUTF8 : TextConvertMode::None);
+    doc.SetCodePage(o.codePage);
+    if (o.versionMode) doc.SetVersionMode(*o.versionMode);
+}
+
+void load(DXFDocument& doc, const std::string& file) {
+    ProgressBar bar(file);
+    bar.attach(doc);
+    try {
+        doc.Load(file);
+    } catch (...) {
+        bar.finish();
+        doc.Progress = nullptr;
+        throw;
+    }
+    bar.finish();
+    doc.Progress = nullptr;
+}
+
+// ---- counting what the model holds ----
+
+struct Count {
+    std::string_view name;
+    int64_t value;
+};
+
+template <class C>
+int64_t countOf(const std::shared_ptr<C>& c) {
+    return c ? c->Count() : 0;
+}
+
+std::vector<Count> entityCounts(const ENTITIES& e) {
+    return {{"ARCS", countOf(e.ARCS())},         {"CIRCLES", countOf(e.CIRCLES())},
+            {"ELLIPSES", countOf(e.ELLIPSES())}, {"FACE3DS", countOf(e.FACE3DS())},
+            {"INSERTS", countOf(e.INSERTS())},   {"LINES", countOf(e.LINES())},
+            {"LWPOLYLINES", countOf(e.LWPOLYLINES())}, {"MTEXTS", countOf(e.MTEXTS())},
+            {"POLYLINES", countOf(e.POLYLINES())}, {"POINTS", countOf(e.POINTS())},
+            {"TEXTS", countOf(e.TEXTS())},       {"SOLIDS", countOf(e.SOLIDS())},
+            {"ATTDEFS", countOf(e.ATTDEFS())},   {"ATTRIBS", countOf(e.ATTRIBS())}};
+}
+
+std::vector<Count> blockCounts(const BLOCK_BLOCK& b) {
+    return {{"ARCS", countOf(b.ARCS)},         {"CIRCLES", countOf(b.CIRCLES)},   {"ELLIPSES", countOf(b.ELLIPSES)},
+            {"FACE3DS", countOf(b.FACE3DS)},   {"INSERTS", countOf(b.INSERTS)},   {"LINES", countOf(b.LINES)},
+            {"LWPOLYLINES", countOf(b.LWPOLYLINES)}, {"POLYLINES", countOf(b.POLYLINES)}, {"POINTS", countOf(b.POINTS)},
+            {"TEXTS", countOf(b.TEXTS)},       {"MTEXTS", countOf(b.MTEXTS)},     {"HATCHES", countOf(b.HATCHES)},
+            {"ATTDEFS", countOf(b.ATTDEFS)}};
+}
+
+int64_t attribsOf(const std::shared_ptr<INSERTS>& inserts) {
+    int64_t n = 0;
+    if (!inserts) return 0;
+    for (const INSERT_ENT& i : *inserts) n += countOf(i.ATTRIBS);
+    return n;
+}
+
+struct Summary {
+    std::string file;
+    int32_t acadVer = 0;
+    XYZ extMin, extMax, insBase;
+    double extent[4] = {0, 0, 0, 0};
+    std::vector<Count> entities;
+    int64_t attribs = 0;
+    std::vector<Count> tables;
+    struct Block {
+        std::string name;
+        std::vector<Count> entities;
+    };
+    std::vector<Block> blocks;
+};
+
+Summary summarise(const DXFDocument& doc, const std::string& file) {
+    Summary s;
+    s.file = file;
+    const HEADER& h = *doc.HEADER();
+    s.acadVer = h.AcadVer();
+    s.extMin = h.ExtMin();
+    s.extMax = h.ExtMax();
+    s.insBase = h.InsBase();
+    doc.ENTITIES()->ReCalcExtent(s.extent[0], s.extent[1], s.extent[2], s.extent[3]);
+    s.entities = entityCounts(*doc.ENTITIES());
+    s.attribs = attribsOf(doc.ENTITIES()->INSERTS());
+    const TABLES& t = *doc.TABLES();
+    s.tables = {{"LAYERS", countOf(t.LAYERS())}, {"LTYPES", countOf(t.LTYPES())}, {"STYLES", countOf(t.STYLES())}};
+    for (const BLOCK_BLOCK& b : *doc.BLOCKS()) {
+        s.attribs += attribsOf(b.INSERTS);
+        s.blocks.push_back({b.BlockName, blockCounts(b)});
+    }
+    return s;
+}
+
+// ---- output ----
+
+std::string number(double v) {
+    if (!std::isfinite(v)) return "null";
+    char buf[64];
+    auto [end, ec] = std::to_chars(buf, buf + sizeof buf, v);
+    if (ec != std::errc()) return "null";
+    return std::string(buf, end);
+}
+
+// JSON string: valid UTF-8 in, escapes for quotes, backslashes and controls;
+// a byte that is not part of valid UTF-8 becomes U+FFFD.
+std::string jsonString(std::string_view s) {
+    std::string out = "\"";
+    std::size_t i = 0;
+    while (i < s.size()) {
+        unsigned char c = static_cast<unsigned char>(s[i]);
+        if (c < 0x80) {
+            switch (c) {
+            case '"': out += "\\\""; break;
+            case '\\': out += "\\\\"; break;
+            case '\b': out += "\\b"; break;
+            case '\f': out += "\\f"; break;
+            case '\n': out += "\\n"; break;
+            case '\r': out += "\\r"; break;
+            case '\t': out += "\\t"; break;
+            default:
+                if (c < 0x20) {
+                    char buf[8];
+                    std::snprintf(buf, sizeof buf, "\\u%04x", c);
+                    out += buf;
+                } else {
+                    out.push_back(static_cast<char>(c));
+                }
+            }
+            ++i;
+            continue;
+        }
+        std::size_t len = c >= 0xF0 && c <= 0xF4 ? 4 : c >= 0xE0 ? 3 : c >= 0xC2 && c <= 0xDF ? 2 : 0;
+        if (c >= 0xF5) len = 0;
+        bool ok = len != 0 && i + len <= s.size();
+        for (std::size_t k = 1; ok && k < len; ++k) ok = (static_cast<unsigned char>(s[i + k]) & 0xC0) == 0x80;
+        if (ok) {
+            // Overlong forms, surrogates and values above U+10FFFF are not UTF-8.
+            unsigned char c1 = static_cast<unsigned char>(s[i + 1]);
+            if (len == 3 && ((c == 0xE0 && c1 < 0xA0) || (c == 0xED && c1 >= 0xA0))) ok = false;
+            if (len == 4 && ((c == 0xF0 && c1 < 0x90) || (c == 0xF4 && c1 >= 0x90))) ok = false;
+        }
+        if (ok) {
+            out.append(s.substr(i, len));
+            i += len;
+        } else {
+            out += "\xEF\xBF\xBD";
+            ++i;
+        }
+    }
+    out += "\"";
+    return out;
+}
+
+std::string jsonPoint(const XYZ& p) { return "[" + number(p.X) + "," + number(p.Y) + "," + number(p.Z) + "]"; }
+
+std::string jsonCounts(const std::vector<Count>& counts) {
+    std::string out = "{";
+    for (std::size_t i = 0; i < counts.size(); ++i) {
+        if (i) out += ",";
+        out += jsonString(counts[i].name) + ":" + std::to_string(counts[i].value);
+    }
+    return out + "}";
+}
+
+std::string toJson(const Summary& s) {
+    std::string out = "{";
+    out += "\"file\":" + jsonString(s.file);
+    out += ",\"acadver\":" + std::to_string(s.acadVer);
+    out += ",\"header\":{\"extmin\":" + jsonPoint(s.extMin) + ",\"extmax\":" + jsonPoint(s.extMax) +
+           ",\"insbase\":" + jsonPoint(s.insBase) + "}";
+    out += ",\"extent\":[" + number(s.extent[0]) + "," + number(s.extent[1]) + "," + number(s.extent[2]) + "," +
+           number(s.extent[3]) + "]";
+    out += ",\"entities\":" + jsonCounts(s.entities);
+    out += ",\"attribs\":" + std::to_string(s.attribs);
+    out += ",\"tables\":" + jsonCounts(s.tables);
+    out += ",\"blocks\":[";
+    for (std::size_t i = 0; i < s.blocks.size(); ++i) {
+        if (i) out += ",";
+        out += "{\"name\":" + jsonString(s.blocks[i].name) + ",\"entities\":" + jsonCounts(s.blocks[i].entities) + "}";
+    }
+    out += "]}\n";
+    return out;
+}
+
+std::string textPoint(const XYZ& p) { return number(p.X) + ", " + number(p.Y) + ", " + number(p.Z); }
+
+// Pads to a width in characters, not bytes.
+std::string padded(std::string_view text, std::size_t width) {
+    std::size_t chars = 0;
+    for (char c : text) chars += (static_cast<unsigned char>(c) & 0xC0) != 0x80;
+    std::string out(text);
+    if (chars < width) out.append(width - chars, ' ');
+    return out;
+}
+
+// Only the non-zero counts, "LINES 4, ARCS 1", or "empty".
+std::string nonZero(const std::vector<Count>& counts) {
+    std::string out;
+    for (const Count& c : counts) {
+        if (c.value == 0) continue;
+        if (!out.empty()) out += ", ";
+        out += std::string(c.name) + " " + std::to_string(c.value);
+    }
+    return out.empty() ? "empty" : out;
+}
+
+std::string toText(const Summary& s) {
+    std::string out;
+    out += "File:      " + s.file + "\n";
+    out += "Version:   " + (s.acadVer ? "AC" + std::to_string(s.acadVer) : std::string("unknown")) + "\n";
+    out += "Header:    $EXTMIN  " + textPoint(s.extMin) + "\n";
+    out += "           $EXTMAX  " + textPoint(s.extMax) + "\n";
+    out += "           $INSBASE " + textPoint(s.insBase) + "\n";
+    out += "Extent:    (" + number(s.extent[0]) + ", " + number(s.extent[1]) + ") - (" + number(s.extent[2]) + ", " +
+           number(s.extent[3]) + ")\n";
+    int64_t total = 0;
+    for (const Count& c : s.entities) total += c.value;
+    out += "Entities:  " + std::to_string(total) + "\n";
+    for (const Count& c : s.entities) out += "  " + padded(c.name, 13) + std::to_string(c.value) + "\n";
+    out += "Attributes held by inserts: " + std::to_string(s.attribs) + "\n";
+    out += "Tables:    ";
+    for (std::size_t i = 0; i < s.tables.size(); ++i)
+        out += (i ? ", " : "") + std::string(s.tables[i].name) + " " + std::to_string(s.tables[i].value);
+    out += "\n";
+    out += "Blocks:    " + std::to_string(s.blocks.size()) + "\n";
+    for (const Summary::Block& b : s.blocks) out += "  " + padded(b.name, 20) + " " + nonZero(b.entities) + "\n";
+    return out;
+}
+
+void writeStdout(const std::string& text) {
+    if (std::fwrite(text.data(), 1, text.size(), stdout) != text.size() || std::fflush(stdout) != 0)
+        throw std::runtime_error("cannot write to standard output");
+}
+
+// ---- commands ----
+
+int runConvert(const Arguments& a) {
+    if (a.positional.size() != 2)
+        throw UsageError{"convert needs an input and an output file (see ormavec convert --help)"};
+    DXFDocument doc;
+    configure(doc, a.load);
+    if (a.callLog) {
+        clsDebug debug;
+        debug.sLogFileName(*a.callLog);
+        debug.bCallLog(true);
+    }
+    load(doc, a.positional[0]);
+    doc.Save(a.positional[1]);
+    return 0;
+}
+
+int runInfo(const Arguments& a) {
+    if (a.positional.size() != 1) throw UsageError{"info needs exactly one input file (see ormavec info --help)"};
+    DXFDocument doc;
+    configure(doc, a.load);
+    load(doc, a.positional[0]);
+    Summary s = summarise(doc, a.positional[0]);
+    writeStdout(a.json ? toJson(s) : toText(s));
+    return 0;
+}
+
+int run(int argc, char** argv) {
+    std::vector<std::string_view> args(argv + 1, argv + argc);
+    if (args.empty()) throw UsageError{"no command given (see ormavec --help)"};
+    std::string_view command = args.front();
+    if (command == "-h" || command == "--help" || command == "help") {
+        writeStdout(std::string(kMainHelp));
+        return 0;
+    }
+    if (command == "--version") {
+        writeStdout("ormavec " ORMAVEC_VERSION "\n");
+        return 0;
+    }
+    if (command != "convert" && command != "info") {
+        if (command.starts_with("-")) throw UsageError{"unknown option '" + std::string(command) + "' (see ormavec --help)"};
+        throw UsageError{"unknown command '" + std::string(command) + "' (see ormavec --help)"};
+    }
+    std::vector<std::string_view> rest(args.begin() + 1, args.end());
+    Arguments a = parseArguments(command, rest);
+    if (a.help) {
+        writeStdout(std::string(command == "convert" ? kConvertHelp : kInfoHelp));
+        return 0;
+    }
+    return command == "convert" ? runConvert(a) : runInfo(a);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    try {
+        return run(argc, argv);
+    } catch (const UsageError& e) {
+        printError(e.message);
+        return kExitUsage;
+    } catch (const ormavec::Error& e) {
+        printError(e.what());
+        return kExitFailure;
+    } catch (const std::bad_alloc&) {
+        printError("out of memory");
+        return kExitFailure;
+    } catch (const std::exception& e) {
+        printError(e.what());
+        return kExitFailure;
+    }
+}

@@ -1,0 +1,155 @@
+#!/usr/bin/env python3
+"""Tests of the ormavec command: exit codes, the one-line errors, help and
+version, convert with its options, info as text and as JSON.
+
+    cli_test.py PATH/TO/ormavec
+"""
+
+import json
+import os
+import subprocess
+import sys
+import tempfile
+import unittest
+
+ORMAVEC = None
+HERE = os.path.dirname(os.path.abspath(__file__))
+EXAMPLE = os.path.join(HERE, "..", "examples", "site_plan.dxf")
+
+ENTITY_KEYS = ["ARCS", "CIRCLES", "ELLIPSES", "FACE3DS", "INSERTS", "LINES", "LWPOLYLINES", "MTEXTS",
+               "POLYLINES", "POINTS", "TEXTS", "SOLIDS", "ATTDEFS", "ATTRIBS"]
+BLOCK_KEYS = ["ARCS", "CIRCLES", "ELLIPSES", "FACE3DS", "INSERTS", "LINES", "LWPOLYLINES", "POLYLINES",
+              "POINTS", "TEXTS", "MTEXTS", "HATCHES", "ATTDEFS"]
+
+
+def run(*args):
+    # stdin closed and no terminal: the progress bar must stay silent.
+    p = subprocess.run([ORMAVEC, *args], stdin=subprocess.DEVNULL, capture_output=True,
+                       env=dict(os.environ, LC_ALL="C.UTF-8"))
+    return p.returncode, p.stdout.decode("utf-8"), p.stderr.decode("utf-8", "replace")
+
+
+class Errors(unittest.TestCase):
+    def assertOneLineError(self, code, err, want_code):
+        self.assertEqual(code, want_code, err)
+        self.assertTrue(err.startswith("ormavec: "), err)
+        self.assertTrue(err.endswith("\n"), err)
+        self.assertEqual(err.count("\n"), 1, err)
+
+    def test_usage_errors_exit_2(self):
+        for args in ([], ["frobnicate"], ["--frob"], ["convert"], ["convert", "a.dxf"], ["convert", "a", "b", "c"],
+                     ["info"], ["info", "a", "b"], ["convert", "--codepage", "1251", "a", "b"],
+                     ["convert", "--codepage"], ["convert", "--version-mode", "x", "a", "b"],
+                     ["convert", "--version-mode", "70000", "a", "b"], ["info", "--call-log", "l", "a"],
+                     ["convert", "--json", "a", "b"], ["info", "--bogus", "a"]):
+            with self.subTest(args=args):
+                code, out, err = run(*args)
+                self.assertOneLineError(code, err, 2)
+                self.assertEqual(out, "")
+
+    def test_missing_file_exits_1_and_names_it(self):
+        with tempfile.TemporaryDirectory() as d:
+            missing = os.path.join(d, "nincs.dxf")
+            for args in (["info", missing], ["info", "--json", missing], ["convert", missing, os.path.join(d, "o")]):
+                with self.subTest(args=args):
+                    code, out, err = run(*args)
+                    self.assertOneLineError(code, err, 1)
+                    self.assertIn(missing, err)
+                    self.assertEqual(out, "")
+            self.assertFalse(os.path.exists(os.path.join(d, "o")))
+
+    def test_bad_group_code_names_file_and_line(self):
+        with tempfile.TemporaryDirectory() as d:
+            bad = os.path.join(d, "bad.dxf")
+            with open(bad, "wb") as f:
+                f.write(b"0\r\nSECTION\r\n2\r\nENTITIES\r\nx\r\nLINE\r\n0\r\nENDSEC\r\n0\r\nEOF\r\n")
+            code, out, err = run("info", bad)
+            self.assertOneLineError(code, err, 1)
+            self.assertIn(bad + ":5", err)
+
+    def test_unwritable_output_exits_1(self):
+        code, _, err = run("convert", EXAMPLE, "/nonexistent-folder/out.dxf")
+        self.assertOneLineError(code, err, 1)
+
+
+class HelpAndVersion(unittest.TestCase):
+    def test_help(self):
+        for args, word in ((["--help"], "convert"), (["-h"], "info"), (["convert", "--help"], "--call-log"),
+                           (["info", "-h"], "--json"), (["convert", "a", "--help"], "--codepage")):
+            with self.subTest(args=args):
+                code, out, err = run(*args)
+                self.assertEqual((code, err), (0, ""))
+                self.assertTrue(out.startswith("Usage: ormavec"), out)
+                self.assertIn(word, out)
+
+    def test_version(self):
+        code, out, err = run("--version")
+        self.assertEqual((code, err), (0, ""))
+        self.assertRegex(out, r"^ormavec \d+\.\d+\.\d+\n$")
+
+
+class Convert(unittest.TestCase):
+    def test_convert_then_info_json(self):
+        with tempfile.TemporaryDirectory() as d:
+            out_file = os.path.join(d, "kimenet.dxf")
+            log = os.path.join(d, "hívások.log")
+            code, out, err = run("convert", "--call-log", log, EXAMPLE, out_file)
+            self.assertEqual((code, out, err), (0, "", ""))
+            with open(out_file, "rb") as f:
+                data = f.read()
+            self.assertTrue(data.startswith(b"0\r\nSECTION\r\n2\r\nHEADER\r\n"), data[:40])
+            self.assertTrue(data.endswith(b"0\r\nEOF\r\n"))
+            with open(log, "rb") as f:
+                lines = f.read().split(b"\r\n")
+            self.assertEqual(lines[0], b'"DXFDocument.Save >>>"')
+            self.assertIn(b'"DXFDocument.Save <<<"', lines)
+
+            code, out, err = run("info", "--json", out_file)
+            self.assertEqual((code, err), (0, ""))
+            info = json.loads(out)
+            self.assertEqual(list(info), ["file", "acadver", "header", "extent", "entities", "attribs", "tables",
+                                          "blocks"])
+            self.assertEqual(info["file"], out_file)
+            self.assertEqual(info["acadver"], 1015)
+            self.assertEqual(info["header"]["extmin"], [-1, -3, 0])
+            self.assertEqual(info["header"]["extmax"], [33, 18.5, 5])
+            self.assertEqual(info["header"]["insbase"], [0, 0, 0])
+            self.assertEqual(len(info["extent"]), 4)
+            self.assertEqual(list(info["entities"]), ENTITY_KEYS)
+            e = info["entities"]
+            self.assertEqual((e["LINES"], e["INSERTS"], e["POLYLINES"], e["TEXTS"], e["MTEXTS"]), (5, 11, 4, 7, 1))
+            self.assertEqual(info["attribs"], 2)
+            # Saving adds the layer "0"? It is there already; ByBlock and ByLayer too.
+            self.assertEqual(info["tables"], {"LAYERS": 9, "LTYPES": 5, "STYLES": 2})
+            names = [b["name"] for b in info["blocks"]]
+            self.assertEqual(names, ["*Model_Space", "*Paper_Space", "AJTÓ", "ABLAK", "FA", "ÉSZAK", "CÍMMEZŐ"])
+            for b in info["blocks"]:
+                self.assertEqual(list(b["entities"]), BLOCK_KEYS)
+            self.assertEqual(info["blocks"][2]["entities"]["ARCS"], 1)
+
+    def test_version_mode_reads_hatches_in_blocks(self):
+        counts = []
+        for mode in ("0", "6"):
+            code, out, err = run("info", "--json", "--version-mode", mode, EXAMPLE)
+            self.assertEqual((code, err), (0, ""))
+            tree = [b for b in json.loads(out)["blocks"] if b["name"] == "FA"][0]
+            counts.append(tree["entities"]["HATCHES"])
+        self.assertEqual(counts, [0, 1])
+
+    def test_codepage_changes_the_names(self):
+        code, out, _ = run("info", "--json", "--codepage=1252", EXAMPLE)
+        self.assertEqual(code, 0)
+        names = [b["name"] for b in json.loads(out)["blocks"]]
+        self.assertIn("CÍMMEZÕ", names)  # byte F5 is o with tilde in 1252
+
+    def test_info_text(self):
+        code, out, err = run("info", EXAMPLE)
+        self.assertEqual((code, err), (0, ""))
+        for word in ("File:", "Version:   AC1015", "$EXTMIN  -1, -3, 0", "Extent:", "LWPOLYLINES",
+                     "Attributes held by inserts: 2", "LAYERS 9", "CÍMMEZŐ"):
+            self.assertIn(word, out)
+
+
+if __name__ == "__main__":
+    ORMAVEC = sys.argv.pop(1)
+    unittest.main(verbosity=2)
