@@ -1,0 +1,676 @@
+// The type library "Ormavec" 7.2: every public class with its identifiers,
+// every interface with its members in interface order, and the late-bound
+// call of each member onto the typed model.
+//
+// Dispatch identifiers. Where the model's interfaces fix them (_DXFDocument,
+// _HEADER, _ENTITIES, _clsDebug, the event __DXFDocument) they are written
+// out below. Everywhere else (_TABLES, the collection interfaces, _IArrayList,
+// _IComparer) they are assigned by one rule, so that they never change while
+// the member lists stay as they are:
+//   - Item, the default member, is DISPID_VALUE (0);
+//   - any other member gets n = the position of its name among the distinct
+//     member names of the interface, counted from 0 in interface order (a
+//     let and a get of one property share the name and the id), and the id
+//     0x68030000 + n for a property, 0x60030000 + n for a method.
+// So on every collection interface To<record> is 0x60030000, Sort 0x60030001,
+// SetArray 0x60030002, GetArray 0x60030003, VarType 0x68030004, ShrinkFactor
+// 0x68030005, LowerBound 0x68030006, UpperBound 0x68030007, GrowLength
+// 0x68030008, Shrink 0x60030009, EraseArray 0x6003000A, SetCount 0x6003000B,
+// Count 0x6803000C, AddItem 0x6003000D, RemoveItem 0x6003000E, Item 0,
+// Find 0x60030010, Copy 0x60030011, Add 0x60030012, Delete 0x60030013, then
+// DeleteByName 0x60030014, ItemByName 0x60030015, Clear 0x60030016 and
+// CreateEntityArrays 0x60030017 where the class has them. On _IArrayList:
+// SetArray 0x60030000, GetArray 0x60030001, Copy 0x60030002, ShrinkFactor
+// 0x68030003, LowerBound 0x68030004, UpperBound 0x68030005, GrowLength
+// 0x68030006, Shrink 0x60030007, EraseArray 0x60030008, SetCount 0x60030009,
+// Count 0x6803000A, AddItem 0x6003000B, RemoveItem 0x6003000C, Item 0, Find
+// 0x6003000E, VarType 0x6803000F, CreateNew 0x60030010, Sort 0x60030011. On
+// _IComparer: Compare 0x60030000. On _TABLES: LAYERS 0x68030000, LTYPES
+// 0x68030001, STYLES 0x68030002.
+#include <algorithm>
+#include <cstdio>
+
+#include "automation/automation.h"
+
+namespace ormavec::automation {
+
+namespace {
+
+constexpr int32_t kPropertyBase = 0x68030000;
+constexpr int32_t kMethodBase = 0x60030000;
+
+// The texts the type library documents the list members with.
+constexpr const char* kHelpLowerBound = "The lower bound of the array, this is the frist index.If count = 0 the lower bound is 0.";
+constexpr const char* kHelpUpperBound = "The index of the last element.If Count = 0 the return value is -1.";
+constexpr const char* kHelpGrowLength = "The length of the cache.";
+constexpr const char* kHelpCount = "Returns a count of elements.";
+constexpr const char* kHelpAddItem = "Adds an item to the end of the array.";
+constexpr const char* kHelpEraseArray = "Erases the array.";
+constexpr const char* kHelpItem = "Sets, returns the item by the given index.";
+constexpr const char* kHelpFind = "Finds the first occurence of the given value, in case of success returns true. ";
+constexpr const char* kHelpVarType = "The type of the elements.";
+constexpr const char* kHelpSort = "Sort the list.optional [m..n] sort interval, optional Comparer is an user defined compare method.";
+constexpr const char* kHelpSetCount = "Set the size of the array.Set PreserveValues to true to enforce preserve values  .";
+constexpr const char* kHelpRemoveItem =
+    "Removes the item at the given index. If KeepSequence is false the last item will be moved to the index of the deleted item, "
+    "otherwise the items after it move down. Memory usage = Count + (GrowLength * ShrinkFactor)";
+constexpr const char* kHelpShrink =
+    "Gives back the unused part of the cache. Memory usage = Count + (GrowLength * ShrinkFactor). If DestroyCache is true the "
+    "cache is disposed of completely.";
+constexpr const char* kHelpShrinkFactor =
+    "The part of the cache kept by a shrink, in units of GrowLength. Memory usage = Count + (GrowLength * ShrinkFactor). Value "
+    "must be greater than 1.";
+
+Param P(std::string name, std::string type) { return {std::move(name), std::move(type), 0}; }
+Param Ref(std::string name, std::string type) { return {std::move(name), std::move(type), ORMAVEC_PARAM_BYREF}; }
+Param Out(std::string name, std::string type) {
+    return {std::move(name), std::move(type), ORMAVEC_PARAM_BYREF | ORMAVEC_PARAM_OUT};
+}
+Param Opt(std::string name, std::string type) { return {std::move(name), std::move(type), ORMAVEC_PARAM_OPTIONAL}; }
+
+// The object behind an interface, as its class.
+template <class C>
+C& Self(Object& o) {
+    C* p = dynamic_cast<C*>(&o);
+    if (!p) RaiseError(ErrInvalidOperation, o.ClassName(), "The interface does not belong to this object");
+    return *p;
+}
+
+std::optional<int32_t> OptInt(const Variant& v) {
+    if (v.IsEmpty()) return std::nullopt;
+    return v.ToInt32();
+}
+
+Variant None() { return {}; }
+
+class Builder {
+public:
+    Builder(TypeLibrary& lib, std::string name, const char* iid) {
+        lib.interfaces.push_back(std::make_unique<Interface>());
+        iface_ = lib.interfaces.back().get();
+        iface_->name = std::move(name);
+        iface_->iid = G(iid);
+    }
+    // A member with a fixed dispatch identifier.
+    Builder& Add(std::string name, int32_t kind, int32_t dispid, std::vector<Param> params, std::string result, Invoker call,
+                 std::string help = {}) {
+        position(name);
+        iface_->members.push_back({std::move(name), kind, dispid, std::move(params), std::move(result), std::move(help), std::move(call)});
+        return *this;
+    }
+    // A member whose identifier follows the rule at the top of this file.
+    Builder& Auto(std::string name, int32_t kind, std::vector<Param> params, std::string result, Invoker call, std::string help = {}) {
+        const int32_t n = position(name);
+        const int32_t id = name == "Item" ? ORMAVEC_DISPID_VALUE : (kind == kMethod ? kMethodBase : kPropertyBase) + n;
+        return Add(std::move(name), kind, id, std::move(params), std::move(result), std::move(call), std::move(help));
+    }
+    Interface* get() const noexcept { return iface_; }
+
+private:
+    int32_t position(const std::string& name) {
+        auto it = std::find(names_.begin(), names_.end(), name);
+        if (it != names_.end()) return static_cast<int32_t>(it - names_.begin());
+        names_.push_back(name);
+        return static_cast<int32_t>(names_.size() - 1);
+    }
+    Interface* iface_;
+    std::vector<std::string> names_;
+};
+
+// The template members of every collection class, in slot order.
+template <class C>
+Builder CollectionInterface(TypeLibrary& lib, const char* iid) {
+    using T = typename C::value_type;
+    const std::string rec(TypeNameOf<T>::value);
+    Builder b(lib, "_" + std::string(C::kClassName), iid);
+    b.Auto(std::is_same_v<C, LTYPES> ? std::string("ToLTYPES") : "To" + rec, kMethod, {P("Value", "Variant")}, rec,
+           [](Object&, Args& a) { return Variant::FromRecord(C::ToRecord(a[0])); });
+    b.Auto("Sort", kMethod, {Opt("m", "Variant"), Opt("n", "Variant"), Opt("Comparer", "IComparer")}, "",
+           [](Object& o, Args& a) {
+               Self<C>(o).Sort(OptInt(a[0]), OptInt(a[1]), ToComparer(a[2]));
+               return None();
+           },
+           kHelpSort);
+    b.Auto("SetArray", kMethod, {P("Value", "Variant")}, "", [](Object& o, Args& a) {
+        Self<C>(o).SetArray(static_cast<const Variant&>(a[0]));
+        return None();
+    });
+    b.Auto("GetArray", kMethod, {}, rec + "()", [](Object& o, Args&) {
+        const C& c = Self<C>(o);
+        return c.Count() == 0 ? Variant::UnallocatedArray<T>() : Variant::FromArray<T>(c.GetArray());
+    });
+    b.Auto("VarType", kGet, {}, "Long", [](Object& o, Args&) { return Variant(Self<C>(o).VarType()); }, kHelpVarType);
+    b.Auto("ShrinkFactor", kLet, {Ref("Value", "Single")}, "",
+           [](Object& o, Args& a) {
+               Self<C>(o).SetShrinkFactor(static_cast<float>(a[0].ToDouble()));
+               return None();
+           },
+           kHelpShrinkFactor);
+    b.Auto("ShrinkFactor", kGet, {}, "Single", [](Object& o, Args&) { return Variant(Self<C>(o).ShrinkFactor()); }, kHelpShrinkFactor);
+    b.Auto("LowerBound", kGet, {}, "Long", [](Object& o, Args&) { return Variant(Self<C>(o).LowerBound()); }, kHelpLowerBound);
+    b.Auto("UpperBound", kGet, {}, "Long", [](Object& o, Args&) { return Variant(Self<C>(o).UpperBound()); }, kHelpUpperBound);
+    b.Auto("GrowLength", kLet, {Ref("Value", "Long")}, "",
+           [](Object& o, Args& a) {
+               Self<C>(o).SetGrowLength(a[0].ToInt32());
+               return None();
+           },
+           kHelpGrowLength);
+    b.Auto("GrowLength", kGet, {}, "Long", [](Object& o, Args&) { return Variant(Self<C>(o).GrowLength()); }, kHelpGrowLength);
+    b.Auto("Shrink", kMethod, {Ref("DestroyCache", "Long")}, "",
+           [](Object& o, Args& a) {
+               Self<C>(o).Shrink(a[0].ToInt32());
+               return None();
+           },
+           kHelpShrink);
+    b.Auto("EraseArray", kMethod, {}, "",
+           [](Object& o, Args&) {
+               Self<C>(o).EraseArray();
+               return None();
+           },
+           kHelpEraseArray);
+    b.Auto("SetCount", kMethod, {Ref("Count", "Long"), Ref("PreserveValues", "Boolean")}, "",
+           [](Object& o, Args& a) {
+               Self<C>(o).SetCount(a[0].ToInt32(), a[1].ToBool());
+               return None();
+           },
+           kHelpSetCount);
+    b.Auto("Count", kGet, {}, "Long", [](Object& o, Args&) { return Variant(Self<C>(o).Count()); }, kHelpCount);
+    b.Auto("AddItem", kMethod, {Ref("Value", rec)}, "",
+           [](Object& o, Args& a) {
+               Self<C>(o).AddItem(C::ToRecord(a[0]));
+               return None();
+           },
+           kHelpAddItem);
+    b.Auto("RemoveItem", kMethod, {Ref("Index", "Long"), Ref("KeepSequence", "Boolean")}, "",
+           [](Object& o, Args& a) {
+               Self<C>(o).RemoveItem(a[0].ToInt32(), a[1].ToBool());
+               return None();
+           },
+           kHelpRemoveItem);
+    b.Auto("Item", kLet, {Ref("Index", "Long"), Ref("Value", rec)}, "",
+           [](Object& o, Args& a) {
+               Self<C>(o).LetItem(a[0].ToInt32(), C::ToRecord(a[1]));
+               return None();
+           },
+           kHelpItem);
+    b.Auto("Item", kGet, {Ref("Index", "Long")}, rec,
+           [](Object& o, Args& a) { return Variant::FromRecord<T>(Self<C>(o).Item(a[0].ToInt32())); }, kHelpItem);
+    b.Auto("Find", kMethod, {Ref("Value", rec), Out("retIndex", "Long")}, "Boolean",
+           [](Object& o, Args& a) {
+               int32_t index = a[1].ToInt32();
+               const bool found = Self<C>(o).Find(C::ToRecord(a[0]), index);
+               if (found) a[1] = Variant(index);
+               return Variant(found);
+           },
+           kHelpFind);
+    b.Auto("Copy", kMethod, {Opt("m", "Variant"), Opt("n", "Variant")}, "IArrayList", [](Object& o, Args& a) {
+        return Variant(Self<C>(o).Copy(OptInt(a[0]), OptInt(a[1]))->AsIArrayList());
+    });
+    b.Auto("Add", kMethod, {Ref("Item", rec)}, "", [](Object& o, Args& a) {
+        Self<C>(o).Add(C::ToRecord(a[0]));
+        return None();
+    });
+    b.Auto("Delete", kMethod, {Ref("Index", "Long")}, "", [](Object& o, Args& a) {
+        Self<C>(o).Delete(a[0].ToInt32());
+        return None();
+    });
+    return b;
+}
+
+// The name-keyed collections' members after Delete.
+template <class C>
+void AddNamedMembers(Builder& b) {
+    using T = typename C::value_type;
+    const std::string rec(TypeNameOf<T>::value);
+    b.Auto("DeleteByName", kMethod, {Ref("Name", "String")}, "Boolean",
+           [](Object& o, Args& a) { return Variant(Self<C>(o).DeleteByName(a[0].ToString())); });
+    b.Auto("ItemByName", kMethod, {Ref("Name", "String"), Out("ReturnElem", rec)}, "Boolean", [](Object& o, Args& a) {
+        T elem = a[1].IsEmpty() ? T{} : C::ToRecord(a[1]);
+        const bool found = Self<C>(o).ItemByName(a[0].ToString(), elem);
+        if (found) a[1] = Variant::FromRecord(std::move(elem));
+        return Variant(found);
+    });
+    b.Auto("Clear", kMethod, {}, "", [](Object& o, Args&) {
+        Self<C>(o).Clear();
+        return None();
+    });
+}
+
+template <class C>
+ClassInfo CollectionClass(const Interface* iface, const char* clsid) {
+    ClassInfo c;
+    c.name = std::string(C::kClassName);
+    c.clsid = G(clsid);
+    c.defaultInterface = iface;
+    c.create = [] { return std::make_shared<C>(); };
+    c.asArrayList = [](const std::shared_ptr<Object>& o) -> std::shared_ptr<IArrayList> {
+        auto typed = std::dynamic_pointer_cast<C>(o);
+        return typed ? typed->AsIArrayList() : nullptr;
+    };
+    c.asComparer = [](const std::shared_ptr<Object>& o) -> std::shared_ptr<IComparer> {
+        auto typed = std::dynamic_pointer_cast<C>(o);
+        return typed ? typed->AsIComparer() : nullptr;
+    };
+    return c;
+}
+
+ClassInfo PlainClass(std::string name, const Interface* iface, const char* clsid, std::function<std::shared_ptr<Object>()> create) {
+    ClassInfo c;
+    c.name = std::move(name);
+    c.clsid = G(clsid);
+    c.defaultInterface = iface;
+    c.create = std::move(create);
+    return c;
+}
+
+// The creatable classes without members of their own.
+class EmptyObject final : public Object {
+public:
+    explicit EmptyObject(std::string_view name) : name_(name) {}
+    std::string_view ClassName() const override { return name_; }
+
+private:
+    std::string_view name_;
+};
+
+const Interface* DocumentInterface(TypeLibrary& lib) {
+    Builder b(lib, "_DXFDocument", "{30D231CF-3033-48E3-8A71-10A00A89431A}");
+    b.Add("HEADER", kGet, 0x68030004, {}, "HEADER", [](Object& o, Args&) { return Variant(Self<DXFDocument>(o).HEADER()); });
+    b.Add("ENTITIES", kGet, 0x68030003, {}, "ENTITIES", [](Object& o, Args&) { return Variant(Self<DXFDocument>(o).ENTITIES()); });
+    b.Add("BLOCKS", kGet, 0x68030002, {}, "BLOCKS", [](Object& o, Args&) { return Variant(Self<DXFDocument>(o).BLOCKS()); });
+    b.Add("TABLES", kGet, 0x68030001, {}, "TABLES", [](Object& o, Args&) { return Variant(Self<DXFDocument>(o).TABLES()); });
+    b.Add("FileName", kGet, 0x68030000, {}, "String", [](Object& o, Args&) { return Variant(Self<DXFDocument>(o).FileName()); });
+    b.Add("Load", kMethod, 0x60030007, {Ref("FileName", "String")}, "", [](Object& o, Args& a) {
+        Self<DXFDocument>(o).Load(a[0].ToString());
+        return None();
+    });
+    b.Add("Save", kMethod, 0x6003000B, {Ref("FileName", "String")}, "", [](Object& o, Args& a) {
+        Self<DXFDocument>(o).Save(a[0].ToString());
+        return None();
+    });
+    b.Add("ExplodePolyLines", kMethod, 0x6003000C, {}, "", [](Object& o, Args&) {
+        Self<DXFDocument>(o).ExplodePolyLines();
+        return None();
+    });
+    b.Add("ExplodeLWPolyLines", kMethod, 0x6003000D, {}, "", [](Object& o, Args&) {
+        Self<DXFDocument>(o).ExplodeLWPolyLines();
+        return None();
+    });
+    b.Add("TextConvertMode", kLet, 0x6803000E, {Ref("Value", "TextConvertMode")}, "", [](Object& o, Args& a) {
+        Self<DXFDocument>(o).SetTextConvertMode(static_cast<TextConvertMode>(a[0].ToInt32()));
+        return None();
+    });
+    b.Add("VersionMode", kLet, 0x6803000F, {Ref("Value", "Integer")}, "", [](Object& o, Args& a) {
+        Self<DXFDocument>(o).SetVersionMode(a[0].ToInt16());
+        return None();
+    });
+    b.Add("VersionMode", kGet, 0x6803000F, {}, "Integer", [](Object& o, Args&) { return Variant(Self<DXFDocument>(o).VersionMode()); });
+    return b.get();
+}
+
+const Interface* HeaderInterface(TypeLibrary& lib) {
+    Builder b(lib, "_HEADER", "{B49ECA6E-77D9-4747-9DAD-16D5ACF06FEE}");
+    b.Add("AcadVer", kGet, 0x68030017, {}, "Long", [](Object& o, Args&) { return Variant(Self<HEADER>(o).AcadVer()); });
+    b.Add("AcadVer", kLet, 0x68030017, {Ref("Value", "Long")}, "", [](Object& o, Args& a) {
+        Self<HEADER>(o).SetAcadVer(a[0].ToInt32());
+        return None();
+    });
+    using Getter = XYZ (HEADER::*)() const noexcept;
+    using Setter = void (HEADER::*)(const XYZ&) noexcept;
+    auto point = [&](const char* name, int32_t id, Getter get, Setter set) {
+        b.Add(name, kGet, id, {}, "XYZ", [get](Object& o, Args&) { return Variant::FromRecord((Self<HEADER>(o).*get)()); });
+        b.Add(name, kLet, id, {Ref("Value", "XYZ")}, "", [set](Object& o, Args& a) {
+            (Self<HEADER>(o).*set)(VariantToRecord<XYZ>(a[0], HEADER::kClassName));
+            return None();
+        });
+    };
+    point("ExtMax", 0x68030016, &HEADER::ExtMax, &HEADER::SetExtMax);
+    point("ExtMin", 0x68030015, &HEADER::ExtMin, &HEADER::SetExtMin);
+    point("InsBase", 0x68030014, &HEADER::InsBase, &HEADER::SetInsBase);
+    return b.get();
+}
+
+const Interface* TablesInterface(TypeLibrary& lib) {
+    Builder b(lib, "_TABLES", "{02FA1320-D381-47E2-88E0-EF65F5EAFC73}");
+    b.Auto("LAYERS", kGet, {}, "LAYERS", [](Object& o, Args&) { return Variant(Self<TABLES>(o).LAYERS()); });
+    b.Auto("LTYPES", kGet, {}, "LTYPES", [](Object& o, Args&) { return Variant(Self<TABLES>(o).LTYPES()); });
+    b.Auto("STYLES", kGet, {}, "STYLES", [](Object& o, Args&) { return Variant(Self<TABLES>(o).STYLES()); });
+    return b.get();
+}
+
+const Interface* EntitiesInterface(TypeLibrary& lib) {
+    Builder b(lib, "_ENTITIES", "{4D7C2741-B3CA-4202-BDF2-FDB119372E3A}");
+    b.Add("ReCalcExtent", kMethod, 0x6003000F, {Out("X0", "Double"), Out("Y0", "Double"), Out("X1", "Double"), Out("Y1", "Double")}, "",
+          [](Object& o, Args& a) {
+              double x0 = 0, y0 = 0, x1 = 0, y1 = 0;
+              Self<ENTITIES>(o).ReCalcExtent(x0, y0, x1, y1);
+              a[0] = Variant(x0);
+              a[1] = Variant(y0);
+              a[2] = Variant(x1);
+              a[3] = Variant(y1);
+              return None();
+          });
+#define ORMAVEC_ENTITY_GETTER(Name, Id) \
+    b.Add(#Name, kGet, Id, {}, #Name, [](Object& o, Args&) { return Variant(Self<ENTITIES>(o).Name()); })
+    ORMAVEC_ENTITY_GETTER(ARCS, 0x6803000D);
+    ORMAVEC_ENTITY_GETTER(CIRCLES, 0x6803000C);
+    ORMAVEC_ENTITY_GETTER(ELLIPSES, 0x6803000B);
+    ORMAVEC_ENTITY_GETTER(FACE3DS, 0x6803000A);
+    ORMAVEC_ENTITY_GETTER(INSERTS, 0x68030009);
+    ORMAVEC_ENTITY_GETTER(LINES, 0x68030008);
+    ORMAVEC_ENTITY_GETTER(LWPOLYLINES, 0x68030007);
+    ORMAVEC_ENTITY_GETTER(MTEXTS, 0x68030006);
+    ORMAVEC_ENTITY_GETTER(POLYLINES, 0x68030005);
+    ORMAVEC_ENTITY_GETTER(POINTS, 0x68030004);
+    ORMAVEC_ENTITY_GETTER(TEXTS, 0x68030003);
+    ORMAVEC_ENTITY_GETTER(SOLIDS, 0x68030002);
+    ORMAVEC_ENTITY_GETTER(ATTDEFS, 0x68030001);
+    ORMAVEC_ENTITY_GETTER(ATTRIBS, 0x68030000);
+#undef ORMAVEC_ENTITY_GETTER
+    return b.get();
+}
+
+const Interface* DebugInterface(TypeLibrary& lib) {
+    Builder b(lib, "_clsDebug", "{5444BD53-BBCA-4ACD-824C-3C0014B61E24}");
+    b.Add("bCallLog", kLet, 0x68030001, {Ref("Value", "Boolean")}, "", [](Object& o, Args& a) {
+        Self<clsDebug>(o).bCallLog(a[0].ToBool());
+        return None();
+    });
+    b.Add("sLogFileName", kLet, 0x68030000, {Ref("Value", "String")}, "", [](Object& o, Args& a) {
+        Self<clsDebug>(o).sLogFileName(a[0].ToString());
+        return None();
+    });
+    return b.get();
+}
+
+const Interface* ArrayListInterface(TypeLibrary& lib) {
+    Builder b(lib, "_IArrayList", "{72442825-B37F-40F9-8A11-B577A06BC0F6}");
+    using L = IArrayList;
+    b.Auto("SetArray", kMethod, {Ref("Value", "Variant")}, "", [](Object& o, Args& a) {
+        Self<L>(o).SetArray(a[0]);
+        return None();
+    });
+    b.Auto("GetArray", kMethod, {}, "Variant", [](Object& o, Args&) { return Self<L>(o).GetArray(); });
+    b.Auto("Copy", kMethod, {Opt("m", "Variant"), Opt("n", "Variant")}, "IArrayList",
+           [](Object& o, Args& a) { return Variant(Self<L>(o).Copy(a[0], a[1])); });
+    b.Auto("ShrinkFactor", kLet, {Ref("Value", "Single")}, "",
+           [](Object& o, Args& a) {
+               Self<L>(o).SetShrinkFactor(static_cast<float>(a[0].ToDouble()));
+               return None();
+           },
+           kHelpShrinkFactor);
+    b.Auto("ShrinkFactor", kGet, {}, "Single", [](Object& o, Args&) { return Variant(Self<L>(o).ShrinkFactor()); }, kHelpShrinkFactor);
+    b.Auto("LowerBound", kGet, {}, "Long", [](Object& o, Args&) { return Variant(Self<L>(o).LowerBound()); }, kHelpLowerBound);
+    b.Auto("UpperBound", kGet, {}, "Long", [](Object& o, Args&) { return Variant(Self<L>(o).UpperBound()); }, kHelpUpperBound);
+    b.Auto("GrowLength", kLet, {Ref("Value", "Long")}, "",
+           [](Object& o, Args& a) {
+               Self<L>(o).SetGrowLength(a[0].ToInt32());
+               return None();
+           },
+           kHelpGrowLength);
+    b.Auto("GrowLength", kGet, {}, "Long", [](Object& o, Args&) { return Variant(Self<L>(o).GrowLength()); }, kHelpGrowLength);
+    b.Auto("Shrink", kMethod, {Ref("DestroyCache", "Long")}, "",
+           [](Object& o, Args& a) {
+               Self<L>(o).Shrink(a[0].ToInt32());
+               return None();
+           },
+           kHelpShrink);
+    b.Auto("EraseArray", kMethod, {}, "",
+           [](Object& o, Args&) {
+               Self<L>(o).EraseArray();
+               return None();
+           },
+           kHelpEraseArray);
+    b.Auto("SetCount", kMethod, {Ref("Count", "Long"), Ref("PreserveValues", "Boolean")}, "",
+           [](Object& o, Args& a) {
+               Self<L>(o).SetCount(a[0].ToInt32(), a[1].ToBool());
+               return None();
+           },
+           kHelpSetCount);
+    b.Auto("Count", kGet, {}, "Long", [](Object& o, Args&) { return Variant(Self<L>(o).Count()); }, kHelpCount);
+    b.Auto("AddItem", kMethod, {Ref("Value", "Variant")}, "",
+           [](Object& o, Args& a) {
+               Self<L>(o).AddItem(a[0]);
+               return None();
+           },
+           kHelpAddItem);
+    b.Auto("RemoveItem", kMethod, {Ref("Index", "Long"), Ref("KeepSequence", "Boolean")}, "",
+           [](Object& o, Args& a) {
+               Self<L>(o).RemoveItem(a[0].ToInt32(), a[1].ToBool());
+               return None();
+           },
+           kHelpRemoveItem);
+    b.Auto("Item", kLet, {Ref("Index", "Long"), Ref("Value", "Variant")}, "",
+           [](Object& o, Args& a) {
+               Self<L>(o).LetItem(a[0].ToInt32(), a[1]);
+               return None();
+           },
+           kHelpItem);
+    b.Auto("Item", kSet, {Ref("Index", "Long"), Ref("Value", "Variant")}, "",
+           [](Object& o, Args& a) {
+               Self<L>(o).SetItem(a[0].ToInt32(), a[1]);
+               return None();
+           },
+           kHelpItem);
+    b.Auto("Item", kGet, {Ref("Index", "Long")}, "Variant", [](Object& o, Args& a) { return Self<L>(o).Item(a[0].ToInt32()); },
+           kHelpItem);
+    b.Auto("Find", kMethod, {Ref("Value", "Variant"), Out("retIndex", "Long")}, "Boolean",
+           [](Object& o, Args& a) {
+               int32_t index = a[1].ToInt32();
+               const bool found = Self<L>(o).Find(a[0], index);
+               if (found) a[1] = Variant(index);
+               return Variant(found);
+           },
+           kHelpFind);
+    b.Auto("VarType", kGet, {}, "Long", [](Object& o, Args&) { return Variant(Self<L>(o).VarType()); }, kHelpVarType);
+    b.Auto("CreateNew", kMethod, {}, "IArrayList", [](Object& o, Args&) { return Variant(Self<L>(o).CreateNew()); });
+    b.Auto("Sort", kMethod, {Opt("m", "Long"), Opt("n", "Long"), Opt("Comparer", "IComparer")}, "",
+           [](Object& o, Args& a) {
+               Self<L>(o).Sort(a[0].ToInt32(), a[1].ToInt32(), ToComparer(a[2]));
+               return None();
+           },
+           kHelpSort);
+    return b.get();
+}
+
+const Interface* ComparerInterface(TypeLibrary& lib) {
+    Builder b(lib, "_IComparer", "{53CCE7F1-97B7-4CD9-9BC7-90077B742BF4}");
+    b.Auto("Compare", kMethod, {Ref("a", "Variant"), Ref("b", "Variant")}, "Integer",
+           [](Object& o, Args& a) { return Variant(Self<IComparer>(o).Compare(a[0], a[1])); });
+    return b.get();
+}
+
+const Interface* EventInterface(TypeLibrary& lib) {
+    Builder b(lib, "__DXFDocument", "{951DBB8A-6B03-4C40-8E5F-BD2FD1A49129}");
+    b.get()->isSource = true;
+    // Raised by the document, not called on it.
+    b.Add("Progress", kMethod, 1, {Out("Percent", "Long")}, "", nullptr);
+    return b.get();
+}
+
+std::unique_ptr<TypeLibrary> Build() {
+    auto lib = std::make_unique<TypeLibrary>();
+    TypeLibrary& l = *lib;
+    l.name = "Ormavec";
+    l.major = 7;
+    l.minor = 2;
+    l.libid = G("{3A6C0766-157B-4090-A3E4-C890402F0A86}");
+
+    const Interface* document = DocumentInterface(l);
+    const Interface* events = EventInterface(l);
+    ClassInfo doc = PlainClass("DXFDocument", document, "{FDAD9AB1-0685-4ADA-AB7C-FC09134C81EE}", [] { return std::make_shared<DXFDocument>(); });
+    doc.sourceInterface = events;
+    l.classes.push_back(std::move(doc));
+    l.classes.push_back(PlainClass("HEADER", HeaderInterface(l), "{14F44355-3FAA-4764-B66D-E944766618F5}",
+                                   [] { return std::make_shared<HEADER>(); }));
+    l.classes.push_back(PlainClass("TABLES", TablesInterface(l), "{02DBA129-E570-47FA-BE74-833B0057321C}",
+                                   [] { return std::make_shared<TABLES>(); }));
+    l.classes.push_back(PlainClass("ENTITIES", EntitiesInterface(l), "{0CD963C2-B647-43EA-BC72-2D4C35661946}",
+                                   [] { return std::make_shared<ENTITIES>(); }));
+
+    {
+        Builder b = CollectionInterface<BLOCKS>(l, "{62CA98E4-2A47-4D83-A138-307E12F21FBB}");
+        AddNamedMembers<BLOCKS>(b);
+        b.Auto("CreateEntityArrays", kMethod, {Out("Elem", "BLOCK_BLOCK")}, "", [](Object&, Args& a) {
+            BLOCK_BLOCK elem = a[0].IsEmpty() ? BLOCK_BLOCK{} : BLOCKS::ToRecord(a[0]);
+            BLOCKS::CreateEntityArrays(elem);
+            a[0] = Variant::FromRecord(std::move(elem));
+            return None();
+        });
+        l.classes.push_back(CollectionClass<BLOCKS>(b.get(), "{7B25AA0C-10B0-4731-B67F-7F6B1E782C5D}"));
+    }
+    auto named = [&](auto tag, const char* clsid, const char* iid) {
+        using C = typename decltype(tag)::type;
+        Builder b = CollectionInterface<C>(l, iid);
+        AddNamedMembers<C>(b);
+        l.classes.push_back(CollectionClass<C>(b.get(), clsid));
+    };
+    named(std::type_identity<LAYERS>{}, "{B810C344-060E-46F7-88D8-5EF8992C652A}", "{1DBBDC01-E2F1-4DA8-83D0-D2E1DB16D72D}");
+    named(std::type_identity<LTYPES>{}, "{58182DC8-B78B-4824-A5AB-908D4060FE4A}", "{2206C24C-0A15-49DC-A04A-F13E1E67C67F}");
+    named(std::type_identity<STYLES>{}, "{44BF9143-9480-45DA-91E1-6A71BC1F3E3E}", "{3AF8F381-8730-4865-AEC9-AB64F8A163A3}");
+    auto plain = [&](auto tag, const char* clsid, const char* iid) {
+        using C = typename decltype(tag)::type;
+        l.classes.push_back(CollectionClass<C>(CollectionInterface<C>(l, iid).get(), clsid));
+    };
+    plain(std::type_identity<ARCS>{}, "{DCF0657E-1A5E-4E9E-8EA1-EDC3C6BF1A9C}", "{F304C0CF-05FB-4088-8632-E1C8005D1DA9}");
+    plain(std::type_identity<CIRCLES>{}, "{2A2C51E6-C735-481D-AF21-E31896ED7C03}", "{6CB7AFA6-6CF4-4092-AFF6-D9B1328C6A37}");
+    plain(std::type_identity<ELLIPSES>{}, "{E6D2ACCE-9C21-464B-A2A8-F2E639953C41}", "{0BAB20B0-D956-4C4C-B149-BEC9022A244F}");
+    plain(std::type_identity<FACE3DS>{}, "{495A7F21-8780-4EB6-9080-00A988DA2BC1}", "{16BCF46F-382D-4907-B9AF-E256EA8E5CA7}");
+    plain(std::type_identity<INSERTS>{}, "{E83568E7-5219-427F-856A-B06CA2F1255D}", "{B9FB4F47-E20B-43DA-BA6C-263CCCED9E79}");
+    plain(std::type_identity<LINES>{}, "{B72C8019-5507-40D4-8EEC-637869A072CC}", "{86CE3558-C364-4B54-876E-DD90D9441A3F}");
+    plain(std::type_identity<LWPOLYLINES>{}, "{12EEC826-21CC-418D-9183-CC348B66EEE2}", "{A491D259-0A2C-4285-BAFE-AD503DC2C04D}");
+    plain(std::type_identity<MTEXTS>{}, "{9B6FBE9A-149D-468E-800D-87C81E634EC6}", "{F34E7CD5-17A2-459A-B11A-EF8DB44EC211}");
+    plain(std::type_identity<POLYLINES>{}, "{230A9156-94CD-4286-B9EA-F1E44EA5EE0F}", "{8E1A5A8C-7359-4957-8BDE-DA9FE9723F7C}");
+    plain(std::type_identity<POINTS>{}, "{3DB8AED2-9F16-4FA8-97D3-0BE6EE6FCF4D}", "{E6C30BBA-E019-4B75-80C5-B00F29EB38D8}");
+    plain(std::type_identity<TEXTS>{}, "{09854016-CBD4-46E9-A757-A1F5EC8155E5}", "{922130A7-BA41-4611-A605-9CCA652C81F9}");
+    plain(std::type_identity<SOLIDS>{}, "{E28AD99D-DB1E-4D7D-A338-5DAA59424D16}", "{2791D7C3-34EB-4270-A209-1F37C645F91F}");
+    plain(std::type_identity<ATTDEFS>{}, "{55344A97-C488-40BA-A56B-AEC903A00986}", "{69891E35-E1AD-4600-9A9B-AA55CC4E57C1}");
+    plain(std::type_identity<ATTRIBS>{}, "{439BB43B-E65E-4D7B-A1BF-1CB83CC19596}", "{875FCD1B-2D9F-40DE-8B89-4582FEE2B6DF}");
+    plain(std::type_identity<HATCHES>{}, "{697B1305-E269-48DA-94D9-522BEBB75AD6}", "{6406CDD7-6E25-4B53-AC13-A4ABA52CFE16}");
+
+    l.classes.push_back(PlainClass("IArrayList", ArrayListInterface(l), "{B5682404-B875-4FE5-9172-1C2C27F16A6F}",
+                                   [] { return std::make_shared<NullArrayList>(); }));
+    l.classes.push_back(PlainClass("IComparer", ComparerInterface(l), "{56348C54-1AA0-41FF-9FC6-850FC26AE62C}",
+                                   [] { return std::make_shared<NullComparer>(); }));
+    l.classes.push_back(PlainClass("Types", Builder(l, "_Types", "{AE81637D-54A7-40E1-97C0-83F8A4972E1A}").get(),
+                                   "{425FEFB5-BAFA-4B42-B08E-9C17884215B5}", [] { return std::make_shared<EmptyObject>("Types"); }));
+    l.classes.push_back(PlainClass("DXFWriter", Builder(l, "_DXFWriter", "{683871CE-B858-4492-8CC9-F7569BEA9677}").get(),
+                                   "{24D42557-04F2-4EAC-AFCF-5CF838D2C249}", [] { return std::make_shared<EmptyObject>("DXFWriter"); }));
+    l.classes.push_back(PlainClass("clsDebug", DebugInterface(l), "{39514D20-4538-4C88-9AAD-B0279D5132C3}",
+                                   [] { return std::make_shared<clsDebug>(); }));
+    for (ClassInfo& c : l.classes) c.progid = "Ormavec." + c.name;
+
+    AddRecordTypes(l);
+    l.enums.push_back({"TextConvertMode", {{"None", 0}, {"FromUTF8", 1}}});
+    return lib;
+}
+
+}  // namespace
+
+bool SameGuid(const Guid& a, const Guid& b) noexcept {
+    return a.data1 == b.data1 && a.data2 == b.data2 && a.data3 == b.data3 && std::equal(a.data4, a.data4 + 8, b.data4);
+}
+
+std::optional<Guid> ParseGuid(std::string_view t) noexcept {
+    if (t.size() == 38 && t.front() == '{' && t.back() == '}') t = t.substr(1, 36);
+    if (t.size() != 36 || t[8] != '-' || t[13] != '-' || t[18] != '-' || t[23] != '-') return std::nullopt;
+    uint8_t bytes[16];
+    std::size_t pos = 0;
+    for (int i = 0; i < 16; ++i) {
+        if (pos == 8 || pos == 13 || pos == 18 || pos == 23) ++pos;
+        uint8_t byte = 0;
+        for (int k = 0; k < 2; ++k) {
+            const char c = t[pos++];
+            int d;
+            if (c >= '0' && c <= '9') d = c - '0';
+            else if (c >= 'a' && c <= 'f') d = c - 'a' + 10;
+            else if (c >= 'A' && c <= 'F') d = c - 'A' + 10;
+            else return std::nullopt;
+            byte = static_cast<uint8_t>(byte * 16 + d);
+        }
+        bytes[i] = byte;
+    }
+    Guid g{};
+    g.data1 = (uint32_t{bytes[0]} << 24) | (uint32_t{bytes[1]} << 16) | (uint32_t{bytes[2]} << 8) | bytes[3];
+    g.data2 = static_cast<uint16_t>((bytes[4] << 8) | bytes[5]);
+    g.data3 = static_cast<uint16_t>((bytes[6] << 8) | bytes[7]);
+    std::copy(bytes + 8, bytes + 16, g.data4);
+    return g;
+}
+
+std::string FormatGuid(const Guid& g) {
+    char buf[40];
+    std::snprintf(buf, sizeof buf, "{%08X-%04X-%04X-%02X%02X-%02X%02X%02X%02X%02X%02X}", static_cast<unsigned>(g.data1),
+                  static_cast<unsigned>(g.data2), static_cast<unsigned>(g.data3), g.data4[0], g.data4[1], g.data4[2], g.data4[3],
+                  g.data4[4], g.data4[5], g.data4[6], g.data4[7]);
+    return buf;
+}
+
+Guid G(std::string_view text) {
+    auto g = ParseGuid(text);
+    if (!g) RaiseError(ErrInvalidOperation, "TypeLibrary", "Bad identifier in the type library");
+    return *g;
+}
+
+int32_t Interface::IdOfName(std::string_view name) const noexcept {
+    for (const Member& m : members)
+        if (EqualsNoCase(m.name, name)) return m.dispid;
+    return ORMAVEC_DISPID_UNKNOWN;
+}
+
+const Member* Interface::Find(int32_t dispid, int32_t kind) const noexcept {
+    for (const Member& m : members)
+        if (m.dispid == dispid && (m.kind & kind) != 0) return &m;
+    return nullptr;
+}
+
+bool Interface::HasDispid(int32_t dispid) const noexcept {
+    return std::any_of(members.begin(), members.end(), [&](const Member& m) { return m.dispid == dispid; });
+}
+
+const ClassInfo* TypeLibrary::ClassByName(std::string_view n) const noexcept {
+    for (const ClassInfo& c : classes)
+        if (c.name == n) return &c;
+    return nullptr;
+}
+
+const ClassInfo* TypeLibrary::ClassByClsid(const Guid& clsid) const noexcept {
+    for (const ClassInfo& c : classes)
+        if (SameGuid(c.clsid, clsid)) return &c;
+    return nullptr;
+}
+
+const ClassInfo* TypeLibrary::ClassByProgID(std::string_view progid) const noexcept {
+    // The versioned form "Ormavec.LINES.7" names the same class.
+    const std::string_view versioned = ".7";
+    if (progid.size() > versioned.size() && progid.substr(progid.size() - versioned.size()) == versioned)
+        progid.remove_suffix(versioned.size());
+    for (const ClassInfo& c : classes)
+        if (EqualsNoCase(c.progid, progid)) return &c;
+    return nullptr;
+}
+
+const Interface* TypeLibrary::InterfaceByName(std::string_view n) const noexcept {
+    for (const auto& i : interfaces)
+        if (EqualsNoCase(i->name, n)) return i.get();
+    return nullptr;
+}
+
+const Interface* TypeLibrary::InterfaceByIid(const Guid& iid) const noexcept {
+    for (const auto& i : interfaces)
+        if (SameGuid(i->iid, iid)) return i.get();
+    return nullptr;
+}
+
+const RecordInfo* TypeLibrary::RecordByName(std::string_view n) const noexcept {
+    for (const RecordInfo& r : records)
+        if (EqualsNoCase(r.name, n)) return &r;
+    return nullptr;
+}
+
+const TypeLibrary& Library() {
+    static const std::unique_ptr<TypeLibrary> lib = Build();
+    return *lib;
+}
+
+}  // namespace ormavec::automation
