@@ -1,0 +1,127 @@
+"""Writes ormavec.pyi beside the built module so that editors complete names.
+
+Run by the build after the module is linked: python3 gen_stubs.py DIR
+"""
+import inspect
+import re
+import sys
+
+sys.path.insert(0, sys.argv[1])
+import ormavec  # noqa: E402
+
+SCALARS = {bool: "bool", int: "int", float: "float", str: "str", list: "list", tuple: "tuple"}
+
+
+def type_of(value):
+    if value is None:
+        return "typing.Any"
+    t = type(value)
+    if t in SCALARS:
+        return SCALARS[t]
+    if t.__module__ == "ormavec":
+        return t.__name__
+    return "typing.Any"
+
+
+def split_top(text):
+    parts, depth, cur = [], 0, ""
+    for ch in text:
+        if ch in "[(<":
+            depth += 1
+        elif ch in "])>":
+            depth -= 1
+        if ch == "," and depth == 0:
+            parts.append(cur)
+            cur = ""
+        else:
+            cur += ch
+    if cur.strip():
+        parts.append(cur)
+    return parts
+
+
+def clean(t):
+    t = t.strip().replace("ormavec.", "")
+    for a, b in (("List[", "typing.List["), ("Tuple[", "typing.Tuple["), ("Optional[", "typing.Optional["),
+                 ("Callable[", "typing.Callable["), ("Iterator", "typing.Iterator"), ("object", "typing.Any")):
+        t = t.replace(a, b) if not t.startswith("typing.") else t
+    t = re.sub(r"\bhandle\b", "typing.Any", t)
+    for a, b in ():
+        t = t.replace(a, b) if not t.startswith("typing.") else t
+    return t or "typing.Any"
+
+
+def member_stub(cls, name, obj, instance):
+    if isinstance(obj, property):
+        try:
+            value = getattr(instance, name) if instance is not None else None
+        except Exception:
+            value = None
+        return [f"    {name}: {type_of(value)}"]
+    if callable(obj):
+        static = isinstance(inspect.getattr_static(cls, name), staticmethod)
+        if static:
+            obj = getattr(cls, name)
+        doc = (getattr(obj, "__doc__", "") or "").strip().splitlines()
+        match = re.match(r"^\w+\((.*)\)\s*->\s*(.*)$", doc[0]) if doc else None
+        if not match:
+            args = "*args: typing.Any, **kwargs: typing.Any" if static else "self, *args: typing.Any, **kwargs: typing.Any"
+            return (["    @staticmethod"] if static else []) + [f"    def {name}({args}) -> typing.Any: ..."]
+        params = []
+        for part in split_top(match.group(1)):
+            pname, _, rest = part.partition(":")
+            ptype, _, default = rest.partition("=")
+            pname = pname.strip()
+            if pname == "self":
+                params.append("self")
+                continue
+            text = f"{pname}: {clean(ptype)}"
+            if default.strip():
+                text += " = ..."
+            params.append(text)
+        if not static and (not params or params[0] != "self"):
+            params.insert(0, "self")
+        out = [f"    def {name}({', '.join(params)}) -> {clean(match.group(2))}: ..."]
+        if doc[1:]:
+            rest = " ".join(line.strip() for line in doc[1:] if line.strip())
+            if rest:
+                out[0] = out[0][:-4] + f'\n        """{rest}"""'
+        return (["    @staticmethod"] if static else []) + out
+    return []
+
+
+def main():
+    out = ["# Type stubs of the ormavec module (written by the build).", "import typing", ""]
+    for name, obj in sorted(vars(ormavec).items()):
+        if name.startswith("_"):
+            continue
+        if inspect.isclass(obj) and issubclass(obj, BaseException):
+            bases = ", ".join(b.__name__ if b.__module__ in ("ormavec", "builtins") else b.__name__ for b in obj.__bases__)
+            out += [f"class {name}({bases}):", "    number: int", "    source: str", "    description: str", ""]
+            continue
+        if inspect.isclass(obj):
+            try:
+                instance = obj()
+            except Exception:
+                instance = None
+            bases = [b.__name__ for b in obj.__bases__ if b.__module__ == "ormavec"]
+            out.append(f"class {name}({', '.join(bases)}):" if bases else f"class {name}:")
+            if obj.__doc__ and not obj.__doc__.startswith(name):
+                out.append(f'    """{obj.__doc__.strip()}"""')
+            body = []
+            for attr, value in sorted(vars(obj).items()):
+                if attr.startswith("__") and attr not in ("__len__", "__getitem__", "__setitem__", "__iter__", "__init__"):
+                    continue
+                if attr.startswith("_pybind11"):
+                    continue
+                body += member_stub(obj, attr, value, instance)
+            out += body or ["    ..."]
+            out.append("")
+        elif isinstance(obj, int):
+            out.append(f"{name}: int")
+    with open(f"{sys.argv[1]}/ormavec.pyi", "w", encoding="utf-8") as f:
+        f.write("\n".join(out) + "\n")
+
+
+if __name__ == "__main__":
+    main()
