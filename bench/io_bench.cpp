@@ -77,4 +77,4 @@ BENCHMARK(BM_WriterLines)->Unit(benchmark::kMillisecond);
 
 }  // namespace
 
-BENCHMARK_MAIN();
+
