@@ -288,7 +288,7 @@ void bindListMembers(Cls& cls) {
         .def("__getitem__", [](const C& c, int64_t i) { return c.Item(pyIndex(c.Count(), i)); })
         .def("__setitem__", [](C& c, int64_t i, const T& v) { c.LetItem(pyIndex(c.Count(), i), v); })
         .def(
-            "__iter__", [](const C& c) { return py::make_iterator(c.begin(), c.end()); }, py::keep_alive<0, 1>())
+            "__iter__", [](const C& c) { return py::make_iterator<py::return_value_policy::copy>(c.begin(), c.end()); }, py::keep_alive<0, 1>())
         .def("__repr__", [](const C& c) { return "<" + std::string(C::kClassName) + " Count=" + std::to_string(c.Count()) + ">"; });
     if constexpr (requires(C& c) { c.DeleteByName(std::string_view{}); }) {
         cls.def("DeleteByName", [](C& c, const std::string& name) { return c.DeleteByName(name); }, py::arg("Name"))

@@ -202,3 +202,11 @@ def test_bundled_example_loads(example_path):
     x0, y0, x1, y1 = doc.ENTITIES.ReCalcExtent()
     assert x0 <= x1 and y0 <= y1
     assert not math.isnan(x0)
+
+
+def test_iteration_yields_copies(small_drawing):
+    doc = ormavec.DXFDocument()
+    doc.Load(str(small_drawing))
+    for line in doc.ENTITIES.LINES:
+        line.Layer = "Elsewhere"
+    assert [ln.Layer for ln in doc.ENTITIES.LINES] == ["Falak", "Falak"]
