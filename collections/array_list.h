@@ -109,7 +109,7 @@ public:
     static T ToRecord(const Variant& value) { return VariantToRecord<T>(value, Derived::kClassName); }
 
     int32_t Count() const noexcept { return count_; }
-    int32_t Capacity() const noexcept { return static_cast<int32_t>(storage_.size()); }
+    int32_t Capacity() const noexcept { return capacity_; }
     int32_t LowerBound() const noexcept { return 0; }
     int32_t UpperBound() const noexcept { return count_ - 1; }
     int32_t VarType() const noexcept { return vt::Record; }
@@ -133,20 +133,22 @@ public:
     void AddItem(const T& record) { Add(record); }
     void Add(const T& record) {
         if (!accepts(record)) return;
-        if (count_ + 1 > Capacity() || count_ == INT32_MAX) {
-            // The record may be one of ours: copy it before the storage moves.
-            T copy(record);
-            reserveOne();
-            storage_[count_] = std::move(copy);
-        } else {
+        const int32_t capacity = capacityForOneMore();
+        if (static_cast<std::size_t>(count_) < storage_.size())
             storage_[count_] = record;
-        }
+        else
+            materialize([&] { storage_.push_back(record); });  // push_back copes with a record of ours
+        capacity_ = capacity;
         ++count_;
     }
     void Add(T&& record) {
         if (!accepts(record)) return;
-        reserveOne();
-        storage_[count_] = std::move(record);
+        const int32_t capacity = capacityForOneMore();
+        if (static_cast<std::size_t>(count_) < storage_.size())
+            storage_[count_] = std::move(record);
+        else
+            materialize([&] { storage_.push_back(std::move(record)); });
+        capacity_ = capacity;
         ++count_;
     }
 
@@ -171,26 +173,29 @@ public:
         if (newCount > count_ && newCount > Capacity()) {
             int64_t gap = static_cast<int64_t>(newCount) - Capacity();
             int64_t newCapacity = Capacity() + std::max<int64_t>(gap, growLength_);
+            if (newCapacity > INT32_MAX) detail::RaiseOverflow(Derived::kClassName);
             if (preserveValues) {
-                resizeStorage(newCapacity);
+                materialize([&] { storage_.resize(static_cast<std::size_t>(newCount)); });
             } else {
-                if (newCapacity > INT32_MAX) detail::RaiseOverflow(Derived::kClassName);
-                try {
-                    std::vector<T> fresh(static_cast<std::size_t>(newCapacity));
+                materialize([&] {
+                    std::vector<T> fresh(static_cast<std::size_t>(newCount));
                     storage_.swap(fresh);
-                } catch (const std::bad_alloc&) {
-                    detail::RaiseOutOfMemory(Derived::kClassName);
-                }
+                });
             }
+            capacity_ = static_cast<int32_t>(newCapacity);
             count_ = newCount;
             return;
         }
+        // Slots never written hold empty records; they are made only now.
+        if (static_cast<std::size_t>(newCount) > storage_.size())
+            materialize([&] { storage_.resize(static_cast<std::size_t>(newCount)); });
         count_ = newCount;
         Shrink(0);
     }
 
     void EraseArray() noexcept {
         std::vector<T>().swap(storage_);
+        capacity_ = 0;
         count_ = 0;
     }
 
@@ -234,6 +239,10 @@ public:
         if (comparer_) {
             // Held here too: the comparer may start another Sort of this list.
             const std::shared_ptr<IComparer> keep = comparer_;
+            // Every slot exists during the sort, so that a comparer that adds
+            // within the capacity leaves the storage where it is.
+            if (storage_.size() < static_cast<std::size_t>(capacity_))
+                materialize([&] { storage_.resize(static_cast<std::size_t>(capacity_)); });
             const T* data = storage_.data();
             const std::size_t slots = storage_.size();
             // One variant per partition holds the pivot copy; the comparer
@@ -262,6 +271,7 @@ public:
         if (items.size() > static_cast<std::size_t>(INT32_MAX)) detail::RaiseOverflow(Derived::kClassName);
         storage_ = std::move(items);
         count_ = static_cast<int32_t>(storage_.size());
+        capacity_ = count_;
     }
     void SetArray(const Variant& value) {
         const detail::ArrayBoxBase* info = value.ArrayInfo();
@@ -313,30 +323,40 @@ private:
         if (from > to || from < 0 || to > UpperBound()) RaiseError(ErrInvalidArgument, Derived::kClassName);
         return {from, to};
     }
-    void reserveOne() {
+    // The capacity after appending one record.
+    int32_t capacityForOneMore() const {
         if (count_ == INT32_MAX) detail::RaiseOverflow(Derived::kClassName);
-        if (count_ + 1 > Capacity()) resizeStorage(static_cast<int64_t>(Capacity()) + growLength_);
+        if (count_ + 1 <= capacity_) return capacity_;
+        const int64_t grown = static_cast<int64_t>(capacity_) + growLength_;
+        if (grown > INT32_MAX) detail::RaiseOverflow(Derived::kClassName);
+        return static_cast<int32_t>(grown);
     }
-    void resizeStorage(int64_t newCapacity) {
-        if (newCapacity > INT32_MAX) detail::RaiseOverflow(Derived::kClassName);
+    // Runs a change that allocates slots.
+    template <class Fn>
+    void materialize(Fn&& fn) {
         try {
-            storage_.resize(static_cast<std::size_t>(newCapacity));
+            fn();
         } catch (const std::bad_alloc&) {
             detail::RaiseOutOfMemory(Derived::kClassName);
         }
     }
     void cutTo(int32_t slots) {
+        capacity_ = slots;
         if (slots == 0) {
             std::vector<T>().swap(storage_);
             return;
         }
-        storage_.resize(static_cast<std::size_t>(slots));
+        if (storage_.size() > static_cast<std::size_t>(slots)) storage_.resize(static_cast<std::size_t>(slots));
         // Give memory back only when much of it is spare, so that a run of
         // removals does not reallocate at every step.
         if (storage_.capacity() > 2 * storage_.size() + 16) storage_.shrink_to_fit();
     }
 
-    std::vector<T> storage_;  // size() is the capacity; 0 .. count_ - 1 in use
+    // Slots 0 .. count_ - 1 are in use; the slots up to capacity_ exist only
+    // once written (the rest hold empty records), so that spare capacity
+    // costs no memory: count_ <= storage_.size() <= capacity_.
+    std::vector<T> storage_;
+    int32_t capacity_ = 0;
     int32_t count_ = 0;
     int32_t growLength_;
     float shrinkFactor_ = 1.5f;

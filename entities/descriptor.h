@@ -4,6 +4,8 @@
 // the few rules particular to one type stay beside it as small code.
 #pragma once
 
+#include <array>
+#include <atomic>
 #include <cstdint>
 #include <initializer_list>
 #include <string_view>
@@ -177,6 +179,22 @@ struct W {
     }
 };
 
+// Group code -> position in a description's read list, for the codes below
+// kSize; built at the first look-up, after the description is complete. A copy
+// starts unbuilt. Until one thread has finished building it, look-ups scan.
+struct CodeIndex {
+    static constexpr int32_t kSize = 1072;
+    mutable std::atomic<uint8_t> state{0};  // 0 not built, 1 being built, 2 ready
+    mutable std::array<uint8_t, kSize> slot{};  // position + 1, 0 for none
+
+    CodeIndex() = default;
+    CodeIndex(const CodeIndex&) noexcept {}
+    CodeIndex& operator=(const CodeIndex&) noexcept {
+        state.store(0);
+        return *this;
+    }
+};
+
 template <class T>
 struct Description {
     std::string_view name;            // entity name on file
@@ -184,8 +202,24 @@ struct Description {
     std::vector<ReadField<T>> read;   // codes read (0 ends the entity)
     std::vector<WriteOp<T>> write;    // lines written, in order
     void (*finish)(T&) = nullptr;     // run after the last pair of the entity
+    CodeIndex index{};
 
+    // The first field read from the code, or none.
     const ReadField<T>* find(int32_t code) const noexcept {
+        if (code >= 0 && code < CodeIndex::kSize) {
+            uint8_t state = index.state.load(std::memory_order_acquire);
+            if (state == 2) {
+                const uint8_t k = index.slot[static_cast<std::size_t>(code)];
+                return k ? &read[k - 1] : nullptr;
+            }
+            if (state == 0 && read.size() < 255 && index.state.compare_exchange_strong(state, 1, std::memory_order_acq_rel)) {
+                for (std::size_t i = read.size(); i-- > 0;)
+                    if (read[i].code >= 0 && read[i].code < CodeIndex::kSize)
+                        index.slot[static_cast<std::size_t>(read[i].code)] = static_cast<uint8_t>(i + 1);
+                index.state.store(2, std::memory_order_release);
+                return find(code);
+            }
+        }
         for (const ReadField<T>& f : read)
             if (f.code == code) return &f;
         return nullptr;

@@ -25,6 +25,9 @@ double RoundHalfEven(double value) noexcept;
 // bytes) and returns the end. FormatDouble requires a finite value.
 inline constexpr int kNumberBufferSize = 352;
 char* FormatDouble(char* buf, double value) noexcept;  // "0." and nine "#"
+// The same text through to_chars with nine fixed decimals, trimmed; FormatDouble
+// takes it for values of 1.8e10 and more.
+char* FormatDoubleFixed9(char* buf, double value) noexcept;
 char* FormatInt(char* buf, int32_t value) noexcept;
 char* FormatHandle(char* buf, int32_t value) noexcept;  // upper-case hex, two's complement
 

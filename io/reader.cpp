@@ -18,12 +18,6 @@ namespace {
 constexpr std::size_t kInitialBuffer = 1u << 20;
 constexpr const char* kSource = "DXFReader";
 
-std::string_view trimSpaces(std::string_view s) noexcept {
-    while (!s.empty() && s.front() == ' ') s.remove_prefix(1);
-    while (!s.empty() && s.back() == ' ') s.remove_suffix(1);
-    return s;
-}
-
 // The letters repaired in FromUTF8 mode: lead byte, trail byte, letter.
 struct Utf8Letter {
     unsigned char lead;
@@ -136,38 +130,35 @@ bool DXFReader::AtEnd() {
     return !fill();
 }
 
-bool DXFReader::nextLine(std::string_view& line) {
-    const char* base = buffer_ ? buffer_.get() : memory_.data();
-    std::size_t scanned = 0;
+// The line is not complete in the buffer: read more, or hand out the last
+// line of a file without a final line end.
+bool DXFReader::nextLineSlow(std::string_view& line) {
+    std::size_t scanned = end_ - begin_;
     for (;;) {
-        if (buffer_) base = buffer_.get();
-        const char* start = base + begin_;
-        std::size_t avail = end_ - begin_;
-        const void* nl = avail > scanned ? std::memchr(start + scanned, '\n', avail - scanned) : nullptr;
-        if (nl) {
-            std::size_t len = static_cast<const char*>(nl) - start;
-            begin_ += len + 1;
-            if (len > 0 && start[len - 1] == '\r') --len;
-            line = std::string_view(start, len);
-            return true;
-        }
-        scanned = avail;
         if (!fill()) {
             if (begin_ == end_) return false;
-            if (buffer_) base = buffer_.get();
-            // The last line of a file without a final line end.
-            start = base + begin_;
+            const char* start = (buffer_ ? buffer_.get() : memory_.data()) + begin_;
             std::size_t len = end_ - begin_;
             begin_ = end_;
             if (len > 0 && start[len - 1] == '\r') --len;
             line = std::string_view(start, len);
             return true;
         }
+        // fill() moved the rest to the front: only the new bytes need a look.
+        const char* start = buffer_.get() + begin_;
+        std::size_t avail = end_ - begin_;
+        if (const void* nl = std::memchr(start + scanned, '\n', avail - scanned)) {
+            std::size_t len = static_cast<std::size_t>(static_cast<const char*>(nl) - start);
+            begin_ += len + 1;
+            if (len > 0 && start[len - 1] == '\r') --len;
+            line = std::string_view(start, len);
+            return true;
+        }
+        scanned = avail;
     }
 }
 
-void DXFReader::progress(std::size_t lineLength) {
-    charsRead_ += static_cast<int64_t>(lineLength) + 2;
+void DXFReader::progressSlow() {
     // The percentage only changes near band edges; recompute it there only.
     if (charsRead_ >= nextCheck_) {
         if (fileLength_ == 0) RaiseError(err::DivisionByZero, kSource, "Division by zero: " + fileName_ + " has grown while it was read");
@@ -184,8 +175,7 @@ void DXFReader::progress(std::size_t lineLength) {
     }
 }
 
-std::string_view DXFReader::decodeValue(std::string_view raw, int32_t code) {
-    if (IsAscii(raw)) return raw;
+std::string_view DXFReader::decodeSlow(std::string_view raw, int32_t code) {
     decoded_.clear();
     if (mode_ == TextConvertMode::FromUTF8 && code >= 0 && code <= 9) {
         for (std::size_t i = 0; i < raw.size(); ++i) {
@@ -208,14 +198,12 @@ std::string_view DXFReader::decodeValue(std::string_view raw, int32_t code) {
     return decoded_;
 }
 
-std::string_view DXFReader::finishValue(std::string_view value, bool trimValue, bool upperCase) {
-    if (trimValue) value = trimSpaces(value);
-    if (upperCase) {
-        upper_ = UpperCase(value);
-        value = upper_;
-    }
-    return value;
+std::string_view DXFReader::upperValue(std::string_view value) {
+    upper_ = UpperCase(value);
+    return upper_;
 }
+
+ParseStatus DXFReader::parseCodeSlow(std::string_view line, int32_t& code) noexcept { return ParseInt32(line, code); }
 
 const DXFReader::Pair& DXFReader::Read(bool trimValue, bool upperCase) {
     if (hasPushBack_) {
@@ -231,7 +219,7 @@ const DXFReader::Pair& DXFReader::Read(bool trimValue, bool upperCase) {
     ++lineNumber_;
     progress(line.size());
     int32_t code = 0;
-    switch (ParseInt32(line, code)) {
+    switch (parseCode(line, code)) {
     case ParseStatus::Ok: break;
     case ParseStatus::TypeMismatch:
         pairLine_ = lineNumber_;

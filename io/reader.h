@@ -4,11 +4,13 @@
 #pragma once
 
 #include <cstdint>
+#include <cstring>
 #include <functional>
 #include <memory>
 #include <string>
 #include <string_view>
 
+#include "io/number.h"
 #include "io/text.h"
 
 namespace ormavec {
@@ -73,11 +75,52 @@ public:
     int64_t LineNumber() const noexcept { return lineNumber_; }
 
 private:
-    bool nextLine(std::string_view& line);
+    // The next line without its line end; the common case (a line end in
+    // the buffer) stays inline, the rest goes to nextLineSlow.
+    bool nextLine(std::string_view& line) {
+        const char* start = (buffer_ ? buffer_.get() : memory_.data()) + begin_;
+        const void* nl = begin_ < end_ ? std::memchr(start, '\n', end_ - begin_) : nullptr;
+        if (!nl) return nextLineSlow(line);
+        std::size_t len = static_cast<std::size_t>(static_cast<const char*>(nl) - start);
+        begin_ += len + 1;
+        if (len > 0 && start[len - 1] == '\r') --len;
+        line = std::string_view(start, len);
+        return true;
+    }
+    bool nextLineSlow(std::string_view& line);
     bool fill();
-    void progress(std::size_t lineLength);
-    std::string_view decodeValue(std::string_view raw, int32_t code);
-    std::string_view finishValue(std::string_view value, bool trimValue, bool upperCase);
+    // Counts a line; the percentage is looked at again only near the edge of
+    // its band or while an event is still due.
+    void progress(std::size_t lineLength) {
+        charsRead_ += static_cast<int64_t>(lineLength) + 2;
+        if (charsRead_ >= nextCheck_ || currentPercent_ != lastPercent_) progressSlow();
+    }
+    void progressSlow();
+    std::string_view decodeValue(std::string_view raw, int32_t code) { return IsAscii(raw) ? raw : decodeSlow(raw, code); }
+    std::string_view decodeSlow(std::string_view raw, int32_t code);
+    std::string_view finishValue(std::string_view value, bool trimValue, bool upperCase) {
+        if (trimValue) {
+            while (!value.empty() && value.front() == ' ') value.remove_prefix(1);
+            while (!value.empty() && value.back() == ' ') value.remove_suffix(1);
+        }
+        return upperCase ? upperValue(value) : value;
+    }
+    std::string_view upperValue(std::string_view value);
+    // Group codes are short right-aligned integers: those are taken here,
+    // every other form by the general conversion.
+    static ParseStatus parseCode(std::string_view line, int32_t& code) noexcept {
+        std::size_t i = 0;
+        while (i < line.size() && line[i] == ' ') ++i;
+        const std::size_t first = i;
+        int32_t v = 0;
+        while (i < line.size() && i - first < 9 && static_cast<unsigned char>(line[i] - '0') <= 9) v = v * 10 + (line[i++] - '0');
+        if (i == line.size() && i > first) {
+            code = v;
+            return ParseStatus::Ok;
+        }
+        return parseCodeSlow(line, code);
+    }
+    static ParseStatus parseCodeSlow(std::string_view line, int32_t& code) noexcept;
 
     CodePage codePage_;
     TextConvertMode mode_ = TextConvertMode::None;

@@ -4,6 +4,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <array>
+#include <atomic>
 #include <cerrno>
 #include <cmath>
 #include <cstdlib>
@@ -70,19 +72,19 @@ void DXFWriter::OpenOutput(const std::string& fileName) {
     // Without a name the temporary file would be written in full and only
     // the final rename would fail.
     if (base.empty()) RaiseError(err::BadFileNameOrNumber, kSource, "Bad file name or number: \"" + fileName + "\" names no file");
-    std::string temp = folder + "/." + base + ".XXXXXX";
-    int fd = ::mkstemp(temp.data());
-    if (fd < 0) failFile(errno, fileName);
-    // Keep the existing file's permissions; a new file gets the usual ones.
-    mode_t mode = 0666;
-    if (exists) {
-        mode = st.st_mode & 07777;
-    } else {
-        mode_t mask = ::umask(0);
-        ::umask(mask);
-        mode &= ~mask;
+    // Created with 0666 so that a new file gets the usual permissions from the
+    // kernel: asking for the umask would set it for every thread meanwhile.
+    static std::atomic<unsigned> serial{0};
+    std::string temp;
+    int fd = -1;
+    for (int attempt = 0; fd < 0 && attempt < 100; ++attempt) {
+        temp = folder + "/." + base + "." + std::to_string(::getpid()) + "." + std::to_string(serial++);
+        fd = ::open(temp.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
+        if (fd < 0 && errno != EEXIST) break;
     }
-    ::fchmod(fd, mode);
+    if (fd < 0) failFile(errno, fileName);
+    // Keep the existing file's permissions.
+    if (exists) ::fchmod(fd, st.st_mode & 07777);
     fd_ = fd;
     tempName_ = temp;
     target_ = fileName;
@@ -159,7 +161,7 @@ void DXFWriter::CloseOutput() {
     open_ = false;
 }
 
-void DXFWriter::need(std::size_t bytes) {
+void DXFWriter::needSlow(std::size_t bytes) {
     if (!open_) RaiseError(err::BadFileNameOrNumber, kSource, "Bad file name or number: no output is open");
     if (size_ + bytes > capacity_) {
         flush();
@@ -177,13 +179,50 @@ void DXFWriter::put(const char* data, std::size_t size) {
     size_ += size;
 }
 
-void DXFWriter::putCode(int32_t code) {
-    need(16);
-    char* p = buffer_.get() + size_;
+namespace {
+// The code lines of the codes written most, line end included, ready to copy.
+struct CodeLine {
+    char text[8];
+    uint8_t size;
+};
+constexpr int32_t kCodeLines = 1072;
+constexpr std::array<CodeLine, kCodeLines> makeCodeLines() {
+    std::array<CodeLine, kCodeLines> t{};
+    for (int32_t c = 0; c < kCodeLines; ++c) {
+        char digits[4] = {};
+        int n = 0;
+        for (int32_t v = c;; v /= 10) {
+            digits[n++] = static_cast<char>('0' + v % 10);
+            if (v < 10) break;
+        }
+        uint8_t k = 0;
+        while (n > 0) t[c].text[k++] = digits[--n];
+        t[c].text[k++] = '\r';
+        t[c].text[k++] = '\n';
+        t[c].size = k;
+    }
+    return t;
+}
+constexpr std::array<CodeLine, kCodeLines> kCodeLineTable = makeCodeLines();
+}  // namespace
+
+// Writes the code line; the caller has made room for 16 bytes.
+char* DXFWriter::codeLine(char* p, int32_t code) noexcept {
+    if (code >= 0 && code < kCodeLines) {
+        const CodeLine& line = kCodeLineTable[static_cast<std::size_t>(code)];
+        std::memcpy(p, line.text, sizeof line.text);
+        return p + line.size;
+    }
     char* e = FormatInt(p, code);
     e[0] = '\r';
     e[1] = '\n';
-    size_ += static_cast<std::size_t>(e + 2 - p);
+    return e + 2;
+}
+
+void DXFWriter::putCode(int32_t code) {
+    need(16);
+    char* p = buffer_.get() + size_;
+    size_ += static_cast<std::size_t>(codeLine(p, code) - p);
 }
 
 void DXFWriter::WriteLine(std::string_view text, bool rightTrim) {
@@ -201,42 +240,51 @@ void DXFWriter::WriteLine(std::string_view text, bool rightTrim) {
 }
 
 void DXFWriter::WriteString(int32_t code, std::string_view text) {
-    putCode(code);
-    WriteLine(text, false);
+    if (!IsAscii(text)) {
+        putCode(code);
+        WriteLine(text, false);
+        return;
+    }
+    need(16 + text.size() + 2);
+    char* const start = buffer_.get() + size_;
+    char* p = codeLine(start, code);
+    std::memcpy(p, text.data(), text.size());
+    p += text.size();
+    p[0] = '\r';
+    p[1] = '\n';
+    size_ += static_cast<std::size_t>(p + 2 - start);
+    lineDone();
 }
 
 void DXFWriter::WriteInteger(int32_t code, int32_t number) {
-    putCode(code);
-    need(16);
-    char* p = buffer_.get() + size_;
-    char* e = FormatInt(p, number);
+    need(32);
+    char* const start = buffer_.get() + size_;
+    char* e = FormatInt(codeLine(start, code), number);
     e[0] = '\r';
     e[1] = '\n';
-    size_ += static_cast<std::size_t>(e + 2 - p);
+    size_ += static_cast<std::size_t>(e + 2 - start);
     lineDone();
 }
 
 void DXFWriter::WriteDouble(int32_t code, double number) {
     if (!std::isfinite(number))
         RaiseError(err::Overflow, kSource, "Overflow: group " + std::to_string(code) + " holds a value that is not a finite number");
-    putCode(code);
-    need(kNumberBufferSize + 2);
-    char* p = buffer_.get() + size_;
-    char* e = FormatDouble(p, number);
+    need(16 + kNumberBufferSize + 2);
+    char* const start = buffer_.get() + size_;
+    char* e = FormatDouble(codeLine(start, code), number);
     e[0] = '\r';
     e[1] = '\n';
-    size_ += static_cast<std::size_t>(e + 2 - p);
+    size_ += static_cast<std::size_t>(e + 2 - start);
     lineDone();
 }
 
 void DXFWriter::WriteHandle(int32_t code, int32_t handle) {
-    putCode(code);
-    need(16);
-    char* p = buffer_.get() + size_;
-    char* e = FormatHandle(p, handle);
+    need(32);
+    char* const start = buffer_.get() + size_;
+    char* e = FormatHandle(codeLine(start, code), handle);
     e[0] = '\r';
     e[1] = '\n';
-    size_ += static_cast<std::size_t>(e + 2 - p);
+    size_ += static_cast<std::size_t>(e + 2 - start);
     lineDone();
 }
 

@@ -47,10 +47,14 @@ public:
     static std::string NumberFormat(int32_t decimals);
 
 private:
-    void need(std::size_t bytes);
+    void need(std::size_t bytes) {
+        if (!open_ || size_ + bytes > capacity_) needSlow(bytes);
+    }
+    void needSlow(std::size_t bytes);
     void flush();
     void discard() noexcept;
     void putCode(int32_t code);
+    static char* codeLine(char* p, int32_t code) noexcept;
     void put(const char* data, std::size_t size);
     void endLine() { put("\r\n", 2); }
     // Output into a string is written through, so the string is complete
