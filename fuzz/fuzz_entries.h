@@ -1,0 +1,126 @@
+// The bodies of the fuzz targets, shared with the regression test so that a
+// saved input is replayed through exactly the entry that found it. Errors of
+// the library (ormavec::Error) are expected answers to bad input; anything
+// else (a crash, a sanitizer report, a returned complaint) is a finding.
+#pragma once
+
+#include <unistd.h>
+
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <string>
+
+#include "ormavec.h"
+#include "tests/model_compare.h"
+
+namespace ormavec::fuzz {
+
+// A private scratch folder per process (in memory when /dev/shm exists).
+inline const std::filesystem::path& ScratchDir() {
+    static const std::filesystem::path dir = [] {
+        std::filesystem::path base = std::filesystem::is_directory("/dev/shm") ? std::filesystem::path("/dev/shm")
+                                                                                 : std::filesystem::temp_directory_path();
+        std::filesystem::path d = base / ("ormavec_fuzz_" + std::to_string(::getpid()));
+        std::filesystem::create_directories(d);
+        std::atexit([] {
+            std::error_code ec;
+            std::filesystem::remove_all(ScratchDir(), ec);
+        });
+        return d;
+    }();
+    return dir;
+}
+
+inline std::string WriteScratch(const char* name, const uint8_t* data, size_t size) {
+    std::string path = (ScratchDir() / name).string();
+    FILE* f = std::fopen(path.c_str(), "wb");
+    if (!f) std::abort();
+    if (size && std::fwrite(data, 1, size, f) != size) std::abort();
+    std::fclose(f);
+    return path;
+}
+
+// (a) The group reader alone; the first byte picks the options.
+inline void ReaderEntry(const uint8_t* data, size_t size) {
+    if (size == 0) return;
+    const uint8_t options = data[0];
+    const bool trim = options & 1, upper = options & 2;
+    DXFReader reader((options & 4) ? CodePage::Windows1252 : CodePage::Windows1250);
+    reader.SetTextConvertMode((options & 8) ? TextConvertMode::FromUTF8 : TextConvertMode::None);
+    int32_t lastPercent = 0;
+    reader.Progress = [&lastPercent](int32_t& percent) { lastPercent = percent; };
+    reader.OpenString(std::string(reinterpret_cast<const char*>(data + 1), size - 1), "fuzz");
+    try {
+        unsigned n = 0;
+        while (!reader.AtEnd()) {
+            ++n;
+            if ((options & 16) && n % 3 == 0) {
+                DxfEntry e = reader.ReadEntry(trim, upper);
+                reader.UnReadEntry(e);
+                (void)reader.ReadEntry(trim, upper);
+                continue;
+            }
+            const DXFReader::Pair& p = reader.Read(trim, upper);
+            if ((options & 32) && p.Code >= 10 && p.Code < 60) (void)reader.ToDouble(p.Value);
+            if ((options & 64) && p.Code >= 60 && p.Code < 100) (void)reader.ToInt32(p.Value);
+            if ((options & 128) && n % 5 == 0) {
+                reader.UnRead();
+                (void)reader.Read(trim, upper);
+            }
+        }
+    } catch (const Error&) {
+    }
+    if (lastPercent < 0 || lastPercent > 100) __builtin_trap();
+}
+
+// (b) DXFDocument::Load; the size picks the version mode and text mode so
+// that the hatches of blocks are read too.
+inline void LoadEntry(const uint8_t* data, size_t size) {
+    const std::string path = WriteScratch("in.dxf", data, size);
+    DXFDocument doc;
+    doc.SetVersionMode((size & 1) ? 6 : 0);
+    doc.SetTextConvertMode((size & 2) ? TextConvertMode::FromUTF8 : TextConvertMode::None);
+    try {
+        doc.Load(path);
+    } catch (const Error&) {
+    }
+    // What was read stays usable, whatever stopped the load.
+    double x0 = 0, y0 = 0, x1 = 0, y1 = 0;
+    try {
+        doc.ENTITIES()->ReCalcExtent(x0, y0, x1, y1);
+    } catch (const Error&) {
+    }
+}
+
+// (c) Load, save, load again. Returns the differences between the two
+// models (empty when they agree in every field the writer writes).
+inline std::string RoundTripEntry(const uint8_t* data, size_t size) {
+    const std::string in = WriteScratch("in.dxf", data, size);
+    const std::string out = (ScratchDir() / "out.dxf").string();
+    DXFDocument first;
+    first.SetVersionMode(6);
+    try {
+        first.Load(in);
+    } catch (const Error&) {
+        return {};  // only complete loads are saved
+    }
+    try {
+        first.Save(out);
+    } catch (const Error&) {
+        return {};  // records the writer refuses (no vertices, counts beyond the arrays)
+    }
+    DXFDocument second;
+    try {
+        second.Load(out);
+    } catch (const Error& e) {
+        return std::string("the saved file does not load: ") + e.what();
+    }
+    testing::ModelComparer comparer;
+    std::string report;
+    for (const std::string& d : comparer.Compare(first, second)) report += d + "\n";
+    return report;
+}
+
+}  // namespace ormavec::fuzz

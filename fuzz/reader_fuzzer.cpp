@@ -1,0 +1,6 @@
+#include "fuzz/fuzz_entries.h"
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+    ormavec::fuzz::ReaderEntry(data, size);
+    return 0;
+}
