@@ -10,15 +10,16 @@
 #include <filesystem>
 #include <fstream>
 #include <map>
-#include <sstream>
 #include <string>
 #include <vector>
 
 #include "automation/ormavec_automation.h"
+#include "test_support.h"
 
 namespace {
 
 namespace fs = std::filesystem;
+using ormavec::test::ReadFile;
 
 constexpr int32_t kGet = ORMAVEC_DISPATCH_PROPERTYGET, kLet = ORMAVEC_DISPATCH_PROPERTYPUT, kMethod = ORMAVEC_DISPATCH_METHOD;
 
@@ -776,13 +777,6 @@ TEST(AutomationServer, FactoryCreatesEveryClassAndUnloadFollowsObjectsAndLocks) 
     ormavec_factory_lock_server(factory, 0);
     ormavec_release(factory);
     EXPECT_EQ(ORMAVEC_S_OK, DllCanUnloadNow());
-}
-
-std::string ReadFile(const fs::path& p) {
-    std::ifstream in(p, std::ios::binary);
-    std::stringstream s;
-    s << in.rdbuf();
-    return s.str();
 }
 
 TEST(AutomationServer, RegistrationWritesAndRemovesThePerUserFile) {

@@ -8,30 +8,12 @@
 #include <vector>
 
 #include "ormavec.h"
+#include "test_support.h"
 
 using namespace ormavec;
+using namespace ormavec::test;
 
 namespace {
-
-// "code value" per line; a line holding only the code has an empty value.
-std::string Dxf(std::string_view pairs) {
-    std::string out;
-    std::size_t pos = 0;
-    while (pos < pairs.size()) {
-        std::size_t eol = pairs.find('\n', pos);
-        if (eol == std::string_view::npos) eol = pairs.size();
-        std::string_view line = pairs.substr(pos, eol - pos);
-        pos = eol + 1;
-        std::size_t first = line.find_first_not_of(' ');
-        if (first == std::string_view::npos) continue;
-        line.remove_prefix(first);
-        std::size_t space = line.find(' ');
-        std::string_view code = line.substr(0, space);
-        std::string_view value = space == std::string_view::npos ? std::string_view{} : line.substr(space + 1);
-        out.append(code).append("\r\n").append(value).append("\r\n");
-    }
-    return out;
-}
 
 BLOCKS ReadBlocks(std::string_view pairs) {
     DXFReader r;
@@ -39,15 +21,6 @@ BLOCKS ReadBlocks(std::string_view pairs) {
     BLOCKS blocks;
     blocks.ReadSection(r);
     return blocks;
-}
-
-std::string Written(const std::function<void(DXFWriter&)>& write) {
-    std::string out;
-    DXFWriter w;
-    w.OpenString(&out);
-    write(w);
-    w.CloseOutput();
-    return out;
 }
 
 // The values of the code-0 pairs of written text, in order.

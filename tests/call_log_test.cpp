@@ -1,61 +1,20 @@
 #include <gtest/gtest.h>
 
-#include <unistd.h>
-
 #include <filesystem>
-#include <fstream>
-#include <sstream>
 #include <string>
 #include <thread>
 #include <vector>
 
 #include "ormavec.h"
+#include "test_support.h"
 
 namespace fs = std::filesystem;
 using ormavec::clsDebug;
 using ormavec::DXFDocument;
 using ormavec::Error;
+using namespace ormavec::test;
 
 namespace {
-
-class TempDir {
-public:
-    TempDir() {
-        std::string tmpl = (fs::temp_directory_path() / "ormavec-log-XXXXXX").string();
-        if (!::mkdtemp(tmpl.data())) throw std::runtime_error("mkdtemp");
-        path_ = tmpl;
-    }
-    ~TempDir() {
-        std::error_code ec;
-        fs::remove_all(path_, ec);
-    }
-    std::string operator/(const std::string& name) const { return (path_ / name).string(); }
-
-private:
-    fs::path path_;
-};
-
-std::string readFile(const std::string& p) {
-    std::ifstream in(p, std::ios::binary);
-    std::stringstream s;
-    s << in.rdbuf();
-    return s.str();
-}
-
-// Switches the call log of this thread on for one test and off again after it.
-class CallLogOn {
-public:
-    explicit CallLogOn(const std::string& file) {
-        clsDebug d;
-        d.sLogFileName(file);
-        d.bCallLog(true);
-    }
-    ~CallLogOn() {
-        clsDebug d;
-        d.bCallLog(false);
-        d.sLogFileName("");
-    }
-};
 
 // The log's lines as written: each in quotation marks, CR LF after it.
 std::string logLines(const std::vector<std::string>& tags) {
@@ -123,43 +82,43 @@ TEST(CallLog, OffByDefault) {
 
 TEST(CallLog, WriteCallLogAppendsQuotedLines) {
     TempDir dir;
-    CallLogOn on(dir / "log.txt");
+    CallLogScope on(dir / "log.txt");
     ormavec::WriteCallLog("DXFDocument.Save >>>");
-    const std::string first = readFile(dir / "log.txt");
+    const std::string first = ReadFile(dir / "log.txt");
     EXPECT_EQ(first.size(), 22u + 2u);
     EXPECT_EQ(first, "\"DXFDocument.Save >>>\"\r\n");
     ormavec::WriteCallLog("a \"quoted\" \xC5\x91");
-    EXPECT_EQ(readFile(dir / "log.txt"), first + "\"a \"quoted\" \xF5\"\r\n");
+    EXPECT_EQ(ReadFile(dir / "log.txt"), first + "\"a \"quoted\" \xF5\"\r\n");
 }
 
 TEST(CallLog, SaveTracesUpToTheTablesInOrder) {
     // Holds whether or not the later sections are written: the trace starts this way.
     for (bool withVersion : {true, false}) {
         TempDir dir;
-        CallLogOn on(dir / "log.txt");
+        CallLogScope on(dir / "log.txt");
         DXFDocument doc;
         doc.HEADER()->SetAcadVer(withVersion ? 1015 : 0);
         saveIgnoringErrors(doc, dir / "out.dxf");
         const std::string expected = logLines(traceUpToTables(withVersion));
-        EXPECT_EQ(readFile(dir / "log.txt").substr(0, expected.size()), expected);
+        EXPECT_EQ(ReadFile(dir / "log.txt").substr(0, expected.size()), expected);
         EXPECT_EQ(headerTags(withVersion).size(), withVersion ? 11u : 5u);
     }
 }
 
 TEST(CallLog, TwoSavesAppendTwoTraces) {
     TempDir dir;
-    CallLogOn on(dir / "log.txt");
+    CallLogScope on(dir / "log.txt");
     DXFDocument doc;
     doc.HEADER()->SetAcadVer(1018);
     saveIgnoringErrors(doc, dir / "out.dxf");
-    const std::string once = readFile(dir / "log.txt");
+    const std::string once = ReadFile(dir / "log.txt");
     saveIgnoringErrors(doc, dir / "out.dxf");
-    EXPECT_EQ(readFile(dir / "log.txt"), once + once);
+    EXPECT_EQ(ReadFile(dir / "log.txt"), once + once);
 }
 
 TEST(CallLog, EmptyFileNameFailsTheSaveBeforeTheOutputIsOpened) {
     TempDir dir;
-    CallLogOn on("");
+    CallLogScope on("");
     DXFDocument doc;
     try {
         doc.Save(dir / "out.dxf");
@@ -174,7 +133,7 @@ TEST(CallLog, EmptyFileNameFailsTheSaveBeforeTheOutputIsOpened) {
 
 TEST(CallLog, LogInAMissingFolderFailsTheSave) {
     TempDir dir;
-    CallLogOn on(dir / "no-folder/log.txt");
+    CallLogScope on(dir / "no-folder/log.txt");
     DXFDocument doc;
     EXPECT_THROW(doc.Save(dir / "out.dxf"), Error);
     EXPECT_FALSE(fs::exists(dir / "out.dxf"));
@@ -182,7 +141,7 @@ TEST(CallLog, LogInAMissingFolderFailsTheSave) {
 
 TEST(CallLog, SettingsBelongToTheThread) {
     TempDir dir;
-    CallLogOn on(dir / "log.txt");
+    CallLogScope on(dir / "log.txt");
     {
         clsDebug released;  // the setting outlives the object that made it
         released.bCallLog(true);
@@ -201,13 +160,13 @@ TEST(CallLog, SettingsBelongToTheThread) {
 TEST(CallLog, FullSaveTrace) {
     for (bool withVersion : {true, false}) {
         TempDir dir;
-        CallLogOn on(dir / "log.txt");
+        CallLogScope on(dir / "log.txt");
         DXFDocument doc;
         doc.HEADER()->SetAcadVer(withVersion ? 1015 : 0);
         doc.Save(dir / "out.dxf");
-        EXPECT_EQ(readFile(dir / "log.txt"), logLines(fullTrace(withVersion)));
+        EXPECT_EQ(ReadFile(dir / "log.txt"), logLines(fullTrace(withVersion)));
         doc.Save(dir / "out.dxf");
-        EXPECT_EQ(readFile(dir / "log.txt"), logLines(fullTrace(withVersion)) + logLines(fullTrace(withVersion)));
+        EXPECT_EQ(ReadFile(dir / "log.txt"), logLines(fullTrace(withVersion)) + logLines(fullTrace(withVersion)));
     }
 }
 

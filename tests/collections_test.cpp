@@ -10,21 +10,12 @@
 #include <vector>
 
 #include "ormavec.h"
+#include "test_support.h"
 
 using namespace ormavec;
+using ormavec::test::Raised;
 
 namespace {
-
-template <class F>
-Error Raised(F&& f) {
-    try {
-        f();
-    } catch (const Error& e) {
-        return e;
-    }
-    ADD_FAILURE() << "no error raised";
-    return Error(0, "", "");
-}
 
 LINE_ENT Line(const std::string& layer, double x = 0) {
     LINE_ENT r;

@@ -17,8 +17,10 @@
 
 #include "model_compare.h"
 #include "ormavec.h"
+#include "test_support.h"
 
 namespace fs = std::filesystem;
+using ormavec::test::ReadFile;
 
 namespace {
 
@@ -81,13 +83,6 @@ bool NamesFileAndLine(const std::string& message, const std::string& file) {
             return true;
     }
     return false;
-}
-
-std::string ReadBytes(const fs::path& file) {
-    std::ifstream in(file, std::ios::binary);
-    std::ostringstream s;
-    s << in.rdbuf();
-    return s.str();
 }
 
 std::string Json(std::string_view s) {
@@ -183,10 +178,10 @@ Settled Settle(const ormavec::DXFDocument& first, ormavec::DXFDocument& second, 
     std::vector<std::unique_ptr<ormavec::DXFDocument>> reloads;
     const ormavec::DXFDocument* before = &first;
     ormavec::DXFDocument* after = &second;
-    std::string bytes = ReadBytes(saved);  // the save of `before`
+    std::string bytes = ReadFile(saved);  // the save of `before`
     for (int round = 0; round < kMaxRounds; ++round) {
         after->Save(scratch.string());
-        std::string next = ReadBytes(scratch);
+        std::string next = ReadFile(scratch);
         if (ormavec::testing::ModelComparer(identical).Compare(*before, *after).empty()) {
             if (next != bytes) return Settled::BytesDiffer;
             return round == 0 ? Settled::AtFirstSave : Settled::Later;

@@ -1,70 +1,19 @@
 #include <gtest/gtest.h>
 
-#include <unistd.h>
-
 #include <cmath>
-#include <filesystem>
-#include <fstream>
-#include <sstream>
 #include <string>
 #include <thread>
 #include <vector>
 
 #include "ormavec.h"
+#include "test_support.h"
 
-namespace fs = std::filesystem;
 using ormavec::DXFDocument;
 using ormavec::DXFWriter;
 using ormavec::Error;
+using namespace ormavec::test;
 
 namespace {
-
-class TempDir {
-public:
-    TempDir() {
-        std::string tmpl = (fs::temp_directory_path() / "ormavec-doc-XXXXXX").string();
-        if (!::mkdtemp(tmpl.data())) throw std::runtime_error("mkdtemp");
-        path_ = tmpl;
-    }
-    ~TempDir() {
-        std::error_code ec;
-        fs::remove_all(path_, ec);
-    }
-    std::string operator/(const std::string& name) const { return (path_ / name).string(); }
-    std::vector<std::string> names() const {
-        std::vector<std::string> out;
-        for (const auto& e : fs::directory_iterator(path_)) out.push_back(e.path().filename().string());
-        return out;
-    }
-
-private:
-    fs::path path_;
-};
-
-std::string readFile(const std::string& p) {
-    std::ifstream in(p, std::ios::binary);
-    std::stringstream s;
-    s << in.rdbuf();
-    return s.str();
-}
-
-void writeFile(const std::string& p, const std::string& content) {
-    std::ofstream out(p, std::ios::binary);
-    out << content;
-}
-
-// Pairs given as alternating lines, LF line ends as some programs write them.
-std::string lf(std::initializer_list<const char*> lines) {
-    std::string s;
-    for (const char* l : lines) s += std::string(l) + "\n";
-    return s;
-}
-
-std::string crlf(std::initializer_list<const char*> lines) {
-    std::string s;
-    for (const char* l : lines) s += std::string(l) + "\r\n";
-    return s;
-}
 
 int32_t loadError(DXFDocument& doc, const std::string& file, std::string* message = nullptr) {
     try {
@@ -78,7 +27,7 @@ int32_t loadError(DXFDocument& doc, const std::string& file, std::string* messag
 
 TEST(DocumentSpine, OnlyEofLoadsNothing) {
     TempDir dir;
-    writeFile(dir / "eof.dxf", crlf({"  0", "EOF", "0", "SECTION", "2", "HEADER", "9", "$ACADVER", "1", "AC1018", "0", "ENDSEC"}));
+    WriteFile(dir / "eof.dxf", CrlfLines({"  0", "EOF", "0", "SECTION", "2", "HEADER", "9", "$ACADVER", "1", "AC1018", "0", "ENDSEC"}));
     DXFDocument doc;
     doc.HEADER()->SetAcadVer(1015);
     doc.HEADER()->SetExtMin({1, 2, 3});
@@ -95,19 +44,19 @@ TEST(DocumentSpine, SectionNamesAndMarkers) {
         int32_t version;
     } cases[] = {
         // A section name in lower case is still the HEADER section.
-        {lf({"0", "SECTION", "2", "header", "9", "$ACADVER", "1", "AC1015", "0", "ENDSEC", "0", "EOF"}), 1015},
+        {LfLines({"0", "SECTION", "2", "header", "9", "$ACADVER", "1", "AC1015", "0", "ENDSEC", "0", "EOF"}), 1015},
         // 0/section in lower case does not start a section: its pairs are dropped.
-        {lf({"0", "section", "2", "HEADER", "9", "$ACADVER", "1", "AC1015", "0", "ENDSEC", "0", "EOF"}), 0},
+        {LfLines({"0", "section", "2", "HEADER", "9", "$ACADVER", "1", "AC1015", "0", "ENDSEC", "0", "EOF"}), 0},
         // Nor does "SECTION" under another group code.
-        {lf({"1", "SECTION", "2", "HEADER", "9", "$ACADVER", "1", "AC1015", "0", "ENDSEC", "0", "EOF"}), 0},
+        {LfLines({"1", "SECTION", "2", "HEADER", "9", "$ACADVER", "1", "AC1015", "0", "ENDSEC", "0", "EOF"}), 0},
         // CLASSES, OBJECTS and unknown sections are read past; no EOF is needed.
-        {crlf({"999", "comment", "0", "SECTION", "2", "CLASSES", "0", "CLASS", "1", "LWPOLYLINE", "2", "HEADER", "0", "ENDSEC",
+        {CrlfLines({"999", "comment", "0", "SECTION", "2", "CLASSES", "0", "CLASS", "1", "LWPOLYLINE", "2", "HEADER", "0", "ENDSEC",
                "0", "SECTION", "2", "THUMBNAILIMAGE", "90", "12", "0", "ENDSEC", "0", "SECTION", "2", "HEADER", "9", "$ACADVER",
                "1", "AC1018", "0", "ENDSEC", "0", "SECTION", "2", "OBJECTS", "0", "DICTIONARY", "5", "C", "0", "ENDSEC"}),
          1018},
     };
     for (const auto& c : cases) {
-        writeFile(dir / "case.dxf", c.text);
+        WriteFile(dir / "case.dxf", c.text);
         DXFDocument doc;
         doc.Load(dir / "case.dxf");
         EXPECT_EQ(doc.HEADER()->AcadVer(), c.version) << c.text;
@@ -116,7 +65,7 @@ TEST(DocumentSpine, SectionNamesAndMarkers) {
 
 TEST(DocumentSpine, TextConvertModeReachesTheReader) {
     TempDir dir;
-    writeFile(dir / "utf8.dxf", crlf({"0", "SECTION", "2", "ENTITIES", "0", "LINE", "8", "\xC3\xA9", "10", "1", "20", "2", "30",
+    WriteFile(dir / "utf8.dxf", CrlfLines({"0", "SECTION", "2", "ENTITIES", "0", "LINE", "8", "\xC3\xA9", "10", "1", "20", "2", "30",
                                       "0", "11", "3", "21", "4", "31", "0", "0", "ENDSEC", "0", "EOF"}));
     const struct {
         ormavec::TextConvertMode mode;
@@ -133,7 +82,7 @@ TEST(DocumentSpine, TextConvertModeReachesTheReader) {
 
 TEST(DocumentSpine, SectionObjectsLastAsLongAsTheDocument) {
     TempDir dir;
-    writeFile(dir / "h.dxf", crlf({"0", "SECTION", "2", "HEADER", "9", "$ACADVER", "1", "AC1009", "0", "ENDSEC", "0", "EOF"}));
+    WriteFile(dir / "h.dxf", CrlfLines({"0", "SECTION", "2", "HEADER", "9", "$ACADVER", "1", "AC1009", "0", "ENDSEC", "0", "EOF"}));
     DXFDocument doc;
     const auto* header = doc.HEADER().get();
     const auto* entities = doc.ENTITIES().get();
@@ -153,7 +102,7 @@ TEST(DocumentSpine, SectionObjectsLastAsLongAsTheDocument) {
 
 TEST(DocumentSpine, EmptyFileLoadsNothing) {
     TempDir dir;
-    writeFile(dir / "empty.dxf", "");
+    WriteFile(dir / "empty.dxf", "");
     DXFDocument doc;
     int events = 0;
     doc.Progress = [&](int32_t&) { ++events; };
@@ -206,7 +155,7 @@ TEST(DocumentSpine, MissingFileSetsFileNameFirst) {
 
 TEST(DocumentSpine, ErrorKeepsWhatWasReadAndTheNextLoadWorks) {
     TempDir dir;
-    writeFile(dir / "bad.dxf", crlf({"0", "SECTION", "2", "HEADER", "9", "$ACADVER", "1", "AC1015", "9", "$EXTMIN", "10", "1",
+    WriteFile(dir / "bad.dxf", CrlfLines({"0", "SECTION", "2", "HEADER", "9", "$ACADVER", "1", "AC1015", "9", "$EXTMIN", "10", "1",
                                      "20", "2", "30", "3", "9", "$EXTMAX", "10", "x4", "20", "5", "30", "6", "0", "ENDSEC",
                                      "0", "EOF"}));
     DXFDocument doc;
@@ -216,7 +165,7 @@ TEST(DocumentSpine, ErrorKeepsWhatWasReadAndTheNextLoadWorks) {
     EXPECT_EQ(doc.HEADER()->AcadVer(), 1015);
     EXPECT_EQ(doc.HEADER()->ExtMin().Z, 3);
 
-    writeFile(dir / "good.dxf", crlf({"0", "SECTION", "2", "HEADER", "9", "$EXTMAX", "10", "4", "20", "5", "30", "6", "0",
+    WriteFile(dir / "good.dxf", CrlfLines({"0", "SECTION", "2", "HEADER", "9", "$EXTMAX", "10", "4", "20", "5", "30", "6", "0",
                                       "ENDSEC", "0", "EOF"}));
     doc.Load(dir / "good.dxf");
     EXPECT_EQ(doc.HEADER()->ExtMax().Y, 5);
@@ -226,13 +175,13 @@ TEST(DocumentSpine, ErrorKeepsWhatWasReadAndTheNextLoadWorks) {
 
 TEST(DocumentSpine, BadNumberInEntitiesKeepsTheHeader) {
     TempDir dir;
-    writeFile(dir / "bad.dxf", crlf({"0", "SECTION", "2", "HEADER", "9", "$ACADVER", "1", "AC1018", "0", "ENDSEC", "0",
+    WriteFile(dir / "bad.dxf", CrlfLines({"0", "SECTION", "2", "HEADER", "9", "$ACADVER", "1", "AC1018", "0", "ENDSEC", "0",
                                      "SECTION", "2", "ENTITIES", "0", "LINE", "8", "0", "10", "1..5", "20", "0", "30", "0",
                                      "11", "1", "21", "1", "31", "0", "0", "ENDSEC", "0", "EOF"}));
     DXFDocument doc;
     EXPECT_EQ(loadError(doc, dir / "bad.dxf"), ormavec::err::TypeMismatch);
     EXPECT_EQ(doc.HEADER()->AcadVer(), 1018);
-    writeFile(dir / "good.dxf", crlf({"0", "SECTION", "2", "HEADER", "9", "$ACADVER", "1", "AC1015", "0", "ENDSEC", "0", "EOF"}));
+    WriteFile(dir / "good.dxf", CrlfLines({"0", "SECTION", "2", "HEADER", "9", "$ACADVER", "1", "AC1015", "0", "ENDSEC", "0", "EOF"}));
     doc.Load(dir / "good.dxf");
     EXPECT_EQ(doc.HEADER()->AcadVer(), 1015);
 }
@@ -244,12 +193,12 @@ TEST(DocumentSpine, CodeLineErrorsNameFileAndLine) {
         int32_t error;
         const char* where;
     } cases[] = {
-        {lf({"0", "SECTION", "2", "HEADER", "nine", "$EXTMIN"}), ormavec::err::TypeMismatch, "cut.dxf:5"},
-        {lf({"0", "SECTION", "2", "HEADER", "99999999999", "$EXTMIN"}), ormavec::err::Overflow, "cut.dxf:5"},
-        {lf({"0", "SECTION", "2", "HEADER", "0", "ENDSEC", "0"}), ormavec::err::InputPastEndOfFile, "cut.dxf:7"},
+        {LfLines({"0", "SECTION", "2", "HEADER", "nine", "$EXTMIN"}), ormavec::err::TypeMismatch, "cut.dxf:5"},
+        {LfLines({"0", "SECTION", "2", "HEADER", "99999999999", "$EXTMIN"}), ormavec::err::Overflow, "cut.dxf:5"},
+        {LfLines({"0", "SECTION", "2", "HEADER", "0", "ENDSEC", "0"}), ormavec::err::InputPastEndOfFile, "cut.dxf:7"},
     };
     for (const auto& c : cases) {
-        writeFile(dir / "cut.dxf", c.text);
+        WriteFile(dir / "cut.dxf", c.text);
         DXFDocument doc;
         std::string message;
         EXPECT_EQ(loadError(doc, dir / "cut.dxf", &message), c.error) << c.text;
@@ -261,7 +210,7 @@ TEST(DocumentSpine, ProgressIsForwardedByReference) {
     TempDir dir;
     std::string text;
     for (int i = 0; i < 50; ++i) text += "     999\r\nABCDEFGH\r\n";
-    writeFile(dir / "p.dxf", text);
+    WriteFile(dir / "p.dxf", text);
     DXFDocument doc;
     std::vector<int32_t> got;
     doc.Progress = [&](int32_t& p) {
@@ -277,13 +226,13 @@ TEST(DocumentSpine, ProgressIsForwardedByReference) {
 TEST(DocumentSpine, FailedSaveLeavesTheOldFileUntouched) {
     TempDir dir;
     const std::string target = dir / "keep.dxf";
-    const std::string old = crlf({"0", "SECTION", "2", "HEADER", "0", "ENDSEC", "0", "EOF"});
-    writeFile(target, old);
+    const std::string old = CrlfLines({"0", "SECTION", "2", "HEADER", "0", "ENDSEC", "0", "EOF"});
+    WriteFile(target, old);
     DXFDocument doc;
     doc.HEADER()->SetAcadVer(1015);
     doc.HEADER()->SetExtMax({1, std::nan(""), 0});  // the writer refuses it halfway through HEADER
     EXPECT_THROW(doc.Save(target), Error);
-    EXPECT_EQ(readFile(target), old);
+    EXPECT_EQ(ReadFile(target), old);
     EXPECT_EQ(dir.names(), std::vector<std::string>{"keep.dxf"});
     EXPECT_EQ(doc.FileName(), target);
 
@@ -297,7 +246,7 @@ TEST(FixedSections, Classes) {
     DXFWriter w;
     w.OpenString(&out);
     DXFDocument::WriteClasses(w);
-    EXPECT_EQ(out, crlf({"0",  "SECTION", "2",   "CLASSES",          "0",   "CLASS",
+    EXPECT_EQ(out, CrlfLines({"0",  "SECTION", "2",   "CLASSES",          "0",   "CLASS",
                          "1",  "LWPOLYLINE", "2", "AcDbPolyline",    "3",   "AutoCAD",
                          "90", "0",       "280", "0",                "281", "1",
                          "0",  "CLASS",   "1",   "WIPEOUT",          "2",   "AcDbWipeout",
@@ -314,7 +263,7 @@ TEST(FixedSections, ObjectsContinueTheHandleCounter) {
     int32_t h = 9;
     DXFDocument::WriteObjects(w, h);
     EXPECT_EQ(h, 14);
-    EXPECT_EQ(out, crlf({"0",   "SECTION",        "2",   "OBJECTS",         "0",   "DICTIONARY",
+    EXPECT_EQ(out, CrlfLines({"0",   "SECTION",        "2",   "OBJECTS",         "0",   "DICTIONARY",
                          "5",   "A",              "100", "AcDbDictionary",  "3",   "ACAD_GROUP",
                          "350", "B",              "3",   "ACAD_MLINESTYLE", "350", "C",
                          "0",   "DICTIONARY",     "5",   "B",               "100", "AcDbDictionary",
@@ -356,9 +305,9 @@ TEST(DocumentSpine, NewDocumentSavesACompleteFileThatLoadsBack) {
     doc.HEADER()->SetAcadVer(1015);
     doc.HEADER()->SetExtMax({10, 20, 0});
     doc.Save(dir / "new.dxf");
-    const std::string text = readFile(dir / "new.dxf");
-    EXPECT_EQ(text.rfind(crlf({"0", "SECTION", "2", "HEADER", "9", "$ACADVER", "1", "AC1015"}), 0), 0u);
-    const std::string tail = crlf({"6", "BYLAYER", "0", "ENDSEC", "0", "EOF"});
+    const std::string text = ReadFile(dir / "new.dxf");
+    EXPECT_EQ(text.rfind(CrlfLines({"0", "SECTION", "2", "HEADER", "9", "$ACADVER", "1", "AC1015"}), 0), 0u);
+    const std::string tail = CrlfLines({"6", "BYLAYER", "0", "ENDSEC", "0", "EOF"});
     ASSERT_GE(text.size(), tail.size());
     EXPECT_EQ(text.substr(text.size() - tail.size()), tail);
     for (const char* section : {"CLASSES", "TABLES", "BLOCKS", "ENTITIES", "OBJECTS"})

@@ -2,81 +2,17 @@
 // save appends its whole trace.
 #include <gtest/gtest.h>
 
-#include <unistd.h>
-
-#include <fstream>
-#include <sstream>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "ormavec.h"
+#include "test_support.h"
 
 using namespace ormavec;
+using namespace ormavec::test;
 
 namespace {
-
-// "code value" per line; a line holding only the code has an empty value.
-std::vector<std::string> Lines(std::string_view pairs) {
-    std::vector<std::string> out;
-    std::size_t pos = 0;
-    while (pos < pairs.size()) {
-        std::size_t eol = pairs.find('\n', pos);
-        if (eol == std::string_view::npos) eol = pairs.size();
-        std::string_view line = pairs.substr(pos, eol - pos);
-        pos = eol + 1;
-        std::size_t first = line.find_first_not_of(' ');
-        if (first == std::string_view::npos) continue;
-        line.remove_prefix(first);
-        std::size_t space = line.find(' ');
-        out.emplace_back(line.substr(0, space));
-        out.emplace_back(space == std::string_view::npos ? std::string_view{} : line.substr(space + 1));
-    }
-    return out;
-}
-
-std::string ReadFile(const std::string& path) {
-    std::ifstream in(path, std::ios::binary);
-    std::ostringstream s;
-    s << in.rdbuf();
-    return s.str();
-}
-
-// The CR LF terminated lines of a file.
-std::vector<std::string> SplitCrLf(const std::string& text) {
-    std::vector<std::string> lines;
-    std::size_t pos = 0;
-    while (pos < text.size()) {
-        std::size_t eol = text.find("\r\n", pos);
-        if (eol == std::string::npos) {
-            lines.push_back(text.substr(pos) + "<no CR LF>");
-            break;
-        }
-        lines.push_back(text.substr(pos, eol - pos));
-        pos = eol + 2;
-    }
-    return lines;
-}
-
-class TempFolder {
-public:
-    TempFolder() {
-        std::string pattern = ::testing::TempDir() + "ormavec_empty_doc_XXXXXX";
-        if (::mkdtemp(pattern.data())) path_ = pattern;
-    }
-    ~TempFolder() {
-        for (const std::string& f : files_) ::unlink(f.c_str());
-        if (!path_.empty()) ::rmdir(path_.c_str());
-    }
-    std::string File(std::string_view name) {
-        files_.push_back(path_ + "/" + std::string(name));
-        return files_.back();
-    }
-
-private:
-    std::string path_;
-    std::vector<std::string> files_;
-};
 
 void ExpectSameLines(const std::vector<std::string>& actual, const std::vector<std::string>& expected) {
     for (std::size_t i = 0; i < std::min(actual.size(), expected.size()); ++i)
@@ -367,36 +303,22 @@ constexpr std::string_view kEmptyDocument = R"(
     0 EOF
 )";
 
-// Turns the call log on for one test and off again afterwards.
-struct CallLogScope {
-    explicit CallLogScope(const std::string& file) {
-        clsDebug d;
-        d.sLogFileName(file);
-        d.bCallLog(true);
-    }
-    ~CallLogScope() {
-        clsDebug d;
-        d.bCallLog(false);
-        d.sLogFileName("");
-    }
-};
-
 }  // namespace
 
 TEST(EmptyDocument, SaveWritesTheWholeFile) {
-    TempFolder folder;
-    const std::string path = folder.File("empty.dxf");
+    TempDir folder;
+    const std::string path = folder / "empty.dxf";
     DXFDocument doc;
     doc.Save(path);
     const std::string text = ReadFile(path);
     EXPECT_TRUE(text.ends_with("0\r\nEOF\r\n"));
-    ExpectSameLines(SplitCrLf(text), Lines(kEmptyDocument));
+    ExpectSameLines(SplitCrLf(text), PairLines(kEmptyDocument));
     EXPECT_EQ(doc.FileName(), path);
 }
 
 TEST(EmptyDocument, SavedFileLoadsBackToAnEmptyModel) {
-    TempFolder folder;
-    const std::string path = folder.File("roundtrip.dxf");
+    TempDir folder;
+    const std::string path = folder / "roundtrip.dxf";
     DXFDocument saved;
     saved.Save(path);
     DXFDocument loaded;
@@ -416,10 +338,10 @@ TEST(EmptyDocument, SavedFileLoadsBackToAnEmptyModel) {
 
     // Saved again, the read entries take the place of the ones added on
     // writing; the read paper space block is an ordinary block, without 67/1.
-    const std::string again = folder.File("again.dxf");
+    const std::string again = folder / "again.dxf";
     loaded.Save(again);
     std::vector<std::string> lines = SplitCrLf(ReadFile(again));
-    std::vector<std::string> expected = Lines(kEmptyDocument);
+    std::vector<std::string> expected = PairLines(kEmptyDocument);
     for (std::size_t i = 0; i + 1 < expected.size();) {
         if (expected[i] == "67")
             expected.erase(expected.begin() + static_cast<std::ptrdiff_t>(i), expected.begin() + static_cast<std::ptrdiff_t>(i) + 2);
@@ -438,9 +360,9 @@ TEST(EmptyDocument, SavedFileLoadsBackToAnEmptyModel) {
 }
 
 TEST(EmptyDocument, CallLogTracesEverySave) {
-    TempFolder folder;
-    const std::string log = folder.File("calls.log");
-    const std::string path = folder.File("traced.dxf");
+    TempDir folder;
+    const std::string log = folder / "calls.log";
+    const std::string path = folder / "traced.dxf";
     DXFDocument doc;
     doc.HEADER()->SetAcadVer(1015);
     {

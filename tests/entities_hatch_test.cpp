@@ -6,36 +6,16 @@
 
 #include "entities/collections.h"
 #include "io/error.h"
+#include "test_support.h"
 
 using namespace ormavec;
+using namespace ormavec::test;
 
 namespace {
 
-std::string Crlf(std::string_view text) {
-    std::string out;
-    for (char c : text) {
-        if (c == '\n') out += '\r';
-        out += c;
-    }
-    return out;
-}
-
-template <class Fn>
-std::string Written(Fn&& fn) {
-    std::string out;
-    DXFWriter w;
-    w.OpenString(&out);
-    fn(w);
-    w.CloseOutput();
-    return out;
-}
-
 HATCH_ENT Read(const std::string& text, std::string* next = nullptr) {
     DXFReader r;
-    r.OpenString(text);
-    XYZS list;
-    HATCH_ENT h;
-    ReadEntity(r, list, h);
+    HATCH_ENT h = ReadEntityFrom<HATCH_ENT, XYZS>(r, text);
     if (next) *next = std::string(r.Read().Value);
     return h;
 }

@@ -5,29 +5,12 @@
 
 #include "entities/collections.h"
 #include "io/error.h"
+#include "test_support.h"
 
 using namespace ormavec;
+using namespace ormavec::test;
 
 namespace {
-
-std::string Crlf(std::string_view text) {
-    std::string out;
-    for (char c : text) {
-        if (c == '\n') out += '\r';
-        out += c;
-    }
-    return out;
-}
-
-template <class Fn>
-std::string Written(Fn&& fn) {
-    std::string out;
-    DXFWriter w;
-    w.OpenString(&out);
-    fn(w);
-    w.CloseOutput();
-    return out;
-}
 
 ATTRIB_ENT Attribute(std::string layer, double x, double y, std::string value, std::string tag) {
     ATTRIB_ENT a;

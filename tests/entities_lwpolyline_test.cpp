@@ -4,38 +4,14 @@
 
 #include "entities/collections.h"
 #include "io/error.h"
+#include "test_support.h"
 
 using namespace ormavec;
+using namespace ormavec::test;
 
 namespace {
 
-std::string Crlf(std::string_view text) {
-    std::string out;
-    for (char c : text) {
-        if (c == '\n') out += '\r';
-        out += c;
-    }
-    return out;
-}
-
-template <class Fn>
-std::string Written(Fn&& fn) {
-    std::string out;
-    DXFWriter w;
-    w.OpenString(&out);
-    fn(w);
-    w.CloseOutput();
-    return out;
-}
-
-LWPOLYLINE_ENT Read(const std::string& text) {
-    DXFReader r;
-    r.OpenString(text);
-    LWVERTEXES list;
-    LWPOLYLINE_ENT p;
-    ReadEntity(r, list, p);
-    return p;
-}
+LWPOLYLINE_ENT Read(const std::string& text) { return ReadEntityFrom<LWPOLYLINE_ENT, LWVERTEXES>(text); }
 
 }  // namespace
 

@@ -5,37 +5,14 @@
 
 #include "entities/collections.h"
 #include "io/error.h"
+#include "test_support.h"
 
 using namespace ormavec;
+using namespace ormavec::test;
 
 namespace {
 
-std::string Crlf(std::string_view text) {
-    std::string out;
-    for (char c : text) {
-        if (c == '\n') out += '\r';
-        out += c;
-    }
-    return out;
-}
-
-template <class Fn>
-std::string Written(Fn&& fn) {
-    std::string out;
-    DXFWriter w;
-    w.OpenString(&out);
-    fn(w);
-    w.CloseOutput();
-    return out;
-}
-
-POLYLINE_ENT Read(const std::string& text) {
-    DXFReader r;
-    r.OpenString(text);
-    POLYLINE_ENT p;
-    ReadEntity(r, p);
-    return p;
-}
+POLYLINE_ENT Read(const std::string& text) { return ReadEntityFrom<POLYLINE_ENT>(text); }
 
 // The values of the subclass markers written, in order.
 std::vector<std::string> Markers(const std::string& out) {

@@ -6,19 +6,12 @@
 
 #include "document/entities.h"
 #include "io/error.h"
+#include "test_support.h"
 
 using namespace ormavec;
+using namespace ormavec::test;
 
 namespace {
-
-std::string Lines(std::initializer_list<std::string_view> lines) {
-    std::string s;
-    for (std::string_view l : lines) {
-        s.append(l);
-        s.append("\r\n");
-    }
-    return s;
-}
 
 // Reads a section body (what follows 2/ENTITIES) and returns the pair after it, if any.
 std::string ReadSection(ENTITIES& e, const std::string& body, DXFReader& reader) {
@@ -35,12 +28,7 @@ std::string ReadSection(ENTITIES& e, const std::string& body) {
 }
 
 std::string WriteSection(const ENTITIES& e, int32_t& handle) {
-    std::string out;
-    DXFWriter writer;
-    writer.OpenString(&out);
-    e.WriteOut(writer, handle);
-    writer.CloseOutput();
-    return out;
+    return Written([&](DXFWriter& writer) { e.WriteOut(writer, handle); });
 }
 
 struct Extent {
@@ -84,7 +72,7 @@ TEST(EntitiesSection, CollectionsGrowInTheirOwnSteps) {
 
 TEST(EntitiesSection, EachSimpleNameGoesToItsCollection) {
     ENTITIES e;
-    EXPECT_EQ(ReadSection(e, Lines({"0", "ARC", "40", "1", "0", "CIRCLE", "0", "ELLIPSE", "0", "3DFACE", "0", "LINE", "0", "MTEXT",
+    EXPECT_EQ(ReadSection(e, CrlfLines({"0", "ARC", "40", "1", "0", "CIRCLE", "0", "ELLIPSE", "0", "3DFACE", "0", "LINE", "0", "MTEXT",
                                     "1", "m", "0", "POINT", "0", "TEXT", "1", "t", "0", "SOLID", "0", "ENDSEC", "0", "EOF"})),
               "0/EOF");
     EXPECT_EQ(e.ARCS()->Count(), 1);
@@ -104,7 +92,7 @@ TEST(EntitiesSection, EachSimpleNameGoesToItsCollection) {
 TEST(EntitiesSection, NamesAnyCaseButEndsecExact) {
     ENTITIES e;
     // "endsec" does not end the section: the next section's pairs are read as entities.
-    EXPECT_EQ(ReadSection(e, Lines({"0", "line", "10", "1", "0", " Line ", "10", "2", "0", "endsec", "0", "SECTION", "2", "BLOCKS",
+    EXPECT_EQ(ReadSection(e, CrlfLines({"0", "line", "10", "1", "0", " Line ", "10", "2", "0", "endsec", "0", "SECTION", "2", "BLOCKS",
                                     "0", "LINE", "10", "3", "0", "ENDSEC", "0", "EOF"})),
               "0/EOF");
     ASSERT_EQ(e.LINES()->Count(), 3);
@@ -115,13 +103,13 @@ TEST(EntitiesSection, NamesAnyCaseButEndsecExact) {
 
 TEST(EntitiesSection, EndsecValueEndsTheSectionWhateverItsCode) {
     ENTITIES e;
-    EXPECT_EQ(ReadSection(e, Lines({"0", "DIMENSION", "1", "ENDSEC", "0", "LINE"})), "0/LINE");
+    EXPECT_EQ(ReadSection(e, CrlfLines({"0", "DIMENSION", "1", "ENDSEC", "0", "LINE"})), "0/LINE");
     EXPECT_EQ(e.LINES()->Count(), 0);
 }
 
 TEST(EntitiesSection, UnknownAndAttributeEntitiesAreSkippedWithAllTheirPairs) {
     ENTITIES e;
-    EXPECT_EQ(ReadSection(e, Lines({"0", "DIMENSION", "5", "2A", "8", "DIM", "2", "*D1", "10", "5", "40", "x", "1", "LINE",
+    EXPECT_EQ(ReadSection(e, CrlfLines({"0", "DIMENSION", "5", "2A", "8", "DIM", "2", "*D1", "10", "5", "40", "x", "1", "LINE",
                                     "0", "HATCH", "8", "H", "2", "SOLID", "70", "1", "91", "1", "10", "0", "20", "0", "62", "1",
                                     "0", "ATTDEF", "8", "A", "1", "v", "2", "TAG", "0", "ATTRIB", "8", "B", "2", "TAG",
                                     "0", "CIRCLE", "40", "2", "0", "ENDSEC"})),
@@ -137,7 +125,7 @@ TEST(EntitiesSection, UnknownAndAttributeEntitiesAreSkippedWithAllTheirPairs) {
 
 TEST(EntitiesSection, EndOfInputInsideTheSectionIsQuiet) {
     ENTITIES e;
-    EXPECT_EQ(ReadSection(e, Lines({"0", "LINE", "10", "4", "0", "POINT", "8", "P"})), "<end>");
+    EXPECT_EQ(ReadSection(e, CrlfLines({"0", "LINE", "10", "4", "0", "POINT", "8", "P"})), "<end>");
     EXPECT_EQ(e.LINES()->Count(), 1);
     ASSERT_EQ(e.POINTS()->Count(), 1);
     EXPECT_EQ(e.POINTS()->Item(0).Layer, "P");
@@ -148,7 +136,7 @@ TEST(EntitiesSection, FailedEntityIsNotAddedAndEarlierOnesStay) {
     DXFReader reader;
     int32_t number = 0;
     try {
-        ReadSection(e, Lines({"0", "LINE", "0", "ARC", "40", "2", "0", "CIRCLE", "8", "C", "40", "two", "0", "ENDSEC"}), reader);
+        ReadSection(e, CrlfLines({"0", "LINE", "0", "ARC", "40", "2", "0", "CIRCLE", "8", "C", "40", "two", "0", "ENDSEC"}), reader);
     } catch (const Error& error) {
         number = error.number();
     }
@@ -160,10 +148,10 @@ TEST(EntitiesSection, FailedEntityIsNotAddedAndEarlierOnesStay) {
 
 TEST(EntitiesSection, SavesGroupedByTypeInFixedOrder) {
     ENTITIES e;
-    ReadSection(e, Lines({"0", "LINE", "8", "A", "10", "1", "0", "ARC", "40", "2", "0", "LINE", "8", "B", "0", "ENDSEC"}));
+    ReadSection(e, CrlfLines({"0", "LINE", "8", "A", "10", "1", "0", "ARC", "40", "2", "0", "LINE", "8", "B", "0", "ENDSEC"}));
     int32_t handle = 0;
     EXPECT_EQ(WriteSection(e, handle),
-              Lines({"0", "SECTION", "2", "ENTITIES",
+              CrlfLines({"0", "SECTION", "2", "ENTITIES",
                      "0", "ARC", "5", "1", "100", "AcDbEntity", "8", "0", "6", "Continuous", "62", "256", "100", "AcDbCircle",
                      "39", "0.", "10", "0.", "20", "0.", "30", "0.", "40", "2.", "100", "AcDbArc", "50", "0.", "51", "0.",
                      "0", "LINE", "5", "2", "100", "AcDbEntity", "8", "A", "6", "Continuous", "62", "256", "100", "AcDbLine",
@@ -218,7 +206,7 @@ TEST(EntitiesSection, AttdefsAreWrittenAfterSolids) {
 
 TEST(EntitiesSection, ReadsInsertWithAttributesThenNextEntity) {
     ENTITIES e;
-    EXPECT_EQ(ReadSection(e, Lines({"0", "INSERT", "8", "A", "2", "BLK", "10", "1", "20", "2", "66", "1", "0", "ATTRIB", "2", "T1",
+    EXPECT_EQ(ReadSection(e, CrlfLines({"0", "INSERT", "8", "A", "2", "BLK", "10", "1", "20", "2", "66", "1", "0", "ATTRIB", "2", "T1",
                                     "1", "v1", "0", "ATTRIB", "2", "T2", "1", "v2", "0", "SEQEND", "8", "A", "0", "LINE", "10", "7",
                                     "0", "ENDSEC"})),
               "<end>");
@@ -234,7 +222,7 @@ TEST(EntitiesSection, ReadsInsertWithAttributesThenNextEntity) {
 
 TEST(EntitiesSection, ReadsPolylineWithItsVerticesThenNextEntity) {
     ENTITIES e;
-    EXPECT_EQ(ReadSection(e, Lines({"0", "POLYLINE", "66", "1", "70", "1", "0", "VERTEX", "10", "0", "20", "0", "0", "VERTEX", "10",
+    EXPECT_EQ(ReadSection(e, CrlfLines({"0", "POLYLINE", "66", "1", "70", "1", "0", "VERTEX", "10", "0", "20", "0", "0", "VERTEX", "10",
                                     "1", "20", "0", "0", "VERTEX", "10", "1", "20", "1", "0", "SEQEND", "0", "POINT", "10", "5",
                                     "0", "ENDSEC"})),
               "<end>");
@@ -247,7 +235,7 @@ TEST(EntitiesSection, ReadsPolylineWithItsVerticesThenNextEntity) {
 
 TEST(EntitiesSection, LwpolylinesKeepTheirOwnVertices) {
     ENTITIES e;
-    EXPECT_EQ(ReadSection(e, Lines({"0", "LWPOLYLINE", "90", "2", "10", "0", "20", "0", "10", "1", "20", "1", "0", "lwpolyline",
+    EXPECT_EQ(ReadSection(e, CrlfLines({"0", "LWPOLYLINE", "90", "2", "10", "0", "20", "0", "10", "1", "20", "1", "0", "lwpolyline",
                                     "70", "1", "10", "5", "20", "5", "10", "6", "20", "5", "10", "6", "20", "6", "0", "ENDSEC"})),
               "<end>");
     ASSERT_EQ(e.LWPOLYLINES()->Count(), 2);

@@ -9,20 +9,12 @@
 #include "entities/collections.h"
 #include "entities/descriptions.h"
 #include "io/error.h"
+#include "test_support.h"
 
 using namespace ormavec;
+using namespace ormavec::test;
 
 namespace {
-
-// Lines of a file, each ended by CR LF.
-std::string Lines(std::initializer_list<std::string_view> lines) {
-    std::string s;
-    for (std::string_view l : lines) {
-        s.append(l);
-        s.append("\r\n");
-    }
-    return s;
-}
 
 // Reads one entity: the first pair (0/<name>) is consumed as a section reader does.
 template <class T>
@@ -42,12 +34,7 @@ T ReadOne(const std::string& text) {
 
 template <class T>
 std::string WriteOne(const T& record, int32_t& handle) {
-    std::string out;
-    DXFWriter writer;
-    writer.OpenString(&out);
-    WriteEntity(writer, record, handle);
-    writer.CloseOutput();
-    return out;
+    return Written([&](DXFWriter& writer) { WriteEntity(writer, record, handle); });
 }
 
 template <class T>
@@ -62,15 +49,6 @@ std::vector<int32_t> CodesOf(const entity::Description<T>& d) {
     for (const auto& f : d.read) codes.push_back(f.code);
     std::sort(codes.begin(), codes.end());
     return codes;
-}
-
-int32_t ErrorOf(const std::function<void()>& fn) {
-    try {
-        fn();
-    } catch (const Error& e) {
-        return e.number();
-    }
-    return 0;
 }
 
 struct Box {
@@ -121,7 +99,7 @@ TEST(EntitiesSimpleDescriptions, EachSolidCornerCodeLandsInItsField) {
                           {12, &SOLID_ENT::Corner3, &XYZ::X}, {22, &SOLID_ENT::Corner3, &XYZ::Y}, {32, &SOLID_ENT::Corner3, &XYZ::Z},
                           {13, &SOLID_ENT::Corner4, &XYZ::X}, {23, &SOLID_ENT::Corner4, &XYZ::Y}, {33, &SOLID_ENT::Corner4, &XYZ::Z}};
     for (const Case& c : cases) {
-        SOLID_ENT r = ReadOne<SOLID_ENT>(Lines({"0", "SOLID", std::to_string(c.code), "7.25"}));
+        SOLID_ENT r = ReadOne<SOLID_ENT>(CrlfLines({"0", "SOLID", std::to_string(c.code), "7.25"}));
         EXPECT_EQ((r.*c.corner).*c.axis, 7.25) << c.code;
         // Only that coordinate is set.
         SOLID_ENT rest = r;
@@ -132,7 +110,7 @@ TEST(EntitiesSimpleDescriptions, EachSolidCornerCodeLandsInItsField) {
 
 TEST(EntitiesSimpleArc, ReadsFieldsSkipsOtherCodesAndPushesBackTheNextEntity) {
     DXFReader reader;
-    ARC_ENT r = ReadOne<ARC_ENT>(reader, Lines({"0", "ARC", "5", "2F", "330", "1F", "100", "AcDbEntity", "8", " Walls ", "6",
+    ARC_ENT r = ReadOne<ARC_ENT>(reader, CrlfLines({"0", "ARC", "5", "2F", "330", "1F", "100", "AcDbEntity", "8", " Walls ", "6",
                                                  "DASHED", "62", "3", "100", "AcDbCircle", "39", "0.5", "10", "99", "10", "10",
                                                  "20", "10", "30", "1", "40", "5", "100", "AcDbArc", "50", "0", "51", "90", "11",
                                                  "7", "-3", "x", "210", "0", "220", "0", "230", "1", "1001", "APP", "0", "LINE"}));
@@ -154,22 +132,22 @@ TEST(EntitiesSimpleArc, ReadsFieldsSkipsOtherCodesAndPushesBackTheNextEntity) {
 }
 
 TEST(EntitiesSimpleArc, BareEntityGetsDefaultsAndEndOfFileEndsItQuietly) {
-    ARC_ENT bare = ReadOne<ARC_ENT>(Lines({"0", "ARC", "0", "CIRCLE"}));
+    ARC_ENT bare = ReadOne<ARC_ENT>(CrlfLines({"0", "ARC", "0", "CIRCLE"}));
     EXPECT_EQ(bare.Layer, "0");
     EXPECT_EQ(bare.LineType, "Continuous");
     EXPECT_EQ(bare.ColorNumber, 256);
     EXPECT_EQ(bare.Radius, 0.0);
 
     DXFReader reader;
-    ARC_ENT cut = ReadOne<ARC_ENT>(reader, Lines({"0", "ARC", "40", "3"}));
+    ARC_ENT cut = ReadOne<ARC_ENT>(reader, CrlfLines({"0", "ARC", "40", "3"}));
     EXPECT_EQ(cut.Radius, 3.0);
     EXPECT_TRUE(reader.AtEnd());
 }
 
 TEST(EntitiesSimpleArc, ExtrusionIsConvertedSoABadValueFails) {
-    EXPECT_EQ(ErrorOf([] { ReadOne<ARC_ENT>(Lines({"0", "ARC", "220", "up"})); }), err::TypeMismatch);
+    EXPECT_EQ(ErrorNumberOf([] { ReadOne<ARC_ENT>(CrlfLines({"0", "ARC", "220", "up"})); }), err::TypeMismatch);
     // CIRCLE does not look at 210..230 at all.
-    EXPECT_EQ(ErrorOf([] { ReadOne<CIRCLE_ENT>(Lines({"0", "CIRCLE", "220", "up"})); }), 0);
+    EXPECT_EQ(ErrorNumberOf([] { ReadOne<CIRCLE_ENT>(CrlfLines({"0", "CIRCLE", "220", "up"})); }), 0);
 }
 
 TEST(EntitiesSimpleArc, WritesItsLinesWithoutExtrusion) {
@@ -185,14 +163,14 @@ TEST(EntitiesSimpleArc, WritesItsLinesWithoutExtrusion) {
     r.StartAngle = 0;
     r.EndAngle = 90;
     int32_t handle = 16;
-    EXPECT_EQ(WriteOne(r, handle), Lines({"0", "ARC", "5", "11", "100", "AcDbEntity", "8", "Walls", "6", "Dashed", "62", "3", "100",
+    EXPECT_EQ(WriteOne(r, handle), CrlfLines({"0", "ARC", "5", "11", "100", "AcDbEntity", "8", "Walls", "6", "Dashed", "62", "3", "100",
                                           "AcDbCircle", "39", "0.5", "10", "1.", "20", "2.", "30", "0.", "40", "2.5", "100", "AcDbArc",
                                           "50", "0.", "51", "90."}));
     EXPECT_EQ(handle, 17);
 }
 
 TEST(EntitiesSimpleCircle, ReadIgnoresArcAnglesAndWritesEmptyNamesAsDefaults) {
-    CIRCLE_ENT r = ReadOne<CIRCLE_ENT>(Lines({"0", "CIRCLE", "10", "-1.5", "20", "2", "40", "4", "50", "30", "51", "60", "62", "1"}));
+    CIRCLE_ENT r = ReadOne<CIRCLE_ENT>(CrlfLines({"0", "CIRCLE", "10", "-1.5", "20", "2", "40", "4", "50", "30", "51", "60", "62", "1"}));
     CIRCLE_ENT e;
     e.Layer = "0";
     e.LineType = "Continuous";
@@ -206,12 +184,12 @@ TEST(EntitiesSimpleCircle, ReadIgnoresArcAnglesAndWritesEmptyNamesAsDefaults) {
     w.ColorNumber = 256;
     w.CenterX = 3;
     w.Radius = 0.25;
-    EXPECT_EQ(WriteOne(w), Lines({"0", "CIRCLE", "5", "11", "100", "AcDbEntity", "8", "0", "6", "Continuous", "62", "256", "100",
+    EXPECT_EQ(WriteOne(w), CrlfLines({"0", "CIRCLE", "5", "11", "100", "AcDbEntity", "8", "0", "6", "Continuous", "62", "256", "100",
                                   "AcDbCircle", "39", "0.", "10", "3.", "20", "0.", "30", "0.", "40", "0.25"}));
 }
 
 TEST(EntitiesSimpleEllipse, ReadsAxisRatioAndParametersIgnoringThickness) {
-    ELLIPSE_ENT r = ReadOne<ELLIPSE_ENT>(Lines({"0", "ELLIPSE", "8", "L", "10", "1", "20", "2", "30", "3", "11", "4", "21", "5", "31",
+    ELLIPSE_ENT r = ReadOne<ELLIPSE_ENT>(CrlfLines({"0", "ELLIPSE", "8", "L", "10", "1", "20", "2", "30", "3", "11", "4", "21", "5", "31",
                                                 "6", "39", "9", "40", "0.5", "41", "0.1", "42", "6.2", "210", "0", "62", "7"}));
     ELLIPSE_ENT e;
     e.Layer = "L";
@@ -228,7 +206,7 @@ TEST(EntitiesSimpleEllipse, ReadsAxisRatioAndParametersIgnoringThickness) {
     e.EndAngle = 6.2;
     EXPECT_EQ(r, e);
 
-    EXPECT_EQ(WriteOne(e), Lines({"0", "ELLIPSE", "5", "11", "100", "AcDbEntity", "8", "L", "6", "Continuous", "62", "7", "100",
+    EXPECT_EQ(WriteOne(e), CrlfLines({"0", "ELLIPSE", "5", "11", "100", "AcDbEntity", "8", "L", "6", "Continuous", "62", "7", "100",
                                   "AcDbEllipse", "10", "1.", "20", "2.", "30", "3.", "11", "4.", "21", "5.", "31", "6.", "40",
                                   "0.5", "41", "0.1", "42", "6.2"}));
 }
@@ -268,15 +246,15 @@ TEST(EntitiesSimpleCircular, HugeBoxesFailWithOverflow) {
     CIRCLE_ENT circle;
     circle.CenterX = 1e308;
     circle.Radius = 1e308;
-    EXPECT_EQ(ErrorOf([&] { BoxOf(circle); }), err::Overflow);
+    EXPECT_EQ(ErrorNumberOf([&] { BoxOf(circle); }), err::Overflow);
     ELLIPSE_ENT ellipse;
     ellipse.MajorAxisEndX = 1e200;
-    EXPECT_EQ(ErrorOf([&] { BoxOf(ellipse); }), err::Overflow);
+    EXPECT_EQ(ErrorNumberOf([&] { BoxOf(ellipse); }), err::Overflow);
 }
 
 TEST(EntitiesSimplePoint, ReadsItsCodesOnly) {
     DXFReader reader;
-    POINT_ENT r = ReadOne<POINT_ENT>(reader, Lines({"0", "POINT", "6", "DASHED", "8", "P", "10", "3", "20", "4", "30", "5", "11",
+    POINT_ENT r = ReadOne<POINT_ENT>(reader, CrlfLines({"0", "POINT", "6", "DASHED", "8", "P", "10", "3", "20", "4", "30", "5", "11",
                                                      "9", "39", "1.5", "62", "2", "62", "5"}));
     POINT_ENT e;
     e.Layer = "P";
@@ -297,17 +275,17 @@ TEST(EntitiesSimplePoint, ColourLineLeftOutOnlyFor257) {
     r.StartY = 2;
     r.StartZ = 0;
     r.ColorNumber = 257;
-    EXPECT_EQ(WriteOne(r), Lines({"0", "POINT", "5", "11", "100", "AcDbEntity", "8", "P", "100", "AcDbPoint", "39", "0.", "10", "1.",
+    EXPECT_EQ(WriteOne(r), CrlfLines({"0", "POINT", "5", "11", "100", "AcDbEntity", "8", "P", "100", "AcDbPoint", "39", "0.", "10", "1.",
                                   "20", "2.", "30", "0."}));
     for (int32_t color : {256, 0}) {
         r.ColorNumber = color;
-        EXPECT_EQ(WriteOne(r), Lines({"0", "POINT", "5", "11", "100", "AcDbEntity", "8", "P", "62", std::to_string(color), "100",
+        EXPECT_EQ(WriteOne(r), CrlfLines({"0", "POINT", "5", "11", "100", "AcDbEntity", "8", "P", "62", std::to_string(color), "100",
                                       "AcDbPoint", "39", "0.", "10", "1.", "20", "2.", "30", "0."}));
     }
 }
 
 TEST(EntitiesSimpleSolid, ReadsCornersAndExtrusion) {
-    SOLID_ENT r = ReadOne<SOLID_ENT>(Lines({"0", "SOLID", "8", "S", "6", "DOT", "62", "4", "10", "0", "20", "0", "30", "0", "11",
+    SOLID_ENT r = ReadOne<SOLID_ENT>(CrlfLines({"0", "SOLID", "8", "S", "6", "DOT", "62", "4", "10", "0", "20", "0", "30", "0", "11",
                                             "4", "21", "0", "31", "0", "12", "0", "22", "3", "32", "0", "13", "9", "23", "9", "33",
                                             "2.5", "39", "1", "70", "3", "210", "0", "220", "0", "230", "1", "0", "EOF"}));
     SOLID_ENT e;
@@ -323,7 +301,7 @@ TEST(EntitiesSimpleSolid, ReadsCornersAndExtrusion) {
     // The fourth corner does not count.
     ExpectBox(BoxOf(r), 0, 0, 4, 3);
 
-    SOLID_ENT bare = ReadOne<SOLID_ENT>(Lines({"0", "SOLID"}));
+    SOLID_ENT bare = ReadOne<SOLID_ENT>(CrlfLines({"0", "SOLID"}));
     EXPECT_EQ(bare.ExtrusionZ, 0.0);
     EXPECT_EQ(bare.LineType, "Continuous");
 }
@@ -337,7 +315,7 @@ TEST(EntitiesSimpleSolid, WritesCornersOneLineEachAndNoExtrusion) {
     r.Corner4 = {10, 11, 12.5};
     r.Thickness = 0.5;
     r.ExtrusionZ = 1;
-    EXPECT_EQ(WriteOne(r), Lines({"0", "SOLID", "5", "11", "100", "AcDbEntity", "8", "0", "62", "256", "6", "Continuous", "100",
+    EXPECT_EQ(WriteOne(r), CrlfLines({"0", "SOLID", "5", "11", "100", "AcDbEntity", "8", "0", "62", "256", "6", "Continuous", "100",
                                   "AcDbTrace", "10", "1.", "20", "2.", "30", "3.", "11", "4.", "21", "5.", "31", "6.", "12", "7.",
                                   "22", "8.", "32", "9.", "13", "10.", "23", "11.", "33", "12.5", "39", "0.5"}));
 }
@@ -355,8 +333,8 @@ TEST(EntitiesSimpleFace3D, EdgeFlagsReadOnlyFromKnownValues) {
         {{"14", "9"}, false, true, true, true},
     };
     for (const Case& c : cases) {
-        std::string text = Lines({"0", "3DFACE"});
-        for (std::string_view v : c.values) text += Lines({"70", v});
+        std::string text = CrlfLines({"0", "3DFACE"});
+        for (std::string_view v : c.values) text += CrlfLines({"70", v});
         FACE3D_ENT r = ReadOne<FACE3D_ENT>(text);
         std::string label = "70 values: " + std::to_string(c.values.size()) + (c.values.empty() ? "" : " last " + std::string(c.values.back()));
         EXPECT_EQ(r.Edge1IsInvisible, c.e1) << label;
@@ -364,12 +342,12 @@ TEST(EntitiesSimpleFace3D, EdgeFlagsReadOnlyFromKnownValues) {
         EXPECT_EQ(r.Edge3IsInvisible, c.e3) << label;
         EXPECT_EQ(r.Edge4IsInvisible, c.e4) << label;
     }
-    EXPECT_EQ(ErrorOf([] { ReadOne<FACE3D_ENT>(Lines({"0", "3DFACE", "70", "all"})); }), err::TypeMismatch);
+    EXPECT_EQ(ErrorNumberOf([] { ReadOne<FACE3D_ENT>(CrlfLines({"0", "3DFACE", "70", "all"})); }), err::TypeMismatch);
 }
 
 // Our choice: the face keeps its group 62 colour like every other entity.
 TEST(EntitiesSimpleFace3D, ReadsCornersAndKeepsColour) {
-    FACE3D_ENT r = ReadOne<FACE3D_ENT>(Lines({"0", "3DFACE", "8", "F", "6", "HIDDEN", "62", "5", "39", "4", "10", "1", "20", "1", "11",
+    FACE3D_ENT r = ReadOne<FACE3D_ENT>(CrlfLines({"0", "3DFACE", "8", "F", "6", "HIDDEN", "62", "5", "39", "4", "10", "1", "20", "1", "11",
                                               "-2", "21", "1", "12", "1", "22", "6", "13", "50", "23", "50", "33", "1", "0", "SEQEND"}));
     FACE3D_ENT e;
     e.Layer = "F";
@@ -381,7 +359,7 @@ TEST(EntitiesSimpleFace3D, ReadsCornersAndKeepsColour) {
     e.Corner4 = {50, 50, 1};
     EXPECT_EQ(r, e);
     ExpectBox(BoxOf(r), -2, 1, 1, 6);
-    EXPECT_EQ(ReadOne<FACE3D_ENT>(Lines({"0", "3DFACE"})).ColorNumber, 256);
+    EXPECT_EQ(ReadOne<FACE3D_ENT>(CrlfLines({"0", "3DFACE"})).ColorNumber, 256);
 }
 
 TEST(EntitiesSimpleFace3D, WritesColourAfterMarkerAndPacksFlags) {
@@ -394,7 +372,7 @@ TEST(EntitiesSimpleFace3D, WritesColourAfterMarkerAndPacksFlags) {
     r.Corner4 = {0, 1, 0};
     r.Edge2IsInvisible = true;
     auto expected = [](std::string_view flags) {
-        return Lines({"0", "3DFACE", "5", "11", "100", "AcDbEntity", "8", "F", "6", "Continuous", "100", "AcDbFace", "62", "256", "10",
+        return CrlfLines({"0", "3DFACE", "5", "11", "100", "AcDbEntity", "8", "F", "6", "Continuous", "100", "AcDbFace", "62", "256", "10",
                       "0.", "20", "0.", "30", "0.", "11", "1.", "21", "0.", "31", "0.", "12", "1.", "22", "1.", "32", "0.5", "13",
                       "0.", "23", "1.", "33", "0.", "70", flags});
     };
@@ -406,7 +384,7 @@ TEST(EntitiesSimpleFace3D, WritesColourAfterMarkerAndPacksFlags) {
 }
 
 TEST(EntitiesSimpleText, ReadsFieldsAndDefaults) {
-    TEXT_ENT r = ReadOne<TEXT_ENT>(Lines({"0", "TEXT", "100", "AcDbText", "6", "DASHED", "8", "T", "62", "1", "39", "0.5", "10",
+    TEXT_ENT r = ReadOne<TEXT_ENT>(CrlfLines({"0", "TEXT", "100", "AcDbText", "6", "DASHED", "8", "T", "62", "1", "39", "0.5", "10",
                                           "1", "20", "2", "30", "3", "11", "7", "21", "8", "31", "9", "40", "2.5", "1", "  Hello  ",
                                           "50", "30", "41", "0.8", "51", "15", "7", "ROMANS", "72", "1.5", "73", "2.5"}));
     TEXT_ENT e;
@@ -427,7 +405,7 @@ TEST(EntitiesSimpleText, ReadsFieldsAndDefaults) {
     EXPECT_EQ(r, e);
 
     DXFReader reader;
-    TEXT_ENT bare = ReadOne<TEXT_ENT>(reader, Lines({"0", "TEXT", "8", "T"}));
+    TEXT_ENT bare = ReadOne<TEXT_ENT>(reader, CrlfLines({"0", "TEXT", "8", "T"}));
     EXPECT_TRUE(reader.AtEnd());
     EXPECT_EQ(bare.Text, "Alap");
     EXPECT_EQ(bare.XScaleFactor, 1.0);
@@ -448,33 +426,33 @@ TEST(EntitiesSimpleText, WritesConditionalLinesAndFallbacks) {
     r.TextStyleName = "";
     r.HorTextJust = 1;
     r.VertTextJust = 2;
-    EXPECT_EQ(WriteOne(r), Lines({"0", "TEXT", "5", "11", "100", "AcDbEntity", "8", "0", "6", "Continuous", "62", "256", "100",
+    EXPECT_EQ(WriteOne(r), CrlfLines({"0", "TEXT", "5", "11", "100", "AcDbEntity", "8", "0", "6", "Continuous", "62", "256", "100",
                                   "AcDbText", "39", "0.", "40", "2.5", "10", "1.", "20", "2.", "30", "0.", "1", "0", "7", "0", "11",
                                   "1.", "21", "2.", "31", "0.", "72", "1", "100", "AcDbText", "73", "2"}));
 
     r.Text = "Hi";
     r.TextStyleName = "Standard";
     r.XScaleFactor = 0.8;
-    EXPECT_EQ(WriteOne(r), Lines({"0", "TEXT", "5", "11", "100", "AcDbEntity", "8", "0", "6", "Continuous", "62", "256", "100",
+    EXPECT_EQ(WriteOne(r), CrlfLines({"0", "TEXT", "5", "11", "100", "AcDbEntity", "8", "0", "6", "Continuous", "62", "256", "100",
                                   "AcDbText", "39", "0.", "40", "2.5", "10", "1.", "20", "2.", "30", "0.", "1", "Hi", "41", "0.8", "7",
                                   "Standard", "11", "1.", "21", "2.", "31", "0.", "72", "1", "100", "AcDbText", "73", "2"}));
 
     r.TextRotation = 45;
     r.ObliqueAngle = -10;
     r.XScaleFactor = 1.0;
-    EXPECT_EQ(WriteOne(r), Lines({"0", "TEXT", "5", "11", "100", "AcDbEntity", "8", "0", "6", "Continuous", "62", "256", "100",
+    EXPECT_EQ(WriteOne(r), CrlfLines({"0", "TEXT", "5", "11", "100", "AcDbEntity", "8", "0", "6", "Continuous", "62", "256", "100",
                                   "AcDbText", "39", "0.", "40", "2.5", "10", "1.", "20", "2.", "30", "0.", "1", "Hi", "50", "45.", "51",
                                   "-10.", "7", "Standard", "11", "1.", "21", "2.", "31", "0.", "72", "1", "100", "AcDbText", "73", "2"}));
     ExpectBox(BoxOf(r), 1, 2, 1.01, 2.01);
 }
 
 TEST(EntitiesSimpleMText, JoinsPiecesInFileOrder) {
-    EXPECT_EQ(ReadOne<MTEXT_ENT>(Lines({"0", "MTEXT", "3", "abc", "3", "def", "1", "gh"})).Text, "abcdefgh");
-    EXPECT_EQ(ReadOne<MTEXT_ENT>(Lines({"0", "MTEXT", "1", "gh", "3", "abc"})).Text, "ghabc");
+    EXPECT_EQ(ReadOne<MTEXT_ENT>(CrlfLines({"0", "MTEXT", "3", "abc", "3", "def", "1", "gh"})).Text, "abcdefgh");
+    EXPECT_EQ(ReadOne<MTEXT_ENT>(CrlfLines({"0", "MTEXT", "1", "gh", "3", "abc"})).Text, "ghabc");
 }
 
 TEST(EntitiesSimpleMText, ReadsFieldsAndDefaults) {
-    MTEXT_ENT r = ReadOne<MTEXT_ENT>(Lines({"0", "MTEXT", "5", "A1", "8", "M", "62", "3", "10", "1", "20", "2", "30", "3", "40", "2.5",
+    MTEXT_ENT r = ReadOne<MTEXT_ENT>(CrlfLines({"0", "MTEXT", "5", "A1", "8", "M", "62", "3", "10", "1", "20", "2", "30", "3", "40", "2.5",
                                             "41", "20", "46", "9", "71", "5", "72", "3", "1", "Text", "7", "ROMANS", "42", "4", "43",
                                             "6", "44", "1.5", "73", "2", "90", "1", "50", "0.25"}));
     MTEXT_ENT e;
@@ -496,7 +474,7 @@ TEST(EntitiesSimpleMText, ReadsFieldsAndDefaults) {
     e.LineSpacing2 = 1.5;
     EXPECT_EQ(r, e);
 
-    MTEXT_ENT bare = ReadOne<MTEXT_ENT>(Lines({"0", "MTEXT"}));
+    MTEXT_ENT bare = ReadOne<MTEXT_ENT>(CrlfLines({"0", "MTEXT"}));
     MTEXT_ENT d;
     d.Align = 1;
     d.Direction = 1;
@@ -525,13 +503,13 @@ TEST(EntitiesSimpleMText, RotationFromDirection) {
         {{"11", "2", "21", "1"}, std::atan(0.5)},
     };
     for (const Case& c : cases) {
-        std::string text = Lines({"0", "MTEXT"}) + Lines(c.pairs) + Lines({"0", "ENDSEC"});
+        std::string text = CrlfLines({"0", "MTEXT"}) + CrlfLines(c.pairs) + CrlfLines({"0", "ENDSEC"});
         EXPECT_DOUBLE_EQ(ReadOne<MTEXT_ENT>(text).TextRotation, c.rotation) << text;
         // The same at the end of the input.
-        text = Lines({"0", "MTEXT"}) + Lines(c.pairs);
+        text = CrlfLines({"0", "MTEXT"}) + CrlfLines(c.pairs);
         EXPECT_DOUBLE_EQ(ReadOne<MTEXT_ENT>(text).TextRotation, c.rotation) << text;
     }
-    EXPECT_EQ(ErrorOf([] { ReadOne<MTEXT_ENT>(Lines({"0", "MTEXT", "31", "z"})); }), err::TypeMismatch);
+    EXPECT_EQ(ErrorNumberOf([] { ReadOne<MTEXT_ENT>(CrlfLines({"0", "MTEXT", "31", "z"})); }), err::TypeMismatch);
 }
 
 TEST(EntitiesSimpleMText, WritesItsLines) {
@@ -552,7 +530,7 @@ TEST(EntitiesSimpleMText, WritesItsLines) {
     r.LineSpacing = 1;
     r.LineSpacing2 = 1.25;
     auto expected = [](std::string_view charWidth) {
-        return Lines({"0", "MTEXT", "5", "11", "100", "AcDbEntity", "8", "M", "62", "0", "100", "AcDbMText", "10", "1.", "20", "2.",
+        return CrlfLines({"0", "MTEXT", "5", "11", "100", "AcDbEntity", "8", "M", "62", "0", "100", "AcDbMText", "10", "1.", "20", "2.",
                       "30", "0.", "40", "2.5", "41", "2.", "71", "1", "72", "1", "1", "ab", "7", "Standard", "42", charWidth, "43",
                       "4.", "50", "0.5", "73", "1", "44", "1.25"});
     };
@@ -618,7 +596,7 @@ TEST(EntitiesSimpleMText, LongTextSurvivesWriteAndRead) {
 }
 
 TEST(EntitiesSimple, BadNumberFailsWithTypeMismatchOrOverflow) {
-    EXPECT_EQ(ErrorOf([] { ReadOne<CIRCLE_ENT>(Lines({"0", "CIRCLE", "40", "1,5"})); }), err::TypeMismatch);
-    EXPECT_EQ(ErrorOf([] { ReadOne<POINT_ENT>(Lines({"0", "POINT", "62", "99999999999"})); }), err::Overflow);
-    EXPECT_EQ(ErrorOf([] { ReadOne<TEXT_ENT>(Lines({"0", "TEXT", "72", "left"})); }), err::TypeMismatch);
+    EXPECT_EQ(ErrorNumberOf([] { ReadOne<CIRCLE_ENT>(CrlfLines({"0", "CIRCLE", "40", "1,5"})); }), err::TypeMismatch);
+    EXPECT_EQ(ErrorNumberOf([] { ReadOne<POINT_ENT>(CrlfLines({"0", "POINT", "62", "99999999999"})); }), err::Overflow);
+    EXPECT_EQ(ErrorNumberOf([] { ReadOne<TEXT_ENT>(CrlfLines({"0", "TEXT", "72", "left"})); }), err::TypeMismatch);
 }

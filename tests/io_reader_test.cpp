@@ -1,10 +1,6 @@
 #include <gtest/gtest.h>
 
-#include <unistd.h>
-
 #include <cmath>
-#include <filesystem>
-#include <fstream>
 #include <random>
 #include <string>
 #include <vector>
@@ -13,36 +9,15 @@
 #include "io/number.h"
 #include "io/reader.h"
 #include "io/writer.h"
+#include "test_support.h"
 
-namespace fs = std::filesystem;
 using ormavec::DxfEntry;
 using ormavec::DXFReader;
 using ormavec::Error;
 using ormavec::TextConvertMode;
+using namespace ormavec::test;
 
 namespace {
-
-class TempDir {
-public:
-    TempDir() {
-        std::string tmpl = (fs::temp_directory_path() / "ormavec-reader-XXXXXX").string();
-        if (!::mkdtemp(tmpl.data())) throw std::runtime_error("mkdtemp");
-        path_ = tmpl;
-    }
-    ~TempDir() {
-        std::error_code ec;
-        fs::remove_all(path_, ec);
-    }
-    fs::path operator/(const std::string& name) const { return path_ / name; }
-
-private:
-    fs::path path_;
-};
-
-void writeFile(const fs::path& p, const std::string& content) {
-    std::ofstream out(p, std::ios::binary);
-    out << content;
-}
 
 // The error a call raises; number 0 when it raises none.
 Error caught(const std::function<void()>& fn) {
@@ -185,16 +160,16 @@ TEST(IoReader, FileEndingAfterACodeLineRaises62) {
 
 TEST(IoReader, EmptyAndMissingFiles) {
     TempDir dir;
-    writeFile(dir / "empty.dxf", "");
+    WriteFile(dir / "empty.dxf", "");
     DXFReader r;
     int events = 0;
     r.Progress = [&](int32_t&) { ++events; };
-    r.OpenInput((dir / "empty.dxf").string());
+    r.OpenInput(dir / "empty.dxf");
     EXPECT_TRUE(r.AtEnd());
     EXPECT_EQ(events, 0);
 
     DXFReader m;
-    std::string missing = (dir / "missing.dxf").string();
+    std::string missing = dir / "missing.dxf";
     Error e = caught([&] { m.OpenInput(missing); });
     EXPECT_EQ(e.number(), ormavec::err::FileNotFound);
     EXPECT_TRUE(mentions(e, missing));
@@ -361,9 +336,9 @@ TEST(IoReader, ProgressOverALargeFileMatchesThePlainRule) {
         lengths.push_back(code);
         lengths.push_back(value);
     }
-    writeFile(dir / "big.dxf", text);
+    WriteFile(dir / "big.dxf", text);
     DXFReader r;
-    r.OpenInput((dir / "big.dxf").string());
+    r.OpenInput(dir / "big.dxf");
     std::vector<Event> events = readAll(r);
     std::vector<Event> want = expectedEvents(lengths, static_cast<int64_t>(text.size()));
     ASSERT_EQ(events.size(), want.size());
@@ -413,9 +388,9 @@ TEST(IoReader, LinesAcrossAndBeyondTheBufferFromAFile) {
     text += "1\n" + values.back() + "\n";
     values.push_back("end");
     text += "0\r\nend";
-    writeFile(dir / "long.dxf", text);
+    WriteFile(dir / "long.dxf", text);
     DXFReader r;
-    r.OpenInput((dir / "long.dxf").string());
+    r.OpenInput(dir / "long.dxf");
     std::size_t i = 0;
     while (!r.AtEnd()) {
         const DXFReader::Pair& p = r.Read(false, false);

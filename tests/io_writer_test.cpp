@@ -1,74 +1,20 @@
 #include <gtest/gtest.h>
 
-#include <unistd.h>
-
 #include <cmath>
 #include <filesystem>
-#include <fstream>
 #include <limits>
-#include <sstream>
 #include <string>
 
 #include "io/error.h"
 #include "io/writer.h"
+#include "test_support.h"
 
 namespace fs = std::filesystem;
 using ormavec::DXFWriter;
 using ormavec::Error;
+using namespace ormavec::test;
 
 namespace {
-
-class TempDir {
-public:
-    TempDir() {
-        std::string tmpl = (fs::temp_directory_path() / "ormavec-writer-XXXXXX").string();
-        if (!::mkdtemp(tmpl.data())) throw std::runtime_error("mkdtemp");
-        path_ = tmpl;
-    }
-    ~TempDir() {
-        std::error_code ec;
-        fs::remove_all(path_, ec);
-    }
-    fs::path operator/(const std::string& name) const { return path_ / name; }
-    const fs::path& path() const { return path_; }
-    std::size_t entries() const {
-        return static_cast<std::size_t>(std::distance(fs::directory_iterator(path_), fs::directory_iterator()));
-    }
-
-private:
-    fs::path path_;
-};
-
-std::string readFile(const fs::path& p) {
-    std::ifstream in(p, std::ios::binary);
-    std::stringstream s;
-    s << in.rdbuf();
-    return s.str();
-}
-
-void writeFile(const fs::path& p, const std::string& content) {
-    std::ofstream out(p, std::ios::binary);
-    out << content;
-}
-
-int32_t errorNumber(const std::function<void()>& fn) {
-    try {
-        fn();
-    } catch (const Error& e) {
-        return e.number();
-    }
-    return 0;
-}
-
-template <class Fn>
-std::string written(Fn fn) {
-    std::string out;
-    DXFWriter w;
-    w.OpenString(&out);
-    fn(w);
-    w.CloseOutput();
-    return out;
-}
 
 TEST(IoWriter, DoubleForms) {
     const struct {
@@ -90,7 +36,7 @@ TEST(IoWriter, DoubleForms) {
         {1040, 1e-9, "1040\r\n0.000000001\r\n"},
     };
     for (const auto& c : cases)
-        EXPECT_EQ(written([&](DXFWriter& w) { w.WriteDouble(c.code, c.value); }), c.expected) << c.value;
+        EXPECT_EQ(Written([&](DXFWriter& w) { w.WriteDouble(c.code, c.value); }), c.expected) << c.value;
 }
 
 TEST(IoWriter, IntegerAndHandleForms) {
@@ -107,23 +53,23 @@ TEST(IoWriter, IntegerAndHandleForms) {
         {INT32_MIN, "70\r\n-2147483648\r\n", "5\r\n80000000\r\n"},
     };
     for (const auto& c : cases) {
-        EXPECT_EQ(written([&](DXFWriter& w) { w.WriteInteger(70, c.value); }), c.integer);
-        EXPECT_EQ(written([&](DXFWriter& w) { w.WriteHandle(5, c.value); }), c.handle);
+        EXPECT_EQ(Written([&](DXFWriter& w) { w.WriteInteger(70, c.value); }), c.integer);
+        EXPECT_EQ(Written([&](DXFWriter& w) { w.WriteHandle(5, c.value); }), c.handle);
     }
-    EXPECT_EQ(written([](DXFWriter& w) { w.WriteInteger(-5, 370); }), "-5\r\n370\r\n");
+    EXPECT_EQ(Written([](DXFWriter& w) { w.WriteInteger(-5, 370); }), "-5\r\n370\r\n");
 }
 
 TEST(IoWriter, StringsAreWrittenUntouched) {
-    EXPECT_EQ(written([](DXFWriter& w) { w.WriteString(1, ""); }), "1\r\n\r\n");
-    EXPECT_EQ(written([](DXFWriter& w) { w.WriteString(1, "  text  "); }), "1\r\n  text  \r\n");
+    EXPECT_EQ(Written([](DXFWriter& w) { w.WriteString(1, ""); }), "1\r\n\r\n");
+    EXPECT_EQ(Written([](DXFWriter& w) { w.WriteString(1, "  text  "); }), "1\r\n  text  \r\n");
     // Model text is UTF-8; the file gets one byte per character.
-    EXPECT_EQ(written([](DXFWriter& w) { w.WriteString(8, "\xC5\x91r"); }), "8\r\n\xF5r\r\n");
+    EXPECT_EQ(Written([](DXFWriter& w) { w.WriteString(8, "\xC5\x91r"); }), "8\r\n\xF5r\r\n");
     // A character the code page lacks becomes '?'.
-    EXPECT_EQ(written([](DXFWriter& w) { w.WriteString(1, "\xE2\x82\xAC\xE4\xB8\xAD"); }), "1\r\n\x80?\r\n");
+    EXPECT_EQ(Written([](DXFWriter& w) { w.WriteString(1, "\xE2\x82\xAC\xE4\xB8\xAD"); }), "1\r\n\x80?\r\n");
 }
 
 TEST(IoWriter, WriteLineTrimsOnlyOnRequest) {
-    EXPECT_EQ(written([](DXFWriter& w) {
+    EXPECT_EQ(Written([](DXFWriter& w) {
                   w.WriteLine("a  ", true);
                   w.WriteLine("b  ", false);
               }),
@@ -131,13 +77,13 @@ TEST(IoWriter, WriteLineTrimsOnlyOnRequest) {
 }
 
 TEST(IoWriter, SectionsAndPoints) {
-    EXPECT_EQ(written([](DXFWriter& w) {
+    EXPECT_EQ(Written([](DXFWriter& w) {
                   w.BeginSection();
                   w.WriteString(2, "HEADER");
                   w.EndSection();
               }),
               "0\r\nSECTION\r\n2\r\nHEADER\r\n0\r\nENDSEC\r\n");
-    EXPECT_EQ(written([](DXFWriter& w) { w.WritePoint(1, -2.5, 0, 11, 21, 31); }),
+    EXPECT_EQ(Written([](DXFWriter& w) { w.WritePoint(1, -2.5, 0, 11, 21, 31); }),
               "11\r\n1.\r\n21\r\n-2.5\r\n31\r\n0.\r\n");
     EXPECT_EQ(DXFWriter::NumberFormat(9), "0.#########");
 }
@@ -156,7 +102,7 @@ TEST(IoWriter, NonFiniteDoublesRaise) {
         std::string out;
         DXFWriter w;
         w.OpenString(&out);
-        EXPECT_EQ(errorNumber([&] { w.WriteDouble(10, v); }), ormavec::err::Overflow);
+        EXPECT_EQ(ErrorNumberOf([&] { w.WriteDouble(10, v); }), ormavec::err::Overflow);
         EXPECT_EQ(out, "");  // not even the code line
     }
 }
@@ -164,14 +110,14 @@ TEST(IoWriter, NonFiniteDoublesRaise) {
 TEST(IoWriter, WritingWithNoOutputRaises52) {
     DXFWriter w;
     const int32_t bad = ormavec::err::BadFileNameOrNumber;
-    EXPECT_EQ(errorNumber([&] { w.WriteString(0, "EOF"); }), bad);
-    EXPECT_EQ(errorNumber([&] { w.WriteInteger(70, 1); }), bad);
-    EXPECT_EQ(errorNumber([&] { w.WriteDouble(10, 1); }), bad);
-    EXPECT_EQ(errorNumber([&] { w.WriteHandle(5, 1); }), bad);
+    EXPECT_EQ(ErrorNumberOf([&] { w.WriteString(0, "EOF"); }), bad);
+    EXPECT_EQ(ErrorNumberOf([&] { w.WriteInteger(70, 1); }), bad);
+    EXPECT_EQ(ErrorNumberOf([&] { w.WriteDouble(10, 1); }), bad);
+    EXPECT_EQ(ErrorNumberOf([&] { w.WriteHandle(5, 1); }), bad);
     std::string out;
     w.OpenString(&out);
     w.CloseOutput();
-    EXPECT_EQ(errorNumber([&] { w.EndSection(); }), bad);
+    EXPECT_EQ(ErrorNumberOf([&] { w.EndSection(); }), bad);
     w.CloseOutput();  // closing twice does nothing
 }
 
@@ -180,19 +126,19 @@ TEST(IoWriter, NextHandleCountsAndOverflows) {
     EXPECT_EQ(ormavec::NextHandle(counter), 1);
     EXPECT_EQ(counter, 1);
     counter = INT32_MAX;
-    EXPECT_EQ(errorNumber([&] { ormavec::NextHandle(counter); }), ormavec::err::Overflow);
+    EXPECT_EQ(ErrorNumberOf([&] { ormavec::NextHandle(counter); }), ormavec::err::Overflow);
 }
 
 TEST(IoWriter, FileOutputReplacesTheTargetOnClose) {
     TempDir dir;
     fs::path target = dir / "out.dxf";
-    writeFile(target, std::string(5000, 'x'));
+    WriteFile(target, std::string(5000, 'x'));
     DXFWriter w;
     w.OpenOutput(target.string());
     w.WriteString(0, "EOF");
-    EXPECT_EQ(readFile(target), std::string(5000, 'x'));  // old content until closed
+    EXPECT_EQ(ReadFile(target), std::string(5000, 'x'));  // old content until closed
     w.CloseOutput();
-    EXPECT_EQ(readFile(target), "0\r\nEOF\r\n");
+    EXPECT_EQ(ReadFile(target), "0\r\nEOF\r\n");
     EXPECT_EQ(dir.entries(), 1u);
 }
 
@@ -213,21 +159,21 @@ TEST(IoWriter, FileOutputCreatesAMissingFileAndHandlesLargeOutput) {
         expected += "1\r\n" + longLine + "\r\n";
         w.CloseOutput();
     }
-    EXPECT_EQ(readFile(target), expected);
+    EXPECT_EQ(ReadFile(target), expected);
 }
 
 TEST(IoWriter, AnAbandonedOutputLeavesTheOldFileAndNoTemporary) {
     TempDir dir;
     fs::path target = dir / "keep.dxf";
     const std::string old = "0\r\nSECTION\r\n2\r\nHEADER\r\n0\r\nENDSEC\r\n0\r\nEOF\r\n";
-    writeFile(target, old);
+    WriteFile(target, old);
     {
         DXFWriter w;
         w.OpenOutput(target.string());
         for (int i = 0; i < 300000; ++i) w.WriteString(0, "LINE");  // past the buffer: really on disk
         EXPECT_THROW(w.WriteDouble(10, std::nan("")), Error);
     }  // the writer goes away without CloseOutput, as when an error leaves a save
-    EXPECT_EQ(readFile(target), old);
+    EXPECT_EQ(ReadFile(target), old);
     EXPECT_EQ(dir.entries(), 1u);
 }
 
@@ -236,18 +182,18 @@ TEST(IoWriter, OpenOutputFailsForAMissingFolderOrAFolder) {
     DXFWriter w;
     Error err(0, "", "");
     try {
-        w.OpenOutput((dir / "no-such-folder" / "out.dxf").string());
+        w.OpenOutput((dir.path() / "no-such-folder" / "out.dxf").string());
         FAIL() << "no error";
     } catch (const Error& e) {
         err = e;
     }
     EXPECT_EQ(err.number(), ormavec::err::PathNotFound);
     EXPECT_NE(std::string(err.what()).find("out.dxf"), std::string::npos);
-    EXPECT_NE(errorNumber([&] { w.OpenOutput(dir.path().string()); }), 0);
-    EXPECT_EQ(errorNumber([&] { w.OpenOutput(""); }), ormavec::err::BadFileNameOrNumber);
-    EXPECT_EQ(errorNumber([&] { w.OpenOutput(dir.path().string() + "/"); }), ormavec::err::PathFileAccessError);
-    EXPECT_EQ(errorNumber([&] { w.OpenOutput((dir / "new-folder/").string()); }), ormavec::err::BadFileNameOrNumber);
-    EXPECT_EQ(errorNumber([&] { w.OpenString(nullptr); }), ormavec::ErrInvalidArgument);
+    EXPECT_NE(ErrorNumberOf([&] { w.OpenOutput(dir.path().string()); }), 0);
+    EXPECT_EQ(ErrorNumberOf([&] { w.OpenOutput(""); }), ormavec::err::BadFileNameOrNumber);
+    EXPECT_EQ(ErrorNumberOf([&] { w.OpenOutput(dir.path().string() + "/"); }), ormavec::err::PathFileAccessError);
+    EXPECT_EQ(ErrorNumberOf([&] { w.OpenOutput(dir / "new-folder/"); }), ormavec::err::BadFileNameOrNumber);
+    EXPECT_EQ(ErrorNumberOf([&] { w.OpenString(nullptr); }), ormavec::ErrInvalidArgument);
     EXPECT_FALSE(w.IsOpen());
     EXPECT_EQ(dir.entries(), 0u);
 }

@@ -18,8 +18,11 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <type_traits>
+#include <utility>
 #include <vector>
 
+#include "document/fields.h"
 #include "ormavec.h"
 
 namespace ormavec::testing {
@@ -156,6 +159,61 @@ private:
         return false;
     }
 
+    // How a record type is saved: the text written for an empty string
+    // field, and the fields that are not written at all.
+    struct FieldRule {
+        std::vector<std::pair<std::string_view, const char*>> fallbacks;
+        std::vector<std::string_view> unwritten;
+        const char* fallbackOf(std::string_view f) const {
+            for (const auto& [name, text] : fallbacks)
+                if (name == f) return text;
+            return nullptr;
+        }
+        bool isUnwritten(std::string_view f) const {
+            for (std::string_view name : unwritten)
+                if (name == f) return true;
+            return false;
+        }
+    };
+    // Drawn entities: an empty layer is saved as "0", an empty line type as
+    // "Continuous".
+    static const FieldRule& drawn() {
+        static const FieldRule rule{{{"Layer", "0"}, {"LineType", "Continuous"}}, {}};
+        return rule;
+    }
+
+    template <class>
+    static constexpr bool kAlwaysFalse = false;
+    template <class T>
+    struct IsVector : std::false_type {};
+    template <class T>
+    struct IsVector<std::vector<T>> : std::true_type {};
+
+    // Every field of the shared field list, in its order, each compared by
+    // its type.
+    template <class R>
+    void fields(const R& e, const R& a, const FieldRule& rule = {}) {
+        ForEachField<R>([&](std::string_view name, auto member) { field(name, e.*member, a.*member, rule); });
+    }
+    template <class T>
+    void field(std::string_view f, const T& e, const T& a, const FieldRule& rule) {
+        if (afterSave() && rule.isUnwritten(f)) return;
+        if constexpr (std::is_same_v<T, double>)
+            num(f, e, a);
+        else if constexpr (std::is_same_v<T, bool>)
+            flag(f, e, a);
+        else if constexpr (std::is_integral_v<T>)
+            integer(f, e, a);
+        else if constexpr (std::is_same_v<T, std::string>)
+            text(f, e, a, rule.fallbackOf(f));
+        else if constexpr (std::is_same_v<T, XYZ>)
+            point(f, e, a);
+        else if constexpr (IsVector<T>::value)
+            list(f, e, a, [&](const auto& x, const auto& y) { fields(x, y); });
+        else
+            static_assert(kAlwaysFalse<T>, "no comparison for this field type");
+    }
+
     // ---- collections ----
 
     template <class C>
@@ -243,30 +301,10 @@ private:
             }
             ltypes = withAdded(fixed, ltypes, [](const LTYPES_TAB& r) -> std::string_view { return r.LineTypeName; });
         }
-        list("LAYERS", layers, a.LAYERS()->GetArray(), [&](const LAYERS_TAB& x, const LAYERS_TAB& y) {
-            text("LayerName", x.LayerName, y.LayerName);
-            text("LineTypeName", x.LineTypeName, y.LineTypeName);
-            integer("ColorNumber", x.ColorNumber, y.ColorNumber);
-            integer("Flag", x.Flag, y.Flag);
-        });
-        list("LTYPES", ltypes, a.LTYPES()->GetArray(), [&](const LTYPES_TAB& x, const LTYPES_TAB& y) {
-            text("LineTypeName", x.LineTypeName, y.LineTypeName);
-            text("Description", x.Description, y.Description);
-            num("TotalPatternLength", x.TotalPatternLength, y.TotalPatternLength);
-            integer("LineElementCount", x.LineElementCount, y.LineElementCount);
-            list("Pattern", x.Pattern, y.Pattern,
-                 [&](const LINEPATTERN& p, const LINEPATTERN& q) { num("Value", p.Value, q.Value); });
-        });
-        list("STYLES", e.STYLES()->GetArray(), a.STYLES()->GetArray(), [&](const STYLES_TAB& x, const STYLES_TAB& y) {
-            text("StyleName", x.StyleName, y.StyleName);
-            text("FontName", x.FontName, y.FontName);
-            num("Height", x.Height, y.Height);
-            num("Width", x.Width, y.Width);
-            num("Angle", x.Angle, y.Angle);
-            integer("Flag", x.Flag, y.Flag);
-            integer("TextFlag", x.TextFlag, y.TextFlag);
-            num("LastHeight", x.LastHeight, y.LastHeight);
-        });
+        list("LAYERS", layers, a.LAYERS()->GetArray(), [&](const LAYERS_TAB& x, const LAYERS_TAB& y) { fields(x, y); });
+        list("LTYPES", ltypes, a.LTYPES()->GetArray(), [&](const LTYPES_TAB& x, const LTYPES_TAB& y) { fields(x, y); });
+        list("STYLES", e.STYLES()->GetArray(), a.STYLES()->GetArray(),
+             [&](const STYLES_TAB& x, const STYLES_TAB& y) { fields(x, y); });
     }
 
     // ---- blocks ----
@@ -342,57 +380,13 @@ private:
         notKept("ATTRIBS", e.ATTRIBS(), a.ATTRIBS(), [&](auto& p, auto& q) { attrib(p, q); });
     }
 
-    void line(const LINE_ENT& e, const LINE_ENT& a) {
-        text("Layer", e.Layer, a.Layer, "0");
-        text("LineType", e.LineType, a.LineType, "Continuous");
-        integer("ColorNumber", e.ColorNumber, a.ColorNumber);
-        num("Thickness", e.Thickness, a.Thickness);
-        num("StartX", e.StartX, a.StartX);
-        num("StartY", e.StartY, a.StartY);
-        num("StartZ", e.StartZ, a.StartZ);
-        num("EndX", e.EndX, a.EndX);
-        num("EndY", e.EndY, a.EndY);
-        num("EndZ", e.EndZ, a.EndZ);
-    }
+    void line(const LINE_ENT& e, const LINE_ENT& a) { fields(e, a, drawn()); }
 
-    void circle(const CIRCLE_ENT& e, const CIRCLE_ENT& a) {
-        text("Layer", e.Layer, a.Layer, "0");
-        text("LineType", e.LineType, a.LineType, "Continuous");
-        integer("ColorNumber", e.ColorNumber, a.ColorNumber);
-        num("Thickness", e.Thickness, a.Thickness);
-        num("CenterX", e.CenterX, a.CenterX);
-        num("CenterY", e.CenterY, a.CenterY);
-        num("CenterZ", e.CenterZ, a.CenterZ);
-        num("Radius", e.Radius, a.Radius);
-    }
+    void circle(const CIRCLE_ENT& e, const CIRCLE_ENT& a) { fields(e, a, drawn()); }
 
-    void arc(const ARC_ENT& e, const ARC_ENT& a) {
-        text("Layer", e.Layer, a.Layer, "0");
-        text("LineType", e.LineType, a.LineType, "Continuous");
-        integer("ColorNumber", e.ColorNumber, a.ColorNumber);
-        num("Thickness", e.Thickness, a.Thickness);
-        num("CenterX", e.CenterX, a.CenterX);
-        num("CenterY", e.CenterY, a.CenterY);
-        num("CenterZ", e.CenterZ, a.CenterZ);
-        num("Radius", e.Radius, a.Radius);
-        num("StartAngle", e.StartAngle, a.StartAngle);
-        num("EndAngle", e.EndAngle, a.EndAngle);
-    }
+    void arc(const ARC_ENT& e, const ARC_ENT& a) { fields(e, a, drawn()); }
 
-    void ellipse(const ELLIPSE_ENT& e, const ELLIPSE_ENT& a) {
-        text("Layer", e.Layer, a.Layer, "0");
-        text("LineType", e.LineType, a.LineType, "Continuous");
-        integer("ColorNumber", e.ColorNumber, a.ColorNumber);
-        num("CenterX", e.CenterX, a.CenterX);
-        num("CenterY", e.CenterY, a.CenterY);
-        num("CenterZ", e.CenterZ, a.CenterZ);
-        num("MajorAxisEndX", e.MajorAxisEndX, a.MajorAxisEndX);
-        num("MajorAxisEndY", e.MajorAxisEndY, a.MajorAxisEndY);
-        num("MajorAxisEndZ", e.MajorAxisEndZ, a.MajorAxisEndZ);
-        num("Ratio", e.Ratio, a.Ratio);
-        num("StartAngle", e.StartAngle, a.StartAngle);
-        num("EndAngle", e.EndAngle, a.EndAngle);
-    }
+    void ellipse(const ELLIPSE_ENT& e, const ELLIPSE_ENT& a) { fields(e, a, drawn()); }
 
     void pointEnt(const POINT_ENT& e, const POINT_ENT& a) {
         text("Layer", e.Layer, a.Layer, "0");
@@ -405,17 +399,8 @@ private:
     }
 
     void solid(const SOLID_ENT& e, const SOLID_ENT& a) {
-        text("Layer", e.Layer, a.Layer, "0");
-        integer("ColorNumber", e.ColorNumber, a.ColorNumber);
-        text("LineType", e.LineType, a.LineType, "Continuous");
-        point("Corner1", e.Corner1, a.Corner1);
-        point("Corner2", e.Corner2, a.Corner2);
-        point("Corner3", e.Corner3, a.Corner3);
-        point("Corner4", e.Corner4, a.Corner4);
-        num("Thickness", e.Thickness, a.Thickness);
-        unwritten("ExtrusionX", e.ExtrusionX, a.ExtrusionX);
-        unwritten("ExtrusionY", e.ExtrusionY, a.ExtrusionY);
-        unwritten("ExtrusionZ", e.ExtrusionZ, a.ExtrusionZ);
+        static const FieldRule rule{drawn().fallbacks, {"ExtrusionX", "ExtrusionY", "ExtrusionZ"}};
+        fields(e, a, rule);
     }
 
     void face3d(const FACE3D_ENT& e, const FACE3D_ENT& a) {
@@ -441,20 +426,8 @@ private:
     }
 
     void textEnt(const TEXT_ENT& e, const TEXT_ENT& a) {
-        text("Layer", e.Layer, a.Layer, "0");
-        integer("ColorNumber", e.ColorNumber, a.ColorNumber);
-        num("Thickness", e.Thickness, a.Thickness);
-        num("StartX", e.StartX, a.StartX);
-        num("StartY", e.StartY, a.StartY);
-        num("StartZ", e.StartZ, a.StartZ);
-        num("TextHeight", e.TextHeight, a.TextHeight);
-        text("Text", e.Text, a.Text, "0");
-        num("TextRotation", e.TextRotation, a.TextRotation);
-        num("XScaleFactor", e.XScaleFactor, a.XScaleFactor);
-        num("ObliqueAngle", e.ObliqueAngle, a.ObliqueAngle);
-        text("TextStyleName", e.TextStyleName, a.TextStyleName, "0");
-        integer("HorTextJust", e.HorTextJust, a.HorTextJust);
-        integer("VertTextJust", e.VertTextJust, a.VertTextJust);
+        static const FieldRule rule{{{"Layer", "0"}, {"Text", "0"}, {"TextStyleName", "0"}}, {}};
+        fields(e, a, rule);
     }
 
     // The MTEXT text goes out in pieces of 250 UTF-16 units, each trimmed
@@ -524,25 +497,7 @@ private:
         unwrittenInt("VertTextJust", e.VertTextJust, a.VertTextJust);
     }
 
-    void attdef(const ATTDEF_ENT& e, const ATTDEF_ENT& a) {
-        text("Layer", e.Layer, a.Layer);
-        integer("ColorNumber", e.ColorNumber, a.ColorNumber);
-        text("LineType", e.LineType, a.LineType);
-        num("X", e.X, a.X);
-        num("Y", e.Y, a.Y);
-        num("Z", e.Z, a.Z);
-        num("TextHeight", e.TextHeight, a.TextHeight);
-        text("DefaultValue", e.DefaultValue, a.DefaultValue);
-        text("PromptString", e.PromptString, a.PromptString);
-        text("TagString", e.TagString, a.TagString);
-        num("Rotation", e.Rotation, a.Rotation);
-        num("XScaleFactor", e.XScaleFactor, a.XScaleFactor);
-        num("ObliqueAngle", e.ObliqueAngle, a.ObliqueAngle);
-        text("TextStyleName", e.TextStyleName, a.TextStyleName);
-        integer("HorTextJust", e.HorTextJust, a.HorTextJust);
-        integer("AttributeFlag", e.AttributeFlag, a.AttributeFlag);
-        integer("VertTextJust", e.VertTextJust, a.VertTextJust);
-    }
+    void attdef(const ATTDEF_ENT& e, const ATTDEF_ENT& a) { fields(e, a); }
 
     void insert(const INSERT_ENT& e, const INSERT_ENT& a) {
         text("Layer", e.Layer, a.Layer, "0");

@@ -10,21 +10,12 @@
 #include <vector>
 
 #include "ormavec.h"
+#include "test_support.h"
 
 using namespace ormavec;
+using ormavec::test::Raised;
 
 namespace {
-
-template <class F>
-Error Raised(F&& f) {
-    try {
-        f();
-    } catch (const Error& e) {
-        return e;
-    }
-    ADD_FAILURE() << "no error raised";
-    return Error(0, "", "");
-}
 
 // A host comparer over LINE_ENT records keyed by StartX; ColorNumber tags a
 // record with its original position. Counts the calls and keeps every pivot.

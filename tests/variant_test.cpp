@@ -6,23 +6,10 @@
 #include <vector>
 
 #include "ormavec.h"
+#include "test_support.h"
 
 using namespace ormavec;
-
-namespace {
-
-template <class F>
-Error Raised(F&& f) {
-    try {
-        f();
-    } catch (const Error& e) {
-        return e;
-    }
-    ADD_FAILURE() << "no error raised";
-    return Error(0, "", "");
-}
-
-}  // namespace
+using ormavec::test::Raised;
 
 TEST(Variant, TypeCodesAndNames) {
     const struct {
