@@ -5,7 +5,7 @@
 // load in a fresh process.
 //
 // Inputs: ORMAVEC_BENCH_DXF, a ':'-separated list of drawing files (default
-// build-perf/bench-data/d100.dxf of the source tree). Saved files go to
+// build/perf/bench-data/d100.dxf of the source tree). Saved files go to
 // ORMAVEC_BENCH_OUT (default: the folder of each input). Each case runs
 // ORMAVEC_BENCH_REPS times (default 3) and reports the median.
 #include <benchmark/benchmark.h>
@@ -34,7 +34,7 @@ using ormavec::DXFDocument;
 std::vector<std::string> inputFiles() {
     std::vector<std::string> files;
     const char* env = std::getenv("ORMAVEC_BENCH_DXF");
-    std::string list = env && *env ? env : ORMAVEC_SOURCE_DIR "/build-perf/bench-data/d100.dxf";
+    std::string list = env && *env ? env : ORMAVEC_SOURCE_DIR "/build/perf/bench-data/d100.dxf";
     std::size_t start = 0;
     while (start <= list.size()) {
         std::size_t colon = list.find(':', start);

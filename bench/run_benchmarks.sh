@@ -1,17 +1,17 @@
 #!/bin/sh
 # Builds the benchmarks (Release), generates the 10/100/500 MB drawings once
 # and runs the load/save set on them, printing a table.
-#   BUILD=<dir>      build folder (default build-perf beside this script's tree)
+#   BUILD=<dir>      build folder (default build/perf beside this script's tree)
 #   SIZES="10 100"   the drawing sizes in MB (default 10 100 500)
 #   REPS=5           runs per case; the table shows medians (default 3)
 set -eu
 
 src=$(cd "$(dirname "$0")/.." && pwd)
-build=${BUILD:-$src/build-perf}
+build=${BUILD:-$src/build/perf}
 sizes=${SIZES:-10 100 500}
 reps=${REPS:-3}
 data=$build/bench-data
-generator=${GENERATOR:-/work/shared/bench/gen_dxf.py}
+generator=${GENERATOR:-$src/../shared/bench/gen_dxf.py}
 
 if [ ! -f "$build/build.ninja" ]; then
     cmake -S "$src" -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=Release -DORMAVEC_BUILD_BENCH=ON \
