@@ -118,8 +118,10 @@ void ReadEntity(DXFReader& reader, POLYLINE_ENT& record) {
     // The SEQEND's own pairs count as the polyline's (its 8 sets the layer).
     if (closed) ReadPolylinePairs(reader, record);
 
-    record.Vertices = std::move(vertices);
-    record.CommandVertices = std::move(faces);
+    // Copied at their exact size: the model keeps many small vertex arrays,
+    // and the growth reserve of the lists read into would stay with each.
+    record.Vertices.assign(vertices.begin(), vertices.end());
+    record.CommandVertices.assign(faces.begin(), faces.end());
 }
 
 void ReadVertex(DXFReader& reader, VERTEX_ENT& record) {
