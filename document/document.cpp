@@ -60,6 +60,7 @@ void DXFDocument::Save(const std::string& fileName) {
     int32_t handle = 0;
     Trace("DXFDocument.Save 1");
     DXFWriter writer(codePage_);
+    writer.SetSaveMode(saveMode_);
     writer.OpenOutput(fileName);
     Trace("DXFDocument.Save 2");
     header_->WriteOut(writer);

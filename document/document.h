@@ -48,6 +48,10 @@ public:
     void SetVersionMode(int16_t mode) noexcept;
     int16_t VersionMode() const noexcept;
 
+    // Classic (the default) or Standard output; see SaveMode.
+    void SetSaveMode(::ormavec::SaveMode mode) noexcept { saveMode_ = mode; }
+    ::ormavec::SaveMode SaveMode() const noexcept { return saveMode_; }
+
     // The single-byte code page of the files read and written (1250 unless
     // set otherwise).
     void SetCodePage(::ormavec::CodePage cp) noexcept { codePage_ = cp; }
@@ -70,6 +74,7 @@ private:
     std::string fileName_;
     ::ormavec::TextConvertMode textConvertMode_ = ::ormavec::TextConvertMode::None;
     ::ormavec::CodePage codePage_ = ::ormavec::CodePage::Windows1250;
+    ::ormavec::SaveMode saveMode_ = ::ormavec::SaveMode::Classic;
     std::unique_ptr<DXFReader> reader_;  // the reader of a load in progress or of a failed one
 };
 

@@ -15,7 +15,9 @@
 
 namespace ormavec {
 
-enum class TextConvertMode : int32_t { None = 0, FromUTF8 = 1 };
+// Utf8 and Auto go beyond the classic two: Utf8 decodes value lines as UTF-8,
+// Auto does so when the drawing's header declares a UTF-8 drawing.
+enum class TextConvertMode : int32_t { None = 0, FromUTF8 = 1, Utf8 = 2, Auto = 3 };
 
 // One group pair, as handed out by ReadEntry.
 struct DxfEntry {

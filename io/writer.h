@@ -17,6 +17,11 @@ namespace ormavec {
 // returns the new value; fails with an overflow at the 32-bit limit.
 int32_t NextHandle(int32_t& counter);
 
+// What a save writes. Classic: the fixed structure of the original component
+// under whatever version the model declares, text in the code page. Standard:
+// a file that conforms to the version it declares, text encoded for it.
+enum class SaveMode : int32_t { Classic = 0, Standard = 1 };
+
 class DXFWriter {
 public:
     explicit DXFWriter(CodePage codePage = CodePage::Windows1250);
@@ -25,6 +30,8 @@ public:
     DXFWriter& operator=(const DXFWriter&) = delete;
 
     CodePage GetCodePage() const noexcept { return codePage_; }
+    void SetSaveMode(SaveMode mode) noexcept { saveMode_ = mode; }
+    SaveMode GetSaveMode() const noexcept { return saveMode_; }
 
     void OpenOutput(const std::string& fileName);
     // Writes into a string instead of a file (tests); the string holds every
@@ -64,6 +71,7 @@ private:
     }
 
     CodePage codePage_;
+    SaveMode saveMode_ = SaveMode::Classic;
     bool open_ = false;
     int fd_ = -1;
     std::string target_;
