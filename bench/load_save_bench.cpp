@@ -310,11 +310,14 @@ void BM_LimitWrite(benchmark::State& state, std::string path) {
 
 // ---- The document ----
 
-void BM_Load(benchmark::State& state, std::string path) {
+// Loads in the given text mode: None is the default, Utf8 and Auto show what
+// decoding UTF-8 and watching the header cost.
+void BM_Load(benchmark::State& state, std::string path, ormavec::TextConvertMode mode) {
     const int64_t size = fileSize(path);
     Census expected;
     {
         DXFDocument first;
+        first.SetTextConvertMode(mode);
         first.Load(path);
         expected = census(first);
     }
@@ -324,6 +327,7 @@ void BM_Load(benchmark::State& state, std::string path) {
     }
     for (auto _ : state) {
         auto doc = std::make_unique<DXFDocument>();
+        doc->SetTextConvertMode(mode);
         doc->Load(path);
         state.PauseTiming();
         if (!(census(*doc) == expected)) {
@@ -481,7 +485,9 @@ const bool kRegistered = [] {
             b->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(1)->Repetitions(reps)->ReportAggregatesOnly(true);
         };
         setUp(benchmark::RegisterBenchmark(("BM_LimitRead/" + name).c_str(), BM_LimitRead, path));
-        setUp(benchmark::RegisterBenchmark(("BM_Load/" + name).c_str(), BM_Load, path));
+        setUp(benchmark::RegisterBenchmark(("BM_Load/" + name).c_str(), BM_Load, path, ormavec::TextConvertMode::None));
+        setUp(benchmark::RegisterBenchmark(("BM_LoadUtf8/" + name).c_str(), BM_Load, path, ormavec::TextConvertMode::Utf8));
+        setUp(benchmark::RegisterBenchmark(("BM_LoadAuto/" + name).c_str(), BM_Load, path, ormavec::TextConvertMode::Auto));
         setUp(benchmark::RegisterBenchmark(("BM_LimitWrite/" + name).c_str(), BM_LimitWrite, path));
         setUp(benchmark::RegisterBenchmark(("BM_Save/" + name).c_str(), BM_Save, path));
         benchmark::RegisterBenchmark(("BM_LoadPeakMemory/" + name).c_str(), BM_LoadPeakMemory, path)

@@ -61,6 +61,8 @@ void DXFDocument::Save(const std::string& fileName) {
     Trace("DXFDocument.Save 1");
     DXFWriter writer(codePage_);
     writer.SetSaveMode(saveMode_);
+    // A drawing of AC1021 or later is UTF-8 by definition.
+    writer.SetUtf8Output(saveMode_ == ::ormavec::SaveMode::Standard && header_->AcadVer() >= 1021);
     writer.OpenOutput(fileName);
     Trace("DXFDocument.Save 2");
     header_->WriteOut(writer);

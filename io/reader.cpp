@@ -48,6 +48,46 @@ char32_t repairedLetter(unsigned char lead, unsigned char trail) noexcept {
     }
 }
 
+int hex4(std::string_view s, std::size_t at) noexcept {
+    if (at + 4 > s.size()) return -1;
+    int v = 0;
+    for (std::size_t i = at; i < at + 4; ++i) {
+        const char c = s[i];
+        int d;
+        if (c >= '0' && c <= '9')
+            d = c - '0';
+        else if (c >= 'A' && c <= 'F')
+            d = c - 'A' + 10;
+        else if (c >= 'a' && c <= 'f')
+            d = c - 'a' + 10;
+        else
+            return -1;
+        v = v * 16 + d;
+    }
+    return v;
+}
+
+bool escapeAt(std::string_view s, std::size_t at) noexcept { return s.size() >= at + 3 && s.compare(at, 3, "\\U+") == 0; }
+
+// The character of the \U+XXXX escape at text[at], or of two escapes that
+// form a surrogate pair; 0 when it is none, so that it stays as text. Control
+// characters stay escaped: a line break would split the value's line.
+char32_t unicodeEscape(std::string_view text, std::size_t at, std::size_t& length) noexcept {
+    if (!escapeAt(text, at)) return 0;
+    const int v = hex4(text, at + 3);
+    if (v < 0x20) return 0;
+    if (v >= 0xDC00 && v <= 0xDFFF) return 0;
+    if (v >= 0xD800 && v <= 0xDBFF) {
+        if (!escapeAt(text, at + 7)) return 0;
+        const int low = hex4(text, at + 10);
+        if (low < 0xDC00 || low > 0xDFFF) return 0;
+        length = 14;
+        return 0x10000 + ((static_cast<char32_t>(v) - 0xD800) << 10) + (static_cast<char32_t>(low) - 0xDC00);
+    }
+    length = 7;
+    return static_cast<char32_t>(v);
+}
+
 }  // namespace
 
 DXFReader::DXFReader(CodePage codePage) : codePage_(codePage) {}
@@ -192,10 +232,81 @@ std::string_view DXFReader::decodeSlow(std::string_view raw, int32_t code) {
             else
                 AppendUtf8(decoded_, DecodeByte(codePage_, c));
         }
+    } else if (escapes_) {
+        return decodeText(raw, code);
     } else {
         DecodeAppend(decoded_, raw, codePage_);
     }
     return decoded_;
+}
+
+// Utf8 and Auto modes: UTF-8 (when on) with the code page for every byte
+// that does not start a valid sequence, and escapes in text codes.
+std::string_view DXFReader::decodeText(std::string_view raw, int32_t code) {
+    const bool escapes = IsTextCode(code);
+    if (utf8_ && !(escapes && raw.find('\\') != std::string_view::npos) && IsValidUtf8(raw)) return raw;
+    decoded_.clear();
+    std::size_t pos = 0;
+    while (pos < raw.size()) {
+        const unsigned char c = static_cast<unsigned char>(raw[pos]);
+        if (c == '\\' && escapes) {
+            std::size_t length = 0;
+            if (char32_t ch = unicodeEscape(raw, pos, length)) {
+                AppendUtf8(decoded_, ch);
+                pos += length;
+                continue;
+            }
+        }
+        if (c < 0x80) {
+            decoded_.push_back(static_cast<char>(c));
+            ++pos;
+        } else if (utf8_) {
+            const std::size_t start = pos;
+            const char32_t ch = NextUtf8(raw, pos);
+            if (ch >= 0xDC80 && ch <= 0xDCFF)
+                AppendUtf8(decoded_, DecodeByte(codePage_, c));
+            else
+                decoded_.append(raw.data() + start, pos - start);
+        } else {
+            AppendUtf8(decoded_, DecodeByte(codePage_, c));
+            ++pos;
+        }
+    }
+    return decoded_;
+}
+
+// Auto mode: the header's $ACADVER (AC1021 and later) or $DWGCODEPAGE
+// declares a UTF-8 drawing; everything after it is read as UTF-8.
+void DXFReader::watchHeader(int32_t code, std::string_view value) {
+    const uint8_t pending = pendingVariable_;
+    pendingVariable_ = 0;
+    while (!value.empty() && value.front() == ' ') value.remove_prefix(1);
+    while (!value.empty() && value.back() == ' ') value.remove_suffix(1);
+    if (code == 9) {
+        if (EqualsNoCase(value, "$ACADVER"))
+            pendingVariable_ = 1;
+        else if (EqualsNoCase(value, "$DWGCODEPAGE"))
+            pendingVariable_ = 2;
+        return;
+    }
+    bool utf8 = false;
+    if (pending == 1 && code == 1) {
+        std::size_t i = 0;
+        while (i < value.size() && !(value[i] >= '0' && value[i] <= '9')) ++i;
+        int32_t version = 0;
+        for (int digits = 0; i < value.size() && digits < 9 && value[i] >= '0' && value[i] <= '9'; ++i, ++digits)
+            version = version * 10 + (value[i] - '0');
+        utf8 = version >= 1021;
+    } else if (pending == 2 && code == 3) {
+        // The spellings of the UTF-8 code page seen in drawings: its name
+        // with or without the hyphen, and its Windows number.
+        for (std::string_view name : {"UTF-8", "UTF8", "ANSI_65001", "CP65001"})
+            if (EqualsNoCase(value, name)) utf8 = true;
+    }
+    if (utf8) {
+        utf8_ = true;
+        watchHeader_ = false;
+    }
 }
 
 std::string_view DXFReader::upperValue(std::string_view value) {
@@ -236,6 +347,7 @@ const DXFReader::Pair& DXFReader::Read(bool trimValue, bool upperCase) {
     progress(line.size());
     pair_.Code = code;
     pair_.Value = finishValue(decodeValue(line, code), trimValue, upperCase);
+    if (watchHeader_) watchHeader(code, pair_.Value);
     return pair_;
 }
 

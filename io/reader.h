@@ -38,8 +38,27 @@ public:
     DXFReader(const DXFReader&) = delete;
     DXFReader& operator=(const DXFReader&) = delete;
 
-    void SetTextConvertMode(TextConvertMode mode) noexcept { mode_ = mode; }
+    void SetTextConvertMode(TextConvertMode mode) noexcept {
+        mode_ = mode;
+        utf8_ = mode == TextConvertMode::Utf8;
+        escapes_ = mode == TextConvertMode::Utf8 || mode == TextConvertMode::Auto;
+        watchHeader_ = mode == TextConvertMode::Auto;
+        pendingVariable_ = 0;
+    }
     TextConvertMode GetTextConvertMode() const noexcept { return mode_; }
+    // True while value lines are decoded as UTF-8: always in Utf8 mode, in
+    // Auto mode once the header has declared a UTF-8 drawing.
+    bool DecodesUtf8() const noexcept { return utf8_; }
+
+    // Group codes whose values are names or text, where \U+XXXX escapes are
+    // decoded: 0-9, 100, 102, 300-309, 410-419, 430-439, 470-479, 999 and
+    // 1000-1003. Handles, numbers and binary chunks never hold one.
+    static bool IsTextCode(int32_t code) noexcept {
+        if (code >= 0 && code <= 9) return true;
+        if (code < 100) return false;
+        return code == 100 || code == 102 || (code >= 300 && code <= 309) || (code >= 410 && code <= 419) ||
+               (code >= 430 && code <= 439) || (code >= 470 && code <= 479) || code == 999 || (code >= 1000 && code <= 1003);
+    }
     CodePage GetCodePage() const noexcept { return codePage_; }
 
     void OpenInput(const std::string& fileName);
@@ -98,8 +117,15 @@ private:
         if (charsRead_ >= nextCheck_ || currentPercent_ != lastPercent_) progressSlow();
     }
     void progressSlow();
-    std::string_view decodeValue(std::string_view raw, int32_t code) { return IsAscii(raw) ? raw : decodeSlow(raw, code); }
+    std::string_view decodeValue(std::string_view raw, int32_t code) {
+        if (!IsAscii(raw)) return decodeSlow(raw, code);
+        // An ASCII line changes only when it may hold an escape.
+        if (escapes_ && IsTextCode(code) && std::memchr(raw.data(), '\\', raw.size())) return decodeText(raw, code);
+        return raw;
+    }
     std::string_view decodeSlow(std::string_view raw, int32_t code);
+    std::string_view decodeText(std::string_view raw, int32_t code);
+    void watchHeader(int32_t code, std::string_view value);
     std::string_view finishValue(std::string_view value, bool trimValue, bool upperCase) {
         if (trimValue) {
             while (!value.empty() && value.front() == ' ') value.remove_prefix(1);
@@ -126,6 +152,10 @@ private:
 
     CodePage codePage_;
     TextConvertMode mode_ = TextConvertMode::None;
+    bool utf8_ = false;         // value lines are UTF-8
+    bool escapes_ = false;      // \U+XXXX escapes are decoded
+    bool watchHeader_ = false;  // Auto mode, still on the code page
+    uint8_t pendingVariable_ = 0;  // 1 after 9/$ACADVER, 2 after 9/$DWGCODEPAGE
     std::string fileName_;
     int fd_ = -1;
     bool eof_ = true;

@@ -123,6 +123,48 @@ void EncodeAppend(std::string& out, std::string_view utf8, CodePage cp) {
     }
 }
 
+void EncodeEscapedAppend(std::string& out, std::string_view utf8, CodePage cp) {
+    static constexpr char kHex[] = "0123456789ABCDEF";
+    const auto escape = [&out](char32_t unit) {
+        const char text[7] = {'\\', 'U', '+', kHex[(unit >> 12) & 15], kHex[(unit >> 8) & 15], kHex[(unit >> 4) & 15], kHex[unit & 15]};
+        out.append(text, 7);
+    };
+    const Reverse& r = reverse(cp);
+    std::size_t pos = 0;
+    while (pos < utf8.size()) {
+        unsigned char c = static_cast<unsigned char>(utf8[pos]);
+        if (c < 0x80) {
+            out.push_back(static_cast<char>(c));
+            ++pos;
+            continue;
+        }
+        const char32_t ch = NextUtf8(utf8, pos);
+        if (ch >= 0xDC80 && ch <= 0xDCFF) {
+            out.push_back('?');
+        } else if (ch >= 0x10000) {
+            escape(0xD800 + ((ch - 0x10000) >> 10));
+            escape(0xDC00 + ((ch - 0x10000) & 0x3FF));
+        } else if (int b = r.find(ch); b >= 0) {
+            out.push_back(static_cast<char>(b));
+        } else {
+            escape(ch);
+        }
+    }
+}
+
+bool IsValidUtf8(std::string_view text) noexcept {
+    std::size_t pos = 0;
+    while (pos < text.size()) {
+        if (static_cast<unsigned char>(text[pos]) < 0x80) {
+            ++pos;
+            continue;
+        }
+        const char32_t ch = NextUtf8(text, pos);
+        if (ch >= 0xDC80 && ch <= 0xDCFF) return false;
+    }
+    return true;
+}
+
 char32_t ToUpper(char32_t ch) noexcept {
     if (ch < 0x80) return (ch >= 'a' && ch <= 'z') ? ch - 32 : ch;
     if (ch > 0xFFFF) return ch;

@@ -54,6 +54,15 @@ void DecodeAppend(std::string& out, std::string_view bytes, CodePage cp);
 // '?', as does a byte that is not valid UTF-8.
 void EncodeAppend(std::string& out, std::string_view utf8, CodePage cp);
 
+// Appends the bytes of UTF-8 text; a character the code page lacks becomes
+// the escape \U+XXXX (uppercase hex; two escapes, a surrogate pair, above
+// U+FFFF), a byte that is not valid UTF-8 becomes '?'.
+void EncodeEscapedAppend(std::string& out, std::string_view utf8, CodePage cp);
+
+// True when the text is well-formed UTF-8 (no overlong forms, surrogates or
+// truncated sequences).
+bool IsValidUtf8(std::string_view text) noexcept;
+
 // Appends one character as UTF-8.
 void AppendUtf8(std::string& out, char32_t ch);
 

@@ -228,11 +228,14 @@ void DXFWriter::putCode(int32_t code) {
 void DXFWriter::WriteLine(std::string_view text, bool rightTrim) {
     if (rightTrim)
         while (!text.empty() && text.back() == ' ') text.remove_suffix(1);
-    if (IsAscii(text)) {
+    if (IsAscii(text) || utf8Output_) {
         put(text.data(), text.size());
     } else {
         encoded_.clear();
-        EncodeAppend(encoded_, text, codePage_);
+        if (saveMode_ == SaveMode::Standard)
+            EncodeEscapedAppend(encoded_, text, codePage_);
+        else
+            EncodeAppend(encoded_, text, codePage_);
         put(encoded_.data(), encoded_.size());
     }
     endLine();

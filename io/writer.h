@@ -32,6 +32,11 @@ public:
     CodePage GetCodePage() const noexcept { return codePage_; }
     void SetSaveMode(SaveMode mode) noexcept { saveMode_ = mode; }
     SaveMode GetSaveMode() const noexcept { return saveMode_; }
+    // Text written as UTF-8, the model's bytes unchanged. Otherwise it goes
+    // through the code page: in Standard mode a character the code page
+    // lacks becomes a \U+XXXX escape, in Classic mode '?'.
+    void SetUtf8Output(bool on) noexcept { utf8Output_ = on; }
+    bool Utf8Output() const noexcept { return utf8Output_; }
 
     void OpenOutput(const std::string& fileName);
     // Writes into a string instead of a file (tests); the string holds every
@@ -72,6 +77,7 @@ private:
 
     CodePage codePage_;
     SaveMode saveMode_ = SaveMode::Classic;
+    bool utf8Output_ = false;
     bool open_ = false;
     int fd_ = -1;
     std::string target_;
