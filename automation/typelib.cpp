@@ -305,6 +305,11 @@ const Interface* DocumentInterface(TypeLibrary& lib) {
         return None();
     });
     b.Add("VersionMode", kGet, 0x6803000F, {}, "Integer", [](Object& o, Args&) { return Variant(Self<DXFDocument>(o).VersionMode()); });
+    b.Auto("SaveMode", kLet, {Ref("Value", "SaveMode")}, "", [](Object& o, Args& a) {
+        Self<DXFDocument>(o).SetSaveMode(static_cast<SaveMode>(a[0].ToInt32()));
+        return None();
+    });
+    b.Auto("SaveMode", kGet, {}, "SaveMode", [](Object& o, Args&) { return Variant(static_cast<int32_t>(Self<DXFDocument>(o).SaveMode())); });
     return b.get();
 }
 
@@ -561,7 +566,8 @@ std::unique_ptr<TypeLibrary> Build() {
     for (ClassInfo& c : l.classes) c.progid = "Ormavec." + c.name;
 
     AddRecordTypes(l);
-    l.enums.push_back({"TextConvertMode", {{"None", 0}, {"FromUTF8", 1}}});
+    l.enums.push_back({"TextConvertMode", {{"None", 0}, {"FromUTF8", 1}, {"Utf8", 2}, {"Auto", 3}}});
+    l.enums.push_back({"SaveMode", {{"Classic", 0}, {"Standard", 1}}});
     return lib;
 }
 

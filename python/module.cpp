@@ -339,8 +339,11 @@ PYBIND11_MODULE(ormavec, m) {
 
     py::enum_<TextConvertMode>(m, "TextConvertMode")
         .value("None_", TextConvertMode::None)
-        .value("FromUTF8", TextConvertMode::FromUTF8);
+        .value("FromUTF8", TextConvertMode::FromUTF8)
+        .value("Utf8", TextConvertMode::Utf8)
+        .value("Auto", TextConvertMode::Auto);
     m.attr("TextConvertMode").attr("NONE") = TextConvertMode::None;
+    py::enum_<SaveMode>(m, "SaveMode").value("Classic", SaveMode::Classic).value("Standard", SaveMode::Standard);
     py::enum_<CodePage>(m, "CodePage").value("Windows1250", CodePage::Windows1250).value("Windows1252", CodePage::Windows1252);
 
     py::class_<Object, std::shared_ptr<Object>>(m, "Object").def_property_readonly("ClassName", [](const Object& o) {
@@ -482,6 +485,7 @@ PYBIND11_MODULE(ormavec, m) {
         .def("ExplodeLWPolyLines", &DXFDocument::ExplodeLWPolyLines)
         .def_property("TextConvertMode", &DXFDocument::TextConvertMode, &DXFDocument::SetTextConvertMode)
         .def_property("VersionMode", &DXFDocument::VersionMode, &DXFDocument::SetVersionMode)
+        .def_property("SaveMode", &DXFDocument::SaveMode, &DXFDocument::SetSaveMode)
         .def_property("CodePage", &DXFDocument::CodePage, &DXFDocument::SetCodePage)
         .def_property(
             "Progress",

@@ -217,6 +217,7 @@ const IdRow kFixedIds[] = {
     {"_DXFDocument", "Save", kMethod, 0x6003000B},     {"_DXFDocument", "ExplodePolyLines", kMethod, 0x6003000C},
     {"_DXFDocument", "ExplodeLWPolyLines", kMethod, 0x6003000D}, {"_DXFDocument", "TextConvertMode", kLet, 0x6803000E},
     {"_DXFDocument", "VersionMode", kLet, 0x6803000F}, {"_DXFDocument", "VersionMode", kGet, 0x6803000F},
+    {"_DXFDocument", "SaveMode", kLet, 0x6803000B},    {"_DXFDocument", "SaveMode", kGet, 0x6803000B},
     {"__DXFDocument", "Progress", kMethod, 1},
     {"_HEADER", "AcadVer", kGet, 0x68030017},          {"_HEADER", "AcadVer", kLet, 0x68030017},
     {"_HEADER", "ExtMax", kGet, 0x68030016},           {"_HEADER", "ExtMax", kLet, 0x68030016},
@@ -402,18 +403,23 @@ TEST(AutomationTypeLibrary, RecordsAndTheEnum) {
     EXPECT_EQ(1u, records.count("LAYERS_TAB"));
     EXPECT_EQ(0u, records.count("LWVERTEXES"));
 
-    ASSERT_EQ(1, lib.enum_count);
-    ormavec_enum_info e{};
-    ormavec_typelib_enum(0, &e);
-    EXPECT_STREQ("TextConvertMode", e.name);
-    ASSERT_EQ(2, e.value_count);
-    ormavec_enum_value v0{}, v1{};
-    ormavec_typelib_enum_value(0, 0, &v0);
-    ormavec_typelib_enum_value(0, 1, &v1);
-    EXPECT_STREQ("None", v0.name);
-    EXPECT_EQ(0, v0.value);
-    EXPECT_STREQ("FromUTF8", v1.name);
-    EXPECT_EQ(1, v1.value);
+    const std::vector<std::pair<std::string, std::vector<std::pair<std::string, int32_t>>>> enums = {
+        {"TextConvertMode", {{"None", 0}, {"FromUTF8", 1}, {"Utf8", 2}, {"Auto", 3}}},
+        {"SaveMode", {{"Classic", 0}, {"Standard", 1}}},
+    };
+    ASSERT_EQ(static_cast<int32_t>(enums.size()), lib.enum_count);
+    for (std::size_t i = 0; i < enums.size(); ++i) {
+        ormavec_enum_info e{};
+        ormavec_typelib_enum(static_cast<int32_t>(i), &e);
+        EXPECT_EQ(enums[i].first, e.name);
+        ASSERT_EQ(static_cast<int32_t>(enums[i].second.size()), e.value_count) << e.name;
+        for (std::size_t k = 0; k < enums[i].second.size(); ++k) {
+            ormavec_enum_value v{};
+            ormavec_typelib_enum_value(static_cast<int32_t>(i), static_cast<int32_t>(k), &v);
+            EXPECT_EQ(enums[i].second[k].first, v.name);
+            EXPECT_EQ(enums[i].second[k].second, v.value);
+        }
+    }
 }
 
 TEST(AutomationDispatch, EveryFixedIdReachesItsMember) {
@@ -444,6 +450,9 @@ TEST(AutomationDispatch, EveryFixedIdReachesItsMember) {
     EXPECT_EQ(6, vm.v.u.iVal);
     Args reset;
     Call(doc.p, "VersionMode", kLet, reset.i4(0));
+    Args standard;
+    EXPECT_EQ(ORMAVEC_S_OK, Call(doc.p, "SaveMode", kLet, standard.i4(1)));
+    EXPECT_EQ(1, GetInt(doc.p, "SaveMode"));
 
     Obj header = GetObject(doc.p, "HEADER");
     Args ver;

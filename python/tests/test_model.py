@@ -210,3 +210,20 @@ def test_iteration_yields_copies(small_drawing):
     for line in doc.ENTITIES.LINES:
         line.Layer = "Elsewhere"
     assert [ln.Layer for ln in doc.ENTITIES.LINES] == ["Falak", "Falak"]
+
+
+def test_unicode_modes_and_standard_save(tmp_path):
+    src = tmp_path / "utf8.dxf"
+    lines = ["0", "SECTION", "2", "HEADER", "9", "$ACADVER", "1", "AC1024", "0", "ENDSEC",
+             "0", "SECTION", "2", "ENTITIES", "0", "TEXT", "8", "Ελληνικά", "1", "中文 \\U+00E9", "0", "ENDSEC", "0", "EOF"]
+    src.write_bytes(("\r\n".join(lines) + "\r\n").encode("utf-8"))
+    doc = ormavec.DXFDocument()
+    assert doc.SaveMode == ormavec.SaveMode.Classic
+    doc.TextConvertMode = ormavec.TextConvertMode.Auto
+    doc.Load(str(src))
+    text = doc.ENTITIES.TEXTS.Item(0)
+    assert (text.Layer, text.Text) == ("Ελληνικά", "中文 é")
+    doc.SaveMode = ormavec.SaveMode.Standard
+    doc.Save(str(tmp_path / "out.dxf"))
+    assert "中文 é".encode("utf-8") in (tmp_path / "out.dxf").read_bytes()
+    assert int(ormavec.TextConvertMode.Utf8) == 2
