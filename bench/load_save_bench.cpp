@@ -339,9 +339,10 @@ void BM_Load(benchmark::State& state, std::string path) {
                                                         benchmark::Counter::kIsIterationInvariantRate | benchmark::Counter::kInvert);
 }
 
-void BM_Save(benchmark::State& state, std::string path) {
+void BM_Save(benchmark::State& state, std::string path, ormavec::SaveMode mode) {
     DXFDocument doc;
     doc.Load(path);
+    doc.SetSaveMode(mode);
     const Census loaded = census(doc);
     if (loaded.entities == 0) {
         state.SkipWithError(("nothing loaded from " + path).c_str());
@@ -483,7 +484,8 @@ const bool kRegistered = [] {
         setUp(benchmark::RegisterBenchmark(("BM_LimitRead/" + name).c_str(), BM_LimitRead, path));
         setUp(benchmark::RegisterBenchmark(("BM_Load/" + name).c_str(), BM_Load, path));
         setUp(benchmark::RegisterBenchmark(("BM_LimitWrite/" + name).c_str(), BM_LimitWrite, path));
-        setUp(benchmark::RegisterBenchmark(("BM_Save/" + name).c_str(), BM_Save, path));
+        setUp(benchmark::RegisterBenchmark(("BM_Save/" + name).c_str(), BM_Save, path, ormavec::SaveMode::Classic));
+        setUp(benchmark::RegisterBenchmark(("BM_SaveStandard/" + name).c_str(), BM_Save, path, ormavec::SaveMode::Standard));
         benchmark::RegisterBenchmark(("BM_LoadPeakMemory/" + name).c_str(), BM_LoadPeakMemory, path)
             ->Unit(benchmark::kMillisecond)
             ->UseRealTime()
