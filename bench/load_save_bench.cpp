@@ -343,9 +343,10 @@ void BM_Load(benchmark::State& state, std::string path, ormavec::TextConvertMode
                                                         benchmark::Counter::kIsIterationInvariantRate | benchmark::Counter::kInvert);
 }
 
-void BM_Save(benchmark::State& state, std::string path) {
+void BM_Save(benchmark::State& state, std::string path, ormavec::SaveMode mode) {
     DXFDocument doc;
     doc.Load(path);
+    doc.SetSaveMode(mode);
     const Census loaded = census(doc);
     if (loaded.entities == 0) {
         state.SkipWithError(("nothing loaded from " + path).c_str());
@@ -489,7 +490,8 @@ const bool kRegistered = [] {
         setUp(benchmark::RegisterBenchmark(("BM_LoadUtf8/" + name).c_str(), BM_Load, path, ormavec::TextConvertMode::Utf8));
         setUp(benchmark::RegisterBenchmark(("BM_LoadAuto/" + name).c_str(), BM_Load, path, ormavec::TextConvertMode::Auto));
         setUp(benchmark::RegisterBenchmark(("BM_LimitWrite/" + name).c_str(), BM_LimitWrite, path));
-        setUp(benchmark::RegisterBenchmark(("BM_Save/" + name).c_str(), BM_Save, path));
+        setUp(benchmark::RegisterBenchmark(("BM_Save/" + name).c_str(), BM_Save, path, ormavec::SaveMode::Classic));
+        setUp(benchmark::RegisterBenchmark(("BM_SaveStandard/" + name).c_str(), BM_Save, path, ormavec::SaveMode::Standard));
         benchmark::RegisterBenchmark(("BM_LoadPeakMemory/" + name).c_str(), BM_LoadPeakMemory, path)
             ->Unit(benchmark::kMillisecond)
             ->UseRealTime()

@@ -44,9 +44,14 @@ constexpr std::string_view kMainHelp =
 constexpr std::string_view kConvertHelp =
     "Usage: ormavec convert [OPTIONS] IN OUT\n"
     "\n"
-    "Loads the drawing IN and saves the model as a complete DXF file OUT.\n"
+    "Loads the drawing IN and saves the model as a complete DXF file OUT. By\n"
+    "default the text encoding of IN is detected and OUT is a standard-conforming\n"
+    "file: an older drawing is saved as AC1015, with owner handles and a handle\n"
+    "seed above its last handle.\n"
     "\n"
     "Options:\n"
+    "  --classic           read text as single-byte and save the fixed structure of\n"
+    "                      the original component under the drawing's own version\n"
     "  --utf8              repair UTF-8 encoded accented letters while reading\n"
     "  --codepage CP       code page of the files, 1250 (default) or 1252\n"
     "  --version-mode N    version mode of the reader (6 or more reads hatches in blocks)\n"
@@ -80,6 +85,7 @@ void printError(std::string_view message) {
 
 struct LoadOptions {
     bool utf8 = false;
+    bool classic = false;
     CodePage codePage = CodePage::Windows1250;
     std::optional<int16_t> versionMode;
 };
@@ -134,6 +140,8 @@ Arguments parseArguments(std::string_view command, const std::vector<std::string
             a.help = true;
         } else if (name == "--utf8") {
             a.load.utf8 = true;
+        } else if (name == "--classic" && isConvert) {
+            a.load.classic = true;
         } else if (name == "--codepage") {
             a.load.codePage = parseCodePage(value());
         } else if (name == "--version-mode") {
@@ -148,7 +156,7 @@ Arguments parseArguments(std::string_view command, const std::vector<std::string
             throw UsageError{"unknown option '" + std::string(arg) + "' for '" + std::string(command) + "' (see ormavec " +
                              std::string(command) + " --help)"};
         }
-        if (inlineValue && (name == "--utf8" || name == "--json" || name == "--help"))
+        if (inlineValue && (name == "--utf8" || name == "--json" || name == "--help" || name == "--classic"))
             throw UsageError{std::string(name) + " takes no value"};
     }
     return a;
@@ -433,6 +441,11 @@ int runConvert(const Arguments& a) {
         throw UsageError{"convert needs an input and an output file (see ormavec convert --help)"};
     DXFDocument doc;
     configure(doc, a.load);
+    // An explicit --utf8 keeps its repair; otherwise the encoding is detected.
+    if (!a.load.classic) {
+        if (!a.load.utf8) doc.SetTextConvertMode(TextConvertMode::Auto);
+        doc.SetSaveMode(SaveMode::Standard);
+    }
     if (a.callLog) {
         clsDebug debug;
         debug.sLogFileName(*a.callLog);

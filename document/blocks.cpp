@@ -33,9 +33,18 @@ bool hasBlockNamedLower(const BLOCKS& blocks, std::string_view lowerName) {
     return false;
 }
 
+// The BLOCK_RECORD written for the block at this place of the section; 0
+// when the TABLES section of this save did not write one (a block written on
+// its own).
+int32_t recordHandle(DXFWriter& w, std::size_t index) {
+    const std::vector<int32_t>& records = w.StandardLinks().blockRecords;
+    return index < records.size() ? records[index] : 0;
+}
+
 void writeDefaultBlock(DXFWriter& w, int32_t& handle, std::string_view name, bool paperSpace) {
     w.WriteString(0, "BLOCK");
     w.WriteHandle(5, NextHandle(handle));
+    w.WriteOwner();
     w.WriteString(100, "AcDbEntity");
     w.WriteString(8, "0");
     if (paperSpace) w.WriteInteger(67, 1);
@@ -47,6 +56,7 @@ void writeDefaultBlock(DXFWriter& w, int32_t& handle, std::string_view name, boo
     w.WriteString(1, "");
     w.WriteString(0, "ENDBLK");
     w.WriteHandle(5, NextHandle(handle));
+    w.WriteOwner();
     w.WriteString(100, "AcDbEntity");
     w.WriteString(8, "0");
     if (paperSpace) w.WriteInteger(67, 1);
@@ -159,18 +169,33 @@ void BLOCKS::WriteOut(DXFWriter& w, int32_t& handle) const {
     w.BeginSection();
     w.WriteString(2, "BLOCKS");
     WriteDefaultBlocks(w, handle);
-    for (const BLOCK_BLOCK& b : *this) WriteBlock(w, b, handle);
+    // Block i after the default ones is owned by record i of that count.
+    std::size_t record = 0;
+    if (!hasBlockNamedLower(*this, "*model_space")) ++record;
+    if (!hasBlockNamedLower(*this, "*paper_space")) ++record;
+    for (const BLOCK_BLOCK& b : *this) {
+        OwnerScope owned(w, recordHandle(w, record++));
+        WriteBlock(w, b, handle);
+    }
     w.EndSection();
 }
 
 void BLOCKS::WriteDefaultBlocks(DXFWriter& w, int32_t& handle) const {
-    if (!hasBlockNamedLower(*this, "*model_space")) writeDefaultBlock(w, handle, "*MODEL_SPACE", false);
-    if (!hasBlockNamedLower(*this, "*paper_space")) writeDefaultBlock(w, handle, "*PAPER_SPACE", true);
+    std::size_t record = 0;
+    if (!hasBlockNamedLower(*this, "*model_space")) {
+        OwnerScope owned(w, recordHandle(w, record++));
+        writeDefaultBlock(w, handle, "*MODEL_SPACE", false);
+    }
+    if (!hasBlockNamedLower(*this, "*paper_space")) {
+        OwnerScope owned(w, recordHandle(w, record++));
+        writeDefaultBlock(w, handle, "*PAPER_SPACE", true);
+    }
 }
 
 void BLOCKS::WriteBlock(DXFWriter& w, const BLOCK_BLOCK& b, int32_t& handle) {
     w.WriteString(0, "BLOCK");
     w.WriteHandle(5, NextHandle(handle));
+    w.WriteOwner();
     w.WriteString(100, "AcDbEntity");
     w.WriteString(8, b.LayerName);
     w.WriteString(100, "AcDbBlockBegin");
@@ -194,6 +219,7 @@ void BLOCKS::WriteBlock(DXFWriter& w, const BLOCK_BLOCK& b, int32_t& handle) {
     writeIfPresent(w, b.ATTDEFS, handle);
     w.WriteString(0, "ENDBLK");
     w.WriteHandle(5, NextHandle(handle));
+    w.WriteOwner();
     w.WriteString(100, "AcDbEntity");
     w.WriteString(8, b.LayerName);
     w.WriteString(100, "AcDbBlockEnd");

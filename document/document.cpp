@@ -1,6 +1,7 @@
 #include "document/document.h"
 
 #include "diagnostics/call_log.h"
+#include "document/standard_save.h"
 #include "io/text.h"
 
 namespace ormavec {
@@ -65,7 +66,8 @@ void DXFDocument::Save(const std::string& fileName) {
     writer.SetUtf8Output(saveMode_ == ::ormavec::SaveMode::Standard && header_->AcadVer() >= 1021);
     writer.OpenOutput(fileName);
     Trace("DXFDocument.Save 2");
-    header_->WriteOut(writer);
+    const bool standard = saveMode_ == ::ormavec::SaveMode::Standard;
+    header_->WriteOut(writer, standard ? PrepareStandardSave(writer, *tables_, *blocks_, *entities_) : 0);
     Trace("DXFDocument.Save 3");
     WriteClasses(writer);
     Trace("DXFDocument.Save 4");

@@ -123,6 +123,7 @@ void ENTITIES::ReadSection(DXFReader& reader) {
 }
 
 void ENTITIES::WriteOut(DXFWriter& writer, int32_t& handle) const {
+    OwnerScope modelSpace(writer, writer.StandardLinks().modelSpaceRecord);
     writer.BeginSection();
     writer.WriteString(2, "ENTITIES");
     arcs_->WriteOut(writer, handle);

@@ -72,16 +72,19 @@ void HEADER::ReadSection(DXFReader& reader) {
     }
 }
 
-void HEADER::WriteOut(DXFWriter& w) const {
+void HEADER::WriteOut(DXFWriter& w, int32_t handleSeed) const {
+    // A standard file declares the version of the structure written, which
+    // has handles and subclass markers from AC1015 on; the model keeps its own.
+    const int32_t version = w.IsStandard() && acadVer_ < 1015 ? 1015 : acadVer_;
     Trace("Header.WriteOut >>>");
     w.BeginSection();
     Trace("Header.WriteOut 1");
     w.WriteString(2, "HEADER");
     Trace("Header.WriteOut 2");
-    if (acadVer_ != 0) {
+    if (version != 0) {
         w.WriteString(9, "$ACADVER");
         Trace("Header.WriteOut 3");
-        w.WriteString(1, versionText(acadVer_));
+        w.WriteString(1, versionText(version));
         Trace("Header.WriteOut 4");
         w.WriteString(9, "$ACADMAINTVER");
         Trace("Header.WriteOut 5");
@@ -89,7 +92,9 @@ void HEADER::WriteOut(DXFWriter& w) const {
         Trace("Header.WriteOut 6");
         w.WriteString(9, "$DWGCODEPAGE");
         Trace("Header.WriteOut 7");
-        w.WriteString(3, "ANSI_1250");
+        // A standard file names the code page its bytes are in; the classic
+        // output always names 1250.
+        w.WriteString(3, w.IsStandard() && w.GetCodePage() == CodePage::Windows1252 ? "ANSI_1252" : "ANSI_1250");
         Trace("Header.WriteOut 8");
     }
     w.WriteString(9, "$EXTMIN");
@@ -108,7 +113,10 @@ void HEADER::WriteOut(DXFWriter& w) const {
     w.WriteString(9, "$HANDLING");
     w.WriteInteger(70, 0);
     w.WriteString(9, "$HANDSEED");
-    w.WriteInteger(5, 999999);
+    if (w.IsStandard())
+        w.WriteHandle(5, handleSeed);
+    else
+        w.WriteInteger(5, 999999);
     w.EndSection();
     Trace("Header.WriteOut <<<");
 }

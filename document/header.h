@@ -28,7 +28,9 @@ public:
 
     // Reads the section after its 2/"HEADER" pair up to "ENDSEC".
     void ReadSection(DXFReader& reader);
-    void WriteOut(DXFWriter& writer) const;
+    // A Standard save passes the handle seed: a value above every handle of
+    // the file.
+    void WriteOut(DXFWriter& writer, int32_t handleSeed = 0) const;
 
     // The number in a version text: from its first digit on ("AC1015" gives
     // 1015); 0 when it has no digit.

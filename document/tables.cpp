@@ -14,17 +14,28 @@ bool hasBlockNamedLower(const BLOCKS& blocks, std::string_view lowerName) {
     return false;
 }
 
-void writeBlockRecordEntry(DXFWriter& w, int32_t& handle, std::string_view name) {
+// Returns the entry's handle. In a Standard save a model or paper space
+// record also takes the handle of its layout object and links to it.
+int32_t writeBlockRecordEntry(DXFWriter& w, int32_t& handle, std::string_view name, bool modelSpace) {
+    const int32_t entry = NextHandle(handle);
     w.WriteString(0, "BLOCK_RECORD");
-    w.WriteHandle(5, NextHandle(handle));
+    w.WriteHandle(5, entry);
+    w.WriteOwner();
     w.WriteString(100, "AcDbSymbolTableRecord");
     w.WriteString(100, "AcDbBlockTableRecord");
     w.WriteString(2, name);
+    if (w.IsStandard() && (modelSpace || LowerCase(name).starts_with("*paper_space"))) {
+        const int32_t layout = NextHandle(handle);
+        w.WriteHandle(340, layout);
+        w.StandardLinks().layouts.push_back({entry, layout});
+    }
+    return entry;
 }
 
 void writeEmptyTable(DXFWriter& w, int32_t& handle, std::string_view name) {
     w.WriteString(2, name);
     w.WriteHandle(5, NextHandle(handle));
+    w.WriteOwner();
     w.WriteString(100, "AcDbSymbolTable");
     w.WriteInteger(70, 0);
 }
@@ -65,6 +76,7 @@ void TABLES::EndTable(DXFWriter& w) { w.WriteString(0, "ENDTAB"); }
 void TABLES::WriteOut(DXFWriter& w, const BLOCKS& blocks, int32_t& handle, double viewCenterX, double viewCenterY,
                       double viewHeight) const {
     Trace("Tables.WriteOut >>>");
+    OwnerScope tableHeads(w, 0);  // tables belong to no object
     w.BeginSection();
     Trace("Tables.WriteOut 1");
     BeginTables(w);
@@ -115,6 +127,8 @@ void TABLES::WriteVport(DXFWriter& w, int32_t& handle, double viewCenterX, doubl
     int32_t h = NextHandle(handle);
     Trace("Tables.WriteVport 2");
     w.WriteHandle(5, h);
+    w.WriteOwner();
+    OwnerScope entries(w, h);
     Trace("Tables.WriteVport 3");
     w.WriteString(100, "AcDbSymbolTable");
     Trace("Tables.WriteVport 4");
@@ -125,6 +139,7 @@ void TABLES::WriteVport(DXFWriter& w, int32_t& handle, double viewCenterX, doubl
     h = NextHandle(handle);
     Trace("Tables.WriteVport 7");
     w.WriteHandle(5, h);
+    w.WriteOwner();
     Trace("Tables.WriteVport 8");
     w.WriteString(100, "AcDbSymbolTableRecord");
     Trace("Tables.WriteVport 9");
@@ -179,11 +194,15 @@ void TABLES::WriteUcs(DXFWriter& w, int32_t& handle) { writeEmptyTable(w, handle
 
 void TABLES::WriteAppid(DXFWriter& w, int32_t& handle) {
     w.WriteString(2, "APPID");
-    w.WriteHandle(5, NextHandle(handle));
+    const int32_t table = NextHandle(handle);
+    w.WriteHandle(5, table);
+    w.WriteOwner();
+    OwnerScope entries(w, table);
     w.WriteString(100, "AcDbSymbolTable");
     w.WriteInteger(70, 1);
     w.WriteString(0, "APPID");
     w.WriteHandle(5, NextHandle(handle));
+    w.WriteOwner();
     w.WriteString(100, "AcDbSymbolTableRecord");
     w.WriteString(100, "AcDbRegAppTableRecord");
     w.WriteString(2, "ACAD");
@@ -202,6 +221,7 @@ void TABLES::WriteDimstyle(DXFWriter& w, int32_t& handle) {
     w.WriteString(0, "DIMSTYLE");
     // A DIMSTYLE entry carries its handle under 105, not 5.
     w.WriteHandle(105, NextHandle(handle));
+    if (w.IsStandard()) w.WriteHandle(330, table);
     w.WriteString(100, "AcDbSymbolTableRecord");
     w.WriteString(100, "AcDbDimStyleTableRecord");
     w.WriteString(2, "STANDARD");
@@ -212,6 +232,7 @@ void TABLES::WriteDimstyle(DXFWriter& w, int32_t& handle) {
 void TABLES::WriteBlockRecordHead(DXFWriter& w, const BLOCKS& blocks, int32_t& handle) {
     w.WriteString(2, "BLOCK_RECORD");
     w.WriteHandle(5, NextHandle(handle));
+    w.WriteOwner();
     w.WriteString(100, "AcDbSymbolTable");
     // Counts the blocks only: the two space entries below may come on top.
     w.WriteInteger(70, blocks.Count());
@@ -219,9 +240,24 @@ void TABLES::WriteBlockRecordHead(DXFWriter& w, const BLOCKS& blocks, int32_t& h
 
 void TABLES::WriteBlockRecord(DXFWriter& w, const BLOCKS& blocks, int32_t& handle) {
     WriteBlockRecordHead(w, blocks, handle);
-    if (!hasBlockNamedLower(blocks, "*model_space")) writeBlockRecordEntry(w, handle, "*MODEL_SPACE");
-    if (!hasBlockNamedLower(blocks, "*paper_space")) writeBlockRecordEntry(w, handle, "*PAPER_SPACE");
-    for (const BLOCK_BLOCK& b : blocks) writeBlockRecordEntry(w, handle, b.BlockName);
+    OwnerScope entries(w, handle);
+    // Kept in the order the BLOCKS section writes the blocks, which take
+    // these records as their owners.
+    DXFWriter::Links& links = w.StandardLinks();
+    links.blockRecords.clear();
+    links.layouts.clear();
+    int32_t modelSpace = 0;
+    if (!hasBlockNamedLower(blocks, "*model_space"))
+        links.blockRecords.push_back(modelSpace = writeBlockRecordEntry(w, handle, "*MODEL_SPACE", true));
+    if (!hasBlockNamedLower(blocks, "*paper_space"))
+        links.blockRecords.push_back(writeBlockRecordEntry(w, handle, "*PAPER_SPACE", false));
+    for (const BLOCK_BLOCK& b : blocks) {
+        // Only the first model space block is the model space.
+        const bool isModel = w.IsStandard() && modelSpace == 0 && EqualsNoCase(b.BlockName, "*MODEL_SPACE");
+        links.blockRecords.push_back(writeBlockRecordEntry(w, handle, b.BlockName, isModel));
+        if (isModel) modelSpace = links.blockRecords.back();
+    }
+    links.modelSpaceRecord = modelSpace;
 }
 
 }  // namespace ormavec

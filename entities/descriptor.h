@@ -129,7 +129,8 @@ struct W {
         o.text = text;
         return o;
     }
-    // Group 5 with the next handle of the save.
+    // Group 5 with the next handle of the save (and, in Standard saves, 330
+    // with the writer's owner).
     static Op Handle() {
         Op o;
         o.kind = Op::Kind::Handle;
@@ -250,7 +251,10 @@ void WriteDescribed(DXFWriter& writer, const Description<T>& d, const T& r, int3
         if (op.when && !op.when(r)) continue;
         switch (op.kind) {
         case WriteOp<T>::Kind::Text: writer.WriteString(op.code, op.text); break;
-        case WriteOp<T>::Kind::Handle: writer.WriteHandle(op.code, NextHandle(handle)); break;
+        case WriteOp<T>::Kind::Handle:
+            writer.WriteHandle(op.code, NextHandle(handle));
+            writer.WriteOwner();
+            break;
         case WriteOp<T>::Kind::String: {
             const std::string& s = r.*op.str;
             writer.WriteString(op.code, (op.fallback && s.empty()) ? op.text : std::string_view(s));

@@ -132,9 +132,18 @@ void WriteEntity(DXFWriter& writer, const POLYLINE_ENT& record, int32_t& handle)
     if (record.Vertices.empty())
         RaiseError(err::SubscriptOutOfRange, "POLYLINES", "Subscript out of range: the polyline has no vertices to write");
     entity::WriteDescribed(writer, entity::PolylineDescription(), record, handle);
+    OwnerScope owned(writer, handle);  // the polyline's own handle, its only one so far
     for (const VERTEX_ENT& v : record.Vertices) WriteVertex(writer, v, record, handle);
     for (const VERTEX_ENT& v : record.CommandVertices) WriteVertex(writer, v, record, handle);
     writer.WriteString(0, "SEQEND");
+    if (writer.IsStandard()) {
+        // Handle and owner first, and the polyline's layer, as for every entity.
+        writer.WriteHandle(5, NextHandle(handle));
+        writer.WriteOwner();
+        writer.WriteString(100, "AcDbEntity");
+        writer.WriteString(8, record.Layer.empty() ? std::string_view("0") : std::string_view(record.Layer));
+        return;
+    }
     writer.WriteString(100, "AcDbEntity");
     writer.WriteHandle(5, NextHandle(handle));
 }
@@ -142,6 +151,7 @@ void WriteEntity(DXFWriter& writer, const POLYLINE_ENT& record, int32_t& handle)
 void WriteVertex(DXFWriter& writer, const VERTEX_ENT& vertex, const POLYLINE_ENT& owner, int32_t& handle) {
     writer.WriteString(0, "VERTEX");
     writer.WriteHandle(5, NextHandle(handle));
+    writer.WriteOwner();
     writer.WriteString(100, "AcDbEntity");
     writer.WriteString(8, owner.Layer.empty() ? std::string_view("0") : std::string_view(owner.Layer));
     writer.WriteString(6, owner.LineType.empty() ? std::string_view("Continuous") : std::string_view(owner.LineType));

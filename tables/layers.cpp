@@ -33,13 +33,17 @@ void LAYERS::ReadTable(DXFReader& reader) {
 
 void LAYERS::WriteOut(DXFWriter& w, int32_t& handle) const {
     w.WriteString(2, "LAYER");
-    w.WriteHandle(5, NextHandle(handle));
+    const int32_t table = NextHandle(handle);
+    w.WriteHandle(5, table);
+    w.WriteOwner();
+    OwnerScope entries(w, table);
     w.WriteString(100, "AcDbSymbolTable");
     w.WriteInteger(70, Count());
     if (IndexOfName("0") < 0) {
         // The layer every drawing must have; not counted in the head.
         w.WriteString(0, "LAYER");
         w.WriteHandle(5, NextHandle(handle));
+        w.WriteOwner();
         w.WriteString(100, "AcDbSymbolTableRecord");
         w.WriteString(100, "AcDbLayerTableRecord");
         w.WriteInteger(2, 0);
@@ -51,6 +55,7 @@ void LAYERS::WriteOut(DXFWriter& w, int32_t& handle) const {
     for (const LAYERS_TAB& r : *this) {
         w.WriteString(0, "LAYER");
         w.WriteHandle(5, NextHandle(handle));
+        w.WriteOwner();
         w.WriteString(100, "AcDbSymbolTableRecord");
         w.WriteString(100, "AcDbLayerTableRecord");
         w.WriteString(2, r.LayerName);

@@ -11,6 +11,7 @@ bool sameLower(std::string_view name, std::string_view lower) { return LowerCase
 void writeFixed(DXFWriter& w, int32_t& handle, std::string_view name) {
     w.WriteString(0, "LTYPE");
     w.WriteHandle(5, NextHandle(handle));
+    w.WriteOwner();
     w.WriteString(100, "AcDbSymbolTableRecord");
     w.WriteString(100, "AcDbLinetypeTableRecord");
     w.WriteString(2, name);
@@ -57,7 +58,10 @@ void LTYPES::WriteByLayer(DXFWriter& w, int32_t& handle) { writeFixed(w, handle,
 
 void LTYPES::WriteOut(DXFWriter& w, int32_t& handle) const {
     w.WriteString(2, "LTYPE");
-    w.WriteHandle(5, NextHandle(handle));
+    const int32_t table = NextHandle(handle);
+    w.WriteHandle(5, table);
+    w.WriteOwner();
+    OwnerScope entries(w, table);
     w.WriteString(100, "AcDbSymbolTable");
     w.WriteInteger(70, Count());
     bool hasByBlock = false, hasByLayer = false;
@@ -70,6 +74,7 @@ void LTYPES::WriteOut(DXFWriter& w, int32_t& handle) const {
     for (const LTYPES_TAB& r : *this) {
         w.WriteString(0, "LTYPE");
         w.WriteHandle(5, NextHandle(handle));
+        w.WriteOwner();
         w.WriteString(100, "AcDbSymbolTableRecord");
         w.WriteString(100, "AcDbLinetypeTableRecord");
         w.WriteString(2, r.LineTypeName);

@@ -2,6 +2,27 @@
 
 namespace ormavec {
 
+namespace {
+
+void writeEntry(DXFWriter& w, const STYLES_TAB& r, int32_t& handle) {
+    w.WriteString(0, "STYLE");
+    w.WriteHandle(5, NextHandle(handle));
+    w.WriteOwner();
+    w.WriteString(100, "AcDbSymbolTableRecord");
+    w.WriteString(100, "AcDbTextStyleTableRecord");
+    w.WriteString(2, r.StyleName);
+    w.WriteString(3, r.FontName);
+    w.WriteString(4, "");
+    w.WriteDouble(41, r.Width);
+    w.WriteDouble(50, r.Angle);
+    w.WriteDouble(42, r.LastHeight);
+    w.WriteDouble(40, r.Height);
+    w.WriteInteger(71, r.TextFlag);
+    w.WriteInteger(70, r.Flag);
+}
+
+}  // namespace
+
 STYLES_TAB STYLES::ReadEntity(DXFReader& reader) {
     STYLES_TAB r;
     r.StyleName = "Standard";
@@ -36,23 +57,22 @@ void STYLES::ReadTable(DXFReader& reader) {
 
 void STYLES::WriteOut(DXFWriter& w, int32_t& handle) const {
     w.WriteString(2, "STYLE");
-    w.WriteHandle(5, NextHandle(handle));
+    const int32_t table = NextHandle(handle);
+    w.WriteHandle(5, table);
+    w.WriteOwner();
+    OwnerScope entries(w, table);
     w.WriteString(100, "AcDbSymbolTable");
     w.WriteInteger(70, Count());
-    for (const STYLES_TAB& r : *this) {
-        w.WriteString(0, "STYLE");
-        w.WriteHandle(5, NextHandle(handle));
-        w.WriteString(100, "AcDbSymbolTableRecord");
-        w.WriteString(100, "AcDbTextStyleTableRecord");
-        w.WriteString(2, r.StyleName);
-        w.WriteString(3, r.FontName);
-        w.WriteString(4, "");
-        w.WriteDouble(41, r.Width);
-        w.WriteDouble(50, r.Angle);
-        w.WriteDouble(42, r.LastHeight);
-        w.WriteDouble(40, r.Height);
-        w.WriteInteger(71, r.TextFlag);
-        w.WriteInteger(70, r.Flag);
+    for (const STYLES_TAB& r : *this) writeEntry(w, r, handle);
+    // A standard file defines every style its texts name: those the table
+    // lacks get the font txt.shx and a width factor of 1.
+    if (!w.IsStandard()) return;
+    for (const std::string& name : w.StandardLinks().extraStyles) {
+        STYLES_TAB r;
+        r.StyleName = name;
+        r.FontName = "txt.shx";
+        r.Width = 1.0;
+        writeEntry(w, r, handle);
     }
 }
 

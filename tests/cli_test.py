@@ -150,6 +150,68 @@ class Convert(unittest.TestCase):
             self.assertIn(word, out)
 
 
+# A drawing of the old kind: no handles, no subclass markers, no owners.
+R12 = (b"0\r\nSECTION\r\n2\r\nHEADER\r\n9\r\n$ACADVER\r\n1\r\nAC1009\r\n0\r\nENDSEC\r\n"
+       b"0\r\nSECTION\r\n2\r\nENTITIES\r\n"
+       b"0\r\nLINE\r\n8\r\nWALLS\r\n10\r\n0\r\n20\r\n0\r\n30\r\n0\r\n11\r\n4\r\n21\r\n3\r\n31\r\n0\r\n"
+       b"0\r\nPOLYLINE\r\n8\r\n0\r\n66\r\n1\r\n70\r\n1\r\n"
+       b"0\r\nVERTEX\r\n8\r\n0\r\n10\r\n0\r\n20\r\n0\r\n"
+       b"0\r\nVERTEX\r\n8\r\n0\r\n10\r\n1\r\n20\r\n1\r\n"
+       b"0\r\nSEQEND\r\n8\r\n0\r\n0\r\nENDSEC\r\n0\r\nEOF\r\n")
+
+
+def pairs(data):
+    lines = data.decode("ascii").split("\r\n")
+    return [(int(lines[i]), lines[i + 1]) for i in range(0, len(lines) - 1, 2)]
+
+
+class SaveModes(unittest.TestCase):
+    def convert(self, *options):
+        with tempfile.TemporaryDirectory() as d:
+            src, dst = os.path.join(d, "r12.dxf"), os.path.join(d, "out.dxf")
+            with open(src, "wb") as f:
+                f.write(R12)
+            code, out, err = run("convert", *options, src, dst)
+            self.assertEqual((code, out, err), (0, "", ""))
+            with open(dst, "rb") as f:
+                data = f.read()
+            if options:
+                return data, None
+            import ezdxf  # an independent reader, for the default (standard) output only
+            doc = ezdxf.readfile(dst)
+            auditor = doc.audit()
+            return data, (len(auditor.errors), len(auditor.fixes), len(doc.modelspace()))
+
+    def test_default_is_standard(self):
+        data, audit = self.convert()
+        p = pairs(data)
+        self.assertEqual(p[p.index((9, "$ACADVER")) + 1], (1, "AC1015"))
+        seed = int(p[p.index((9, "$HANDSEED")) + 1][1], 16)
+        body = p[p.index((0, "ENDSEC")):]  # after the header, whose $HANDSEED is a 5 too
+        handles = [int(v, 16) for c, v in body if c in (5, 105)]
+        self.assertEqual(len(handles), len(set(handles)))
+        self.assertGreater(seed, max(handles))
+        line = p.index((0, "LINE"))
+        self.assertEqual(p[line + 2][0], 330)
+        self.assertEqual(audit, (0, 0, 2))
+
+    def test_classic_keeps_the_old_structure(self):
+        data, _ = self.convert("--classic")
+        p = pairs(data)
+        self.assertEqual(p[p.index((9, "$ACADVER")) + 1], (1, "AC1009"))
+        self.assertEqual(p[p.index((9, "$HANDSEED")) + 1], (5, "999999"))
+        line = p.index((0, "LINE"))
+        self.assertEqual([c for c, _ in p[line:line + 3]], [0, 5, 100])
+        self.assertEqual(self.convert("--classic", "--utf8")[0], data)  # ASCII: the repair changes nothing
+
+    def test_classic_is_for_convert_only(self):
+        code, out, err = run("info", "--classic", EXAMPLE)
+        self.assertEqual((code, out), (2, ""))
+        self.assertIn("--classic", err)
+        code, out, _ = run("convert", "--help")
+        self.assertIn("--classic", out)
+
+
 if __name__ == "__main__":
     ORMAVEC = sys.argv.pop(1)
     unittest.main(verbosity=2)

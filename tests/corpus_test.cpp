@@ -2,10 +2,13 @@
 // names the file and the line, when the manifest marks it broken or it is one
 // of the few known failures below), survives a
 // save and a reload field by field, and saving the reloaded model gives the
-// same bytes again. The first saves stay in the build folder, with a JSON of
-// our counts, for the check with an independent reader (ezdxf_check.py).
+// same bytes again. Each drawing is also saved in the Standard mode, which
+// must load back as the same model. The first saves of both modes stay in the
+// build folder, each with a JSON of our counts, for the check with an
+// independent reader (ezdxf_check.py).
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cctype>
 #include <cstdio>
 #include <filesystem>
@@ -26,6 +29,7 @@ namespace {
 
 const fs::path kCorpus = fs::path(ORMAVEC_SOURCE_DIR) / ".." / "shared" / "corpus";
 const fs::path kSaved = fs::path(ORMAVEC_BINARY_DIR) / "corpus_saved";
+const fs::path kSavedStandard = fs::path(ORMAVEC_BINARY_DIR) / "corpus_saved_standard";
 
 // Feature words of the manifest that mark a file as not loadable.
 bool MarksBroken(const std::string& features) {
@@ -158,7 +162,8 @@ private:
 };
 
 struct Tally {
-    int files = 0, loaded = 0, failedAsExpected = 0, roundTripsEqual = 0, settled = 0, firstSaveStable = 0;
+    int files = 0, loaded = 0, failedAsExpected = 0, roundTripsEqual = 0, settled = 0, firstSaveStable = 0,
+        standardSame = 0;
 };
 
 constexpr int kMaxRounds = 4;
@@ -208,11 +213,19 @@ TEST(CorpusTest, RoundTripsEveryFile) {
     std::error_code ec;
     fs::remove_all(kSaved, ec);
     fs::create_directories(kSaved / "resaved");
+    fs::remove_all(kSavedStandard, ec);
+    fs::create_directories(kSavedStandard);
 
     // Hatches inside blocks are read only from version mode 6 on.
     VersionModeScope mode(6);
     Tally t;
-    std::string counts = "[";
+    std::string counts = "[", standardCounts = "[";
+    auto countsEntry = [](const fs::path& saved, const std::string& rel, const std::string& source, int32_t acadver,
+                          const ormavec::DXFDocument& model) {
+        return "{\"saved\":" + Json(saved.filename().string()) + ",\"source\":" + Json(rel) +
+               ",\"source_path\":" + Json(source) + ",\"acadver\":" + std::to_string(acadver) +
+               ",\"model\":" + CountsJson(model) + "}";
+    };
 
     for (const fs::path& path : files) {
         ++t.files;
@@ -257,8 +270,44 @@ TEST(CorpusTest, RoundTripsEveryFile) {
         }
 
         if (counts.size() > 1) counts += ",\n";
-        counts += "{\"saved\":" + Json(saved.filename().string()) + ",\"source\":" + Json(rel) + ",\"source_path\":" + Json(name) +
-                  ",\"acadver\":" + std::to_string(first.HEADER()->AcadVer()) + ",\"model\":" + CountsJson(first) + "}";
+        counts += countsEntry(saved, rel, name, first.HEADER()->AcadVer(), first);
+
+        // The opt-in path: read with Auto, save Standard, read with Auto again.
+        // The model must come back the same; only the version it declares and
+        // the text styles that texts name and the table lacked may differ.
+        const fs::path savedStandard = kSavedStandard / flat;
+        ormavec::DXFDocument source;
+        ormavec::DXFDocument standard;
+        source.SetTextConvertMode(ormavec::TextConvertMode::Auto);
+        standard.SetTextConvertMode(ormavec::TextConvertMode::Auto);
+        bool standardLoaded = false;
+        try {
+            source.Load(name);
+            source.SetSaveMode(ormavec::SaveMode::Standard);
+            source.Save(savedStandard.string());
+            standard.Load(savedStandard.string());
+            standardLoaded = true;
+        } catch (const std::exception& e) {
+            ADD_FAILURE() << rel << ": Auto load, Standard save or reload failed: " << e.what();
+        }
+        const int32_t written = std::max<int32_t>(source.HEADER()->AcadVer(), 1015);
+        EXPECT_EQ(standard.HEADER()->AcadVer(), written) << rel;
+        if (standardCounts.size() > 1) standardCounts += ",\n";
+        standardCounts += countsEntry(savedStandard, rel, name, written, source);
+        if (standardLoaded) {
+            standard.HEADER()->SetAcadVer(source.HEADER()->AcadVer());
+            ormavec::STYLES& styles = *standard.TABLES()->STYLES();
+            for (int32_t i = styles.Count() - 1; i >= 0; --i)
+                if (source.TABLES()->STYLES()->IndexOfName(styles.Item(i).StyleName) < 0) styles.Delete(i);
+            ormavec::testing::CompareOptions kept;
+            kept.textKept = true;
+            ormavec::testing::ModelComparer same(kept);
+            const std::vector<std::string> diffs = same.Compare(source, standard);
+            if (diffs.empty())
+                ++t.standardSame;
+            else
+                ADD_FAILURE() << rel << ": the Standard save loads other than the model saved: " << diffs.front();
+        }
 
         ormavec::testing::ModelComparer comparer;
         const std::vector<std::string> diffs = comparer.Compare(first, second);
@@ -291,10 +340,12 @@ TEST(CorpusTest, RoundTripsEveryFile) {
     }
     counts += "]\n";
     std::ofstream(kSaved / "counts.json", std::ios::binary) << counts;
+    standardCounts += "]\n";
+    std::ofstream(kSavedStandard / "counts.json", std::ios::binary) << standardCounts;
 
     std::printf("corpus: %d files, %d loaded, %d expected failures, %d round-trips equal, %d saves settle to the same "
-                "bytes (%d already at the first save)\n",
-                t.files, t.loaded, t.failedAsExpected, t.roundTripsEqual, t.settled, t.firstSaveStable);
+                "bytes (%d already at the first save), %d Auto-loaded models come back equal from a Standard save\n",
+                t.files, t.loaded, t.failedAsExpected, t.roundTripsEqual, t.settled, t.firstSaveStable, t.standardSame);
 }
 
 }  // namespace

@@ -3,12 +3,19 @@
 and checks that it reads them strictly, that its auditor finds no error, and
 that it sees the entities we wrote.
 
-    ezdxf_check.py FOLDER
+    ezdxf_check.py FOLDER [STANDARD_FOLDER]
 
-FOLDER holds the saved files and counts.json, written by the corpus test:
-one entry per saved file with its $ACADVER and the counts of the model that
-was saved. Only files of version AC1015 or later are checked; the older
-versions have no handles and subclass markers that ezdxf could rely on.
+Each folder holds the saved files and counts.json, written by the corpus
+test: one entry per saved file with its $ACADVER and the counts of the model
+that was saved. FOLDER holds the Classic saves: only files of version AC1015
+or later are checked there, as the older versions have no handles and
+subclass markers that ezdxf could rely on. STANDARD_FOLDER holds the Standard
+saves of the same drawings: every one of them must be read strictly, audited
+without an error and without a fix, and show our entities, unless ezdxf
+cannot read the drawing we started from either.
+
+For each mode one line reports how many saved files ezdxf reads strictly and
+audits with zero errors and zero fixes; for Classic it is informational.
 """
 
 import collections
@@ -95,20 +102,73 @@ def readable(path):
         return False
 
 
+def clean(path):
+    """Read strictly, and audited with zero errors and zero fixes."""
+    try:
+        doc = ezdxf.readfile(path)
+        auditor = doc.audit()
+    except Exception:
+        return False
+    return not auditor.errors and not auditor.fixes
+
+
+def load_entries(folder):
+    listing = os.path.join(folder, "counts.json")
+    if not os.path.exists(listing):
+        return None
+    with open(listing, encoding="utf-8") as f:
+        return json.load(f)
+
+
+def clean_count(mode, folder, entries, unreadable_sources):
+    n = sum(1 for entry in entries if clean(os.path.join(folder, entry["saved"])))
+    print("ezdxf %s: %d of %d saved files read strictly with zero audit errors and zero fixes "
+          "(%d not read whose source ezdxf cannot read either)" % (mode, n, len(entries), unreadable_sources))
+    return n
+
+
+def check_standard(folder, entries):
+    """Every Standard save must pass in full. Returns the number that failed
+    and the number whose source ezdxf cannot read either."""
+    failed = unreadable = 0
+    for entry in entries:
+        try:
+            problems, fixes = check(folder, entry)
+        except Exception as e:
+            if not readable(entry.get("source_path")):
+                unreadable += 1
+                print("skip standard %s: ezdxf cannot read the source drawing either (%s)"
+                      % (entry["source"], type(e).__name__))
+                continue
+            problems, fixes = ["ezdxf could not read it: %s: %s" % (type(e).__name__, e)], 0
+        if fixes:
+            problems.append("the auditor made %d fixes" % fixes)
+        if problems:
+            failed += 1
+            print("FAIL standard %s" % entry["source"])
+            for p in problems[:10]:
+                print("     %s" % p)
+    return failed, unreadable
+
+
 def main():
-    if len(sys.argv) != 2:
+    if len(sys.argv) not in (2, 3):
         print(__doc__)
         return 2
     folder = sys.argv[1]
-    listing = os.path.join(folder, "counts.json")
-    if not os.path.exists(listing):
+    entries = load_entries(folder)
+    if entries is None:
         # The corpus test writes it; without the corpus there is nothing to read.
-        print("ezdxf_check: skipped: %s is missing (no corpus, or its test did not run)" % listing)
+        print("ezdxf_check: skipped: %s is missing (no corpus, or its test did not run)"
+              % os.path.join(folder, "counts.json"))
         return 77
-    with open(listing, encoding="utf-8") as f:
-        entries = json.load(f)
+    standard_folder = sys.argv[2] if len(sys.argv) == 3 else None
+    standard_entries = load_entries(standard_folder) if standard_folder else None
+    if standard_folder and standard_entries is None:
+        print("ezdxf_check: %s is missing" % os.path.join(standard_folder, "counts.json"))
+        return 1
 
-    passed = failed = skipped = 0
+    passed = failed = skipped = skipped_unreadable = 0
     for entry in entries:
         name = entry["source"]
         if entry["acadver"] < 1015:
@@ -120,6 +180,7 @@ def main():
             if not readable(entry.get("source_path")):
                 # ... unless ezdxf cannot read the drawing we started from either.
                 skipped += 1
+                skipped_unreadable += 1
                 print("skip %s: ezdxf cannot read the source drawing either (%s)" % (name, type(e).__name__))
                 continue
             problems, fixes = ["ezdxf could not read it: %s: %s" % (type(e).__name__, e)], 0
@@ -136,7 +197,14 @@ def main():
     print("ezdxf_check: %d files checked, %d skipped (older than AC1015, or unreadable to ezdxf at the source)"
           % (passed + failed, skipped))
     print("ezdxf: %d passed, %d failed" % (passed, failed))
-    return 1 if failed else 0
+    clean_count("Classic", folder, entries, skipped_unreadable)
+    standard_failed = 0
+    if standard_entries is not None:
+        standard_failed, unreadable = check_standard(standard_folder, standard_entries)
+        n = clean_count("Standard", standard_folder, standard_entries, unreadable)
+        if n + unreadable < len(standard_entries):
+            standard_failed = max(standard_failed, len(standard_entries) - unreadable - n)
+    return 1 if failed or standard_failed else 0
 
 
 if __name__ == "__main__":

@@ -32,6 +32,9 @@ struct CompareOptions {
     Mode mode = Mode::AfterSave;
     // The code page of the saved file and of the second load (AfterSave).
     CodePage codePage = CodePage::Windows1250;
+    // The save wrote every character (a Standard save read back with Auto),
+    // so texts lose nothing to the code page.
+    bool textKept = false;
     // Whether the second load read the hatches of blocks (version mode 6 or
     // more); when not, the blocks of `actual` hold no hatch.
     bool hatchesRead = true;
@@ -73,10 +76,14 @@ public:
     // given) and reading it back gives.
     std::string SavedText(std::string_view s, const char* fallback = nullptr) const {
         if (s.empty() && fallback) s = fallback;
-        std::string bytes;
-        EncodeAppend(bytes, s, o_.codePage);
         std::string text;
-        DecodeAppend(text, bytes, o_.codePage);
+        if (o_.textKept) {
+            text = s;
+        } else {
+            std::string bytes;
+            EncodeAppend(bytes, s, o_.codePage);
+            DecodeAppend(text, bytes, o_.codePage);
+        }
         std::string_view v = text;
         while (!v.empty() && v.front() == ' ') v.remove_prefix(1);
         while (!v.empty() && v.back() == ' ') v.remove_suffix(1);

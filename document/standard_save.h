@@ -1,0 +1,20 @@
+// What a Standard save settles before it writes the header: the handle seed,
+// which must lie above every handle of the file although the header comes
+// first, and the text styles that entities name and the table lacks.
+#pragma once
+
+#include <cstdint>
+
+namespace ormavec {
+
+class DXFWriter;
+class TABLES;
+class BLOCKS;
+class ENTITIES;
+
+// Puts the missing text styles on the writer and returns a value above every
+// handle the save will take. Fails with an overflow when the model holds
+// more objects than 32-bit handles can number.
+int32_t PrepareStandardSave(DXFWriter& writer, const TABLES& tables, const BLOCKS& blocks, const ENTITIES& entities);
+
+}  // namespace ormavec
