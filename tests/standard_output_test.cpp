@@ -164,6 +164,32 @@ TEST(StandardOutput, DeclaresTheVersionOfTheStructureWritten) {
     }
 }
 
+// A reader takes the code page of the bytes from $DWGCODEPAGE: a Standard
+// save names the one it wrote, the classic output always 1250.
+TEST(StandardOutput, NamesTheCodePageOfItsBytes) {
+    struct Case {
+        CodePage codePage;
+        SaveMode mode;
+        int32_t acadVer;
+        const char* named;
+    };
+    const Case cases[] = {
+        {CodePage::Windows1250, SaveMode::Standard, 1015, "ANSI_1250"},
+        {CodePage::Windows1252, SaveMode::Standard, 1015, "ANSI_1252"},
+        {CodePage::Windows1252, SaveMode::Standard, 1009, "ANSI_1252"},
+        {CodePage::Windows1252, SaveMode::Standard, 1021, "ANSI_1252"},
+        {CodePage::Windows1252, SaveMode::Classic, 1015, "ANSI_1250"},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(std::string(c.named) + " for AcadVer " + std::to_string(c.acadVer));
+        DXFDocument doc;
+        doc.SetCodePage(c.codePage);
+        doc.HEADER()->SetAcadVer(c.acadVer);
+        const std::string text = SaveText(doc, c.mode);
+        EXPECT_NE(text.find("9\r\n$DWGCODEPAGE\r\n3\r\n" + std::string(c.named) + "\r\n"), std::string::npos);
+    }
+}
+
 TEST(StandardOutput, HandleSeedLiesAboveEveryHandle) {
     struct Case {
         const char* name;
