@@ -1,8 +1,9 @@
-// Appending to and sorting a collection of a million records. The time per
-// add and per comparison are printed in seconds with an SI prefix ("25n" is
+// Appending to, reading and sorting a collection of a million records. The
+// time per add and per comparison are printed in seconds with an SI prefix ("25n" is
 // 25 ns).
 #include <benchmark/benchmark.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <memory>
 #include <random>
@@ -58,6 +59,48 @@ void BM_AddLines(benchmark::State& state) {
                                                       benchmark::Counter::kIsIterationInvariantRate | benchmark::Counter::kInvert);
 }
 BENCHMARK(BM_AddLines)->Unit(benchmark::kMillisecond);
+
+// Reading every record in place, by index and by range-for, in a shuffled
+// order of positions and in storage order.
+void BM_ItemRef(benchmark::State& state) {
+    auto lines = std::make_shared<LINES>();
+    lines->SetArray(ShuffledLines());
+    std::vector<int32_t> order(kRecords);
+    for (int32_t i = 0; i < kRecords; ++i) order[i] = i;
+    if (state.range(0)) std::shuffle(order.begin(), order.end(), std::mt19937(1));
+    for (auto _ : state) {
+        double sum = 0;
+        for (int32_t i : order) sum += lines->ItemRef(i).StartX;
+        benchmark::DoNotOptimize(sum);
+    }
+    state.SetItemsProcessed(state.iterations() * kRecords);
+}
+BENCHMARK(BM_ItemRef)->Arg(0)->Arg(1)->Unit(benchmark::kMillisecond);
+
+// Item get: a copy of each record, as a host reads the list.
+void BM_Item(benchmark::State& state) {
+    auto lines = std::make_shared<LINES>();
+    lines->SetArray(ShuffledLines());
+    for (auto _ : state) {
+        double sum = 0;
+        for (int32_t i = 0; i < kRecords; ++i) sum += lines->Item(i).StartX;
+        benchmark::DoNotOptimize(sum);
+    }
+    state.SetItemsProcessed(state.iterations() * kRecords);
+}
+BENCHMARK(BM_Item)->Unit(benchmark::kMillisecond);
+
+void BM_RangeFor(benchmark::State& state) {
+    auto lines = std::make_shared<LINES>();
+    lines->SetArray(ShuffledLines());
+    for (auto _ : state) {
+        double sum = 0;
+        for (const LINE_ENT& r : *lines) sum += r.StartX;
+        benchmark::DoNotOptimize(sum);
+    }
+    state.SetItemsProcessed(state.iterations() * kRecords);
+}
+BENCHMARK(BM_RangeFor)->Unit(benchmark::kMillisecond);
 
 void BM_SortIComparer(benchmark::State& state) {
     const std::vector<LINE_ENT> input = ShuffledLines();

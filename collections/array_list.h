@@ -16,6 +16,7 @@
 #include <vector>
 
 #include "collections/interfaces.h"
+#include "collections/segmented.h"
 #include "collections/variant.h"
 #include "io/error.h"
 #include "io/number.h"
@@ -49,8 +50,8 @@ namespace detail {
 //
 // makePivot turns the middle record into the pivot that cmp is given (a copy
 // of the record, or a variant holding one for a host comparer).
-template <class T, class MakePivot, class Cmp>
-void QuickSortBy(std::vector<T>& a, int32_t lo0, int32_t hi0, MakePivot&& makePivot, Cmp&& cmp) {
+template <class Store, class MakePivot, class Cmp>
+void QuickSortBy(Store& a, int32_t lo0, int32_t hi0, MakePivot&& makePivot, Cmp&& cmp) {
     std::vector<std::pair<int32_t, int32_t>> stack;
     stack.emplace_back(lo0, hi0);
     while (!stack.empty()) {
@@ -59,19 +60,26 @@ void QuickSortBy(std::vector<T>& a, int32_t lo0, int32_t hi0, MakePivot&& makePi
         const int32_t mid = static_cast<int32_t>(RoundHalfEven((static_cast<double>(lo) + static_cast<double>(hi)) / 2.0));
         const auto pivot = makePivot(a[mid]);
         int32_t i = lo, j = hi;
+        // The scans walk the storage block by block instead of locating
+        // every position anew; the cursors never leave lo..hi.
+        auto at_i = a.begin() + i, at_j = a.begin() + j;
         while (i <= j) {
-            while (cmp(a[i], pivot) < 0) {
+            while (cmp(*at_i, pivot) < 0) {
                 if (i == hi) break;
                 ++i;
+                ++at_i;
             }
-            while (cmp(a[j], pivot) > 0) {
+            while (cmp(*at_j, pivot) > 0) {
                 if (j == lo) break;
                 --j;
+                --at_j;
             }
             if (i <= j) {
-                if (i != j) std::swap(a[i], a[j]);
+                if (i != j) std::swap(*at_i, *at_j);
                 ++i;
                 --j;
+                if (i <= hi) ++at_i;
+                if (j >= lo) --at_j;
             }
         }
         // The right part waits below the left one, as after a recursive call.
@@ -80,9 +88,9 @@ void QuickSortBy(std::vector<T>& a, int32_t lo0, int32_t hi0, MakePivot&& makePi
     }
 }
 
-template <class T, class Cmp>
-void QuickSort(std::vector<T>& a, int32_t lo, int32_t hi, Cmp&& cmp) {
-    QuickSortBy(a, lo, hi, [](const T& r) { return r; }, cmp);
+template <class Store, class Cmp>
+void QuickSort(Store& a, int32_t lo, int32_t hi, Cmp&& cmp) {
+    QuickSortBy(a, lo, hi, [](const typename Store::value_type& r) { return r; }, cmp);
 }
 
 template <class Derived>
@@ -174,13 +182,13 @@ public:
             int64_t gap = static_cast<int64_t>(newCount) - Capacity();
             int64_t newCapacity = Capacity() + std::max<int64_t>(gap, growLength_);
             if (newCapacity > INT32_MAX) detail::RaiseOverflow(Derived::kClassName);
+            const std::size_t oldSlots = storage_.size();
             if (preserveValues) {
                 materialize([&] { storage_.resize(static_cast<std::size_t>(newCount)); });
             } else {
-                materialize([&] {
-                    std::vector<T> fresh(static_cast<std::size_t>(newCount));
-                    storage_.swap(fresh);
-                });
+                // Grown first, so that a failure leaves the old elements.
+                materialize([&] { storage_.resize(static_cast<std::size_t>(newCount)); });
+                storage_.reset(oldSlots);
             }
             capacity_ = static_cast<int32_t>(newCapacity);
             count_ = newCount;
@@ -194,7 +202,7 @@ public:
     }
 
     void EraseArray() noexcept {
-        std::vector<T>().swap(storage_);
+        storage_.clear();
         capacity_ = 0;
         count_ = 0;
     }
@@ -243,7 +251,7 @@ public:
             // within the capacity leaves the storage where it is.
             if (storage_.size() < static_cast<std::size_t>(capacity_))
                 materialize([&] { storage_.resize(static_cast<std::size_t>(capacity_)); });
-            const T* data = storage_.data();
+            const uint64_t generation = storage_.generation();
             const std::size_t slots = storage_.size();
             // One variant per partition holds the pivot copy; the comparer
             // only sees it as const.
@@ -252,7 +260,8 @@ public:
                 const int r = keep->Compare(Variant::FromRecord(x), pivot);
                 // A comparer that resized the list would leave us indexing
                 // storage that is gone.
-                if (storage_.data() != data || storage_.size() != slots) detail::RaiseChangedDuringSort(Derived::kClassName);
+                if (storage_.generation() != generation || storage_.size() != slots)
+                    detail::RaiseChangedDuringSort(Derived::kClassName);
                 return r;
             };
             detail::QuickSortBy(storage_, from, to, makePivot, cmp);
@@ -269,7 +278,11 @@ public:
 
     void SetArray(std::vector<T> items) {
         if (items.size() > static_cast<std::size_t>(INT32_MAX)) detail::RaiseOverflow(Derived::kClassName);
-        storage_ = std::move(items);
+        SegmentedStore<T> fresh;
+        materialize([&] {
+            for (T& r : items) fresh.push_back(std::move(r));
+        });
+        storage_.swap(fresh);
         count_ = static_cast<int32_t>(storage_.size());
         capacity_ = count_;
     }
@@ -297,10 +310,13 @@ public:
     std::vector<T> GetArray() const { return std::vector<T>(storage_.begin(), storage_.begin() + count_); }
 
     const std::shared_ptr<IComparer>& LastComparer() const noexcept { return comparer_; }
+    // Bytes held for the slots (not what the records point to).
+    std::size_t StorageBytes() const noexcept { return storage_.allocatedBytes(); }
 
     // Iteration over the elements 0 .. Count - 1, without copies.
-    const T* begin() const noexcept { return storage_.data(); }
-    const T* end() const noexcept { return storage_.data() + count_; }
+    using const_iterator = typename SegmentedStore<T>::const_iterator;
+    const_iterator begin() const noexcept { return storage_.begin(); }
+    const_iterator end() const noexcept { return storage_.begin() + count_; }
 
     std::shared_ptr<IArrayList> AsIArrayList();
     std::shared_ptr<IComparer> AsIComparer();
@@ -343,19 +359,17 @@ private:
     void cutTo(int32_t slots) {
         capacity_ = slots;
         if (slots == 0) {
-            std::vector<T>().swap(storage_);
+            storage_.clear();
             return;
         }
+        // Frees the blocks past the kept slots; nothing moves.
         if (storage_.size() > static_cast<std::size_t>(slots)) storage_.resize(static_cast<std::size_t>(slots));
-        // Give memory back only when much of it is spare, so that a run of
-        // removals does not reallocate at every step.
-        if (storage_.capacity() > 2 * storage_.size() + 16) storage_.shrink_to_fit();
     }
 
     // Slots 0 .. count_ - 1 are in use; the slots up to capacity_ exist only
     // once written (the rest hold empty records), so that spare capacity
     // costs no memory: count_ <= storage_.size() <= capacity_.
-    std::vector<T> storage_;
+    SegmentedStore<T> storage_;
     int32_t capacity_ = 0;
     int32_t count_ = 0;
     int32_t growLength_;
