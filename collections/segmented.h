@@ -295,7 +295,7 @@ private:
     }
     static void freeBlock(T* block, std::size_t n) noexcept {
         if (lineAligned(n))
-            ::operator delete(block, n * sizeof(T), std::align_val_t{kLineBytes});
+            ::operator delete(block, std::align_val_t{kLineBytes});  // unsized: clang declares no sized form by default
         else
             std::allocator<T>().deallocate(block, n);
     }
