@@ -62,10 +62,11 @@ constexpr std::string_view kInfoHelp =
     "Usage: ormavec info [OPTIONS] IN\n"
     "\n"
     "Loads the drawing IN and prints its version, extents, entity counts,\n"
-    "attributes, tables and blocks.\n"
+    "attributes, tables and blocks. The text encoding of IN is detected.\n"
     "\n"
     "Options:\n"
     "  --json              print one JSON object instead of text\n"
+    "  --classic           read text as single-byte, as the original component did\n"
     "  --utf8              repair UTF-8 encoded accented letters while reading\n"
     "  --codepage CP       code page of the file, 1250 (default) or 1252\n"
     "  --version-mode N    version mode of the reader (6 or more reads hatches in blocks)\n"
@@ -140,7 +141,7 @@ Arguments parseArguments(std::string_view command, const std::vector<std::string
             a.help = true;
         } else if (name == "--utf8") {
             a.load.utf8 = true;
-        } else if (name == "--classic" && isConvert) {
+        } else if (name == "--classic") {
             a.load.classic = true;
         } else if (name == "--codepage") {
             a.load.codePage = parseCodePage(value());
@@ -201,8 +202,9 @@ private:
     std::string label_;
 };
 
+// Text encoding detected unless --classic; an explicit --utf8 keeps its repair.
 void configure(DXFDocument& doc, const LoadOptions& o) {
-    doc.SetTextConvertMode(o.utf8 ? TextConvertMode::FromUTF8 : TextConvertMode::None);
+    doc.SetTextConvertMode(o.utf8 ? TextConvertMode::FromUTF8 : o.classic ? TextConvertMode::None : TextConvertMode::Auto);
     doc.SetCodePage(o.codePage);
     if (o.versionMode) doc.SetVersionMode(*o.versionMode);
 }
@@ -441,11 +443,7 @@ int runConvert(const Arguments& a) {
         throw UsageError{"convert needs an input and an output file (see ormavec convert --help)"};
     DXFDocument doc;
     configure(doc, a.load);
-    // An explicit --utf8 keeps its repair; otherwise the encoding is detected.
-    if (!a.load.classic) {
-        if (!a.load.utf8) doc.SetTextConvertMode(TextConvertMode::Auto);
-        doc.SetSaveMode(SaveMode::Standard);
-    }
+    if (!a.load.classic) doc.SetSaveMode(SaveMode::Standard);
     if (a.callLog) {
         clsDebug debug;
         debug.sLogFileName(*a.callLog);

@@ -204,12 +204,96 @@ class SaveModes(unittest.TestCase):
         self.assertEqual([c for c, _ in p[line:line + 3]], [0, 5, 100])
         self.assertEqual(self.convert("--classic", "--utf8")[0], data)  # ASCII: the repair changes nothing
 
-    def test_classic_is_for_convert_only(self):
-        code, out, err = run("info", "--classic", EXAMPLE)
-        self.assertEqual((code, out), (2, ""))
-        self.assertIn("--classic", err)
-        code, out, _ = run("convert", "--help")
-        self.assertIn("--classic", out)
+    def test_classic_help(self):
+        for command in ("convert", "info"):
+            code, out, _ = run(command, "--help")
+            self.assertIn("--classic", out)
+
+
+# One name in each script, as layer, block and text of a drawing.
+NAMES = ["Árvíztűrő", "Ελληνικά", "中文图层"]
+
+
+def drawing(version, encode):
+    """A small drawing typed by hand; encode turns a name into its bytes."""
+    head = b"0\r\nSECTION\r\n2\r\nHEADER\r\n9\r\n$ACADVER\r\n1\r\n" + version + b"\r\n0\r\nENDSEC\r\n"
+    tables = b"0\r\nSECTION\r\n2\r\nTABLES\r\n0\r\nTABLE\r\n2\r\nLAYER\r\n70\r\n3\r\n"
+    blocks = b"0\r\nSECTION\r\n2\r\nBLOCKS\r\n"
+    entities = b"0\r\nSECTION\r\n2\r\nENTITIES\r\n"
+    for n in NAMES:
+        e = encode(n)
+        tables += b"0\r\nLAYER\r\n2\r\n" + e + b"\r\n70\r\n0\r\n62\r\n7\r\n6\r\nCONTINUOUS\r\n"
+        blocks += (b"0\r\nBLOCK\r\n8\r\n0\r\n2\r\n" + e + b"\r\n70\r\n0\r\n10\r\n0\r\n20\r\n0\r\n30\r\n0\r\n3\r\n" + e +
+                   b"\r\n0\r\nLINE\r\n8\r\n0\r\n10\r\n0\r\n20\r\n0\r\n30\r\n0\r\n11\r\n1\r\n21\r\n1\r\n31\r\n0\r\n"
+                   b"0\r\nENDBLK\r\n8\r\n0\r\n")
+        entities += (b"0\r\nTEXT\r\n8\r\n" + e + b"\r\n10\r\n0\r\n20\r\n0\r\n30\r\n0\r\n40\r\n1\r\n1\r\n" + e + b"\r\n"
+                     b"0\r\nINSERT\r\n8\r\n" + e + b"\r\n2\r\n" + e + b"\r\n10\r\n0\r\n20\r\n0\r\n30\r\n0\r\n")
+    tables += b"0\r\nENDTAB\r\n0\r\nENDSEC\r\n"
+    return head + tables + blocks + b"0\r\nENDSEC\r\n" + entities + b"0\r\nENDSEC\r\n0\r\nEOF\r\n"
+
+
+def escaped_1250(name):
+    """The bytes of a code-page drawing: 1250 where it can, \\U+XXXX elsewhere."""
+    out = b""
+    for ch in name:
+        try:
+            out += ch.encode("cp1250")
+        except UnicodeEncodeError:
+            out += b"\\U+%04X" % ord(ch)
+    return out
+
+
+class Scripts(unittest.TestCase):
+    """Hungarian, Greek and Chinese names survive the command's defaults in
+    UTF-8 and in code-page drawings, and an independent reader sees them."""
+
+    def check(self, source, version, independent=True):
+        with tempfile.TemporaryDirectory() as d:
+            src, dst = os.path.join(d, "in.dxf"), os.path.join(d, "out.dxf")
+            with open(src, "wb") as f:
+                f.write(source)
+            code, out, err = run("info", "--json", src)
+            self.assertEqual((code, err), (0, ""))
+            self.assertEqual(sorted(b["name"] for b in json.loads(out)["blocks"]), sorted(NAMES))
+            self.assertEqual(run("convert", src, dst), (0, "", ""))
+            code, out, _ = run("info", "--json", dst)
+            self.assertEqual(json.loads(out)["acadver"], version)
+            self.assertEqual(sorted(b["name"] for b in json.loads(out)["blocks"] if not b["name"].startswith("*")),
+                             sorted(NAMES))
+            with open(dst, "rb") as f:
+                saved = f.read()
+            if not independent:
+                return saved
+            import ezdxf
+            doc = ezdxf.readfile(dst)
+            self.assertEqual(sorted(t.dxf.text for t in doc.modelspace().query("TEXT")), sorted(NAMES))
+            self.assertEqual(sorted(i.dxf.name for i in doc.modelspace().query("INSERT")), sorted(NAMES))
+            auditor = doc.audit()
+            self.assertEqual((len(auditor.errors), len(auditor.fixes)), (0, 0))
+            return saved
+
+    def test_utf8_drawing(self):
+        saved = self.check(drawing(b"AC1021", lambda n: n.encode("utf-8")), 1021)
+        for n in NAMES:
+            self.assertIn(b"\r\n" + n.encode("utf-8") + b"\r\n", saved)
+
+    def test_code_page_drawing(self):
+        # The independent reader refuses a backslash in a layer name, escape
+        # or not; our own reload and the bytes are checked instead.
+        saved = self.check(drawing(b"AC1015", escaped_1250), 1015, independent=False)
+        for n in NAMES:
+            self.assertIn(b"\r\n" + escaped_1250(n) + b"\r\n", saved)
+
+    def test_classic_reading_keeps_bytes_not_characters(self):
+        with tempfile.TemporaryDirectory() as d:
+            src = os.path.join(d, "in.dxf")
+            with open(src, "wb") as f:
+                f.write(drawing(b"AC1021", lambda n: n.encode("utf-8")))
+            code, out, _ = run("info", "--json", "--classic", src)
+            self.assertEqual(code, 0)
+            names = [b["name"] for b in json.loads(out)["blocks"]]
+            self.assertEqual(len(names), 3)
+            self.assertFalse(set(names) & set(NAMES))
 
 
 if __name__ == "__main__":
