@@ -278,10 +278,16 @@ std::string_view DXFReader::decodeText(std::string_view raw, int32_t code) {
 // Auto mode: the header's $ACADVER (AC1021 and later) or $DWGCODEPAGE
 // declares a UTF-8 drawing; everything after it is read as UTF-8.
 void DXFReader::watchHeader(int32_t code, std::string_view value) {
+    if (code != 9 && code != 0 && pendingVariable_ == 0) return;
     const uint8_t pending = pendingVariable_;
     pendingVariable_ = 0;
     while (!value.empty() && value.front() == ' ') value.remove_prefix(1);
     while (!value.empty() && value.back() == ' ') value.remove_suffix(1);
+    if (code == 0) {
+        // The header comes first; past its end nothing declares the encoding.
+        if (value == "ENDSEC") watchHeader_ = false;
+        return;
+    }
     if (code == 9) {
         if (EqualsNoCase(value, "$ACADVER"))
             pendingVariable_ = 1;

@@ -129,6 +129,9 @@ TEST(UnicodeRead, AutoSwitchesOnTheHeader) {
         {kAuto, "9 $ACADVER\n2 AC1021", false},
         {kAuto, "9 $ACADVER\n9 $INSBASE\n1 AC1021", false},
         {kAuto, "1 AC1021", false},
+        // Only the header declares it: the same pairs after its end do not.
+        {kAuto, "0 ENDSEC\n0 SECTION\n2 ENTITIES\n9 $ACADVER\n1 AC1021", false},
+        {kAuto, "0 ENDSEC\n9 $DWGCODEPAGE\n3 UTF-8", false},
         {kAuto, "9 $DWGCODEPAGE\n3 ANSI_65001", true},
         {kAuto, "9 $DWGCODEPAGE\n3 utf-8", true},
         {kAuto, "9 $DWGCODEPAGE\n3 UTF8", true},
