@@ -2,6 +2,7 @@
 
 #include <limits>
 #include <string>
+#include <unordered_set>
 #include <vector>
 
 #include "document/blocks.h"
@@ -41,16 +42,17 @@ int64_t polylineHandles(const std::shared_ptr<POLYLINES>& polylines) {
 
 class StyleNames {
 public:
-    StyleNames(const STYLES& table, std::vector<std::string>& missing) : table_(table), missing_(missing) {}
+    StyleNames(const STYLES& table, std::vector<std::string>& missing) : missing_(missing) {
+        // One set of upper-cased names, so that a model with many texts and
+        // many styles costs a hash per text, not a scan of the table.
+        for (const STYLES_TAB& s : table) known_.insert(UpperCase(s.StyleName));
+    }
 
     void Use(std::string_view name) {
-        // Texts mostly share a few styles: skip the search for a repeat.
+        // Texts mostly share a few styles: skip the lookup for a repeat.
         if (name.empty() || name == last_) return;
         last_.assign(name);
-        if (table_.IndexOfName(name) >= 0) return;
-        for (const std::string& m : missing_)
-            if (EqualsNoCase(m, name)) return;
-        missing_.emplace_back(name);
+        if (known_.insert(UpperCase(name)).second) missing_.emplace_back(name);
     }
     // As the writers write them: a TEXT without a style names "0", an MTEXT
     // "Standard".
@@ -68,8 +70,8 @@ public:
     }
 
 private:
-    const STYLES& table_;
     std::vector<std::string>& missing_;
+    std::unordered_set<std::string> known_;
     std::string last_;
 };
 
