@@ -17,12 +17,7 @@ bool hasBlockNamedLower(const BLOCKS& blocks, std::string_view lowerName) {
 // Returns the entry's handle. In a Standard save a model or paper space
 // record also takes the handle of its layout object and links to it.
 int32_t writeBlockRecordEntry(DXFWriter& w, int32_t& handle, std::string_view name, bool modelSpace) {
-    const int32_t entry = NextHandle(handle);
-    w.WriteString(0, "BLOCK_RECORD");
-    w.WriteHandle(5, entry);
-    w.WriteOwner();
-    w.WriteString(100, "AcDbSymbolTableRecord");
-    w.WriteString(100, "AcDbBlockTableRecord");
+    const int32_t entry = WriteTableEntryHead(w, "BLOCK_RECORD", "AcDbBlockTableRecord", handle);
     w.WriteString(2, name);
     if (w.IsStandard() && (modelSpace || LowerCase(name).starts_with("*paper_space"))) {
         const int32_t layout = NextHandle(handle);
@@ -30,14 +25,6 @@ int32_t writeBlockRecordEntry(DXFWriter& w, int32_t& handle, std::string_view na
         w.StandardLinks().layouts.push_back({entry, layout});
     }
     return entry;
-}
-
-void writeEmptyTable(DXFWriter& w, int32_t& handle, std::string_view name) {
-    w.WriteString(2, name);
-    w.WriteHandle(5, NextHandle(handle));
-    w.WriteOwner();
-    w.WriteString(100, "AcDbSymbolTable");
-    w.WriteInteger(70, 0);
 }
 
 }  // namespace
@@ -189,22 +176,12 @@ void TABLES::WriteVport(DXFWriter& w, int32_t& handle, double viewCenterX, doubl
     Trace("Tables.WriteVport <<<");
 }
 
-void TABLES::WriteView(DXFWriter& w, int32_t& handle) { writeEmptyTable(w, handle, "VIEW"); }
-void TABLES::WriteUcs(DXFWriter& w, int32_t& handle) { writeEmptyTable(w, handle, "UCS"); }
+void TABLES::WriteView(DXFWriter& w, int32_t& handle) { WriteTableHead(w, "VIEW", 0, handle); }
+void TABLES::WriteUcs(DXFWriter& w, int32_t& handle) { WriteTableHead(w, "UCS", 0, handle); }
 
 void TABLES::WriteAppid(DXFWriter& w, int32_t& handle) {
-    w.WriteString(2, "APPID");
-    const int32_t table = NextHandle(handle);
-    w.WriteHandle(5, table);
-    w.WriteOwner();
-    OwnerScope entries(w, table);
-    w.WriteString(100, "AcDbSymbolTable");
-    w.WriteInteger(70, 1);
-    w.WriteString(0, "APPID");
-    w.WriteHandle(5, NextHandle(handle));
-    w.WriteOwner();
-    w.WriteString(100, "AcDbSymbolTableRecord");
-    w.WriteString(100, "AcDbRegAppTableRecord");
+    OwnerScope entries(w, WriteTableHead(w, "APPID", 1, handle));
+    WriteTableEntryHead(w, "APPID", "AcDbRegAppTableRecord", handle);
     w.WriteString(2, "ACAD");
     w.WriteInteger(70, 0);
 }
@@ -230,12 +207,8 @@ void TABLES::WriteDimstyle(DXFWriter& w, int32_t& handle) {
 }
 
 void TABLES::WriteBlockRecordHead(DXFWriter& w, const BLOCKS& blocks, int32_t& handle) {
-    w.WriteString(2, "BLOCK_RECORD");
-    w.WriteHandle(5, NextHandle(handle));
-    w.WriteOwner();
-    w.WriteString(100, "AcDbSymbolTable");
     // Counts the blocks only: the two space entries below may come on top.
-    w.WriteInteger(70, blocks.Count());
+    WriteTableHead(w, "BLOCK_RECORD", blocks.Count(), handle);
 }
 
 void TABLES::WriteBlockRecord(DXFWriter& w, const BLOCKS& blocks, int32_t& handle) {

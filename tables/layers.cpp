@@ -32,20 +32,10 @@ void LAYERS::ReadTable(DXFReader& reader) {
 }
 
 void LAYERS::WriteOut(DXFWriter& w, int32_t& handle) const {
-    w.WriteString(2, "LAYER");
-    const int32_t table = NextHandle(handle);
-    w.WriteHandle(5, table);
-    w.WriteOwner();
-    OwnerScope entries(w, table);
-    w.WriteString(100, "AcDbSymbolTable");
-    w.WriteInteger(70, Count());
+    OwnerScope entries(w, WriteTableHead(w, "LAYER", Count(), handle));
     if (IndexOfName("0") < 0) {
         // The layer every drawing must have; not counted in the head.
-        w.WriteString(0, "LAYER");
-        w.WriteHandle(5, NextHandle(handle));
-        w.WriteOwner();
-        w.WriteString(100, "AcDbSymbolTableRecord");
-        w.WriteString(100, "AcDbLayerTableRecord");
+        WriteTableEntryHead(w, "LAYER", "AcDbLayerTableRecord", handle);
         w.WriteInteger(2, 0);
         w.WriteString(6, "Continuous");
         w.WriteInteger(62, 1);
@@ -53,11 +43,7 @@ void LAYERS::WriteOut(DXFWriter& w, int32_t& handle) const {
         w.WriteString(390, "F");
     }
     for (const LAYERS_TAB& r : *this) {
-        w.WriteString(0, "LAYER");
-        w.WriteHandle(5, NextHandle(handle));
-        w.WriteOwner();
-        w.WriteString(100, "AcDbSymbolTableRecord");
-        w.WriteString(100, "AcDbLayerTableRecord");
+        WriteTableEntryHead(w, "LAYER", "AcDbLayerTableRecord", handle);
         w.WriteString(2, r.LayerName);
         w.WriteString(6, r.LineTypeName);
         w.WriteInteger(62, r.ColorNumber);

@@ -9,11 +9,7 @@ namespace {
 bool sameLower(std::string_view name, std::string_view lower) { return LowerCase(name) == lower; }
 
 void writeFixed(DXFWriter& w, int32_t& handle, std::string_view name) {
-    w.WriteString(0, "LTYPE");
-    w.WriteHandle(5, NextHandle(handle));
-    w.WriteOwner();
-    w.WriteString(100, "AcDbSymbolTableRecord");
-    w.WriteString(100, "AcDbLinetypeTableRecord");
+    WriteTableEntryHead(w, "LTYPE", "AcDbLinetypeTableRecord", handle);
     w.WriteString(2, name);
     w.WriteInteger(70, 0);
     w.WriteString(3, "");
@@ -57,13 +53,7 @@ void LTYPES::WriteByBlock(DXFWriter& w, int32_t& handle) { writeFixed(w, handle,
 void LTYPES::WriteByLayer(DXFWriter& w, int32_t& handle) { writeFixed(w, handle, "ByLayer"); }
 
 void LTYPES::WriteOut(DXFWriter& w, int32_t& handle) const {
-    w.WriteString(2, "LTYPE");
-    const int32_t table = NextHandle(handle);
-    w.WriteHandle(5, table);
-    w.WriteOwner();
-    OwnerScope entries(w, table);
-    w.WriteString(100, "AcDbSymbolTable");
-    w.WriteInteger(70, Count());
+    OwnerScope entries(w, WriteTableHead(w, "LTYPE", Count(), handle));
     bool hasByBlock = false, hasByLayer = false;
     for (const LTYPES_TAB& r : *this) {
         hasByBlock = hasByBlock || sameLower(r.LineTypeName, "byblock");
@@ -72,11 +62,7 @@ void LTYPES::WriteOut(DXFWriter& w, int32_t& handle) const {
     if (!hasByBlock) WriteByBlock(w, handle);
     if (!hasByLayer) WriteByLayer(w, handle);
     for (const LTYPES_TAB& r : *this) {
-        w.WriteString(0, "LTYPE");
-        w.WriteHandle(5, NextHandle(handle));
-        w.WriteOwner();
-        w.WriteString(100, "AcDbSymbolTableRecord");
-        w.WriteString(100, "AcDbLinetypeTableRecord");
+        WriteTableEntryHead(w, "LTYPE", "AcDbLinetypeTableRecord", handle);
         w.WriteString(2, r.LineTypeName);
         w.WriteInteger(70, 0);
         w.WriteString(3, r.Description);

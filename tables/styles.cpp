@@ -5,11 +5,7 @@ namespace ormavec {
 namespace {
 
 void writeEntry(DXFWriter& w, const STYLES_TAB& r, int32_t& handle) {
-    w.WriteString(0, "STYLE");
-    w.WriteHandle(5, NextHandle(handle));
-    w.WriteOwner();
-    w.WriteString(100, "AcDbSymbolTableRecord");
-    w.WriteString(100, "AcDbTextStyleTableRecord");
+    WriteTableEntryHead(w, "STYLE", "AcDbTextStyleTableRecord", handle);
     w.WriteString(2, r.StyleName);
     w.WriteString(3, r.FontName);
     w.WriteString(4, "");
@@ -56,13 +52,7 @@ void STYLES::ReadTable(DXFReader& reader) {
 }
 
 void STYLES::WriteOut(DXFWriter& w, int32_t& handle) const {
-    w.WriteString(2, "STYLE");
-    const int32_t table = NextHandle(handle);
-    w.WriteHandle(5, table);
-    w.WriteOwner();
-    OwnerScope entries(w, table);
-    w.WriteString(100, "AcDbSymbolTable");
-    w.WriteInteger(70, Count());
+    OwnerScope entries(w, WriteTableHead(w, "STYLE", Count(), handle));
     for (const STYLES_TAB& r : *this) writeEntry(w, r, handle);
     // A standard file defines every style its texts name: those the table
     // lacks get the font txt.shx and a width factor of 1.

@@ -85,4 +85,11 @@ public:
     void WriteOut(DXFWriter& writer, int32_t& handle) const;
 };
 
+// The head of a symbol table: name, handle, owner, subclass and the entry
+// count of the head. Returns the table's handle, the owner of its entries.
+int32_t WriteTableHead(DXFWriter& writer, std::string_view name, int32_t count, int32_t& handle);
+// The head of one entry: its type, handle, owner and subclass markers.
+// Returns the entry's handle.
+int32_t WriteTableEntryHead(DXFWriter& writer, std::string_view type, std::string_view subclass, int32_t& handle);
+
 }  // namespace ormavec
