@@ -107,23 +107,11 @@ char32_t NextUtf8(std::string_view s, std::size_t& pos) noexcept {
     return ch;
 }
 
-void EncodeAppend(std::string& out, std::string_view utf8, CodePage cp) {
-    const Reverse& r = reverse(cp);
-    std::size_t pos = 0;
-    while (pos < utf8.size()) {
-        unsigned char c = static_cast<unsigned char>(utf8[pos]);
-        if (c < 0x80) {
-            out.push_back(static_cast<char>(c));
-            ++pos;
-            continue;
-        }
-        char32_t ch = NextUtf8(utf8, pos);
-        int b = ch < 0x10000 ? r.find(ch) : -1;
-        out.push_back(b < 0 ? '?' : static_cast<char>(b));
-    }
-}
-
-void EncodeEscapedAppend(std::string& out, std::string_view utf8, CodePage cp) {
+namespace {
+// A character the code page lacks becomes '?' or, with escapes, \U+XXXX
+// (above U+FFFF a surrogate pair of two). A byte that is not valid UTF-8 is
+// '?' either way.
+void encode(std::string& out, std::string_view utf8, CodePage cp, bool escapes) {
     static constexpr char kHex[] = "0123456789ABCDEF";
     const auto escape = [&out](char32_t unit) {
         const char text[7] = {'\\', 'U', '+', kHex[(unit >> 12) & 15], kHex[(unit >> 8) & 15], kHex[(unit >> 4) & 15], kHex[unit & 15]};
@@ -139,18 +127,24 @@ void EncodeEscapedAppend(std::string& out, std::string_view utf8, CodePage cp) {
             continue;
         }
         const char32_t ch = NextUtf8(utf8, pos);
-        if (ch >= 0xDC80 && ch <= 0xDCFF) {
+        const int b = ch < 0x10000 ? r.find(ch) : -1;
+        if (b >= 0) {
+            out.push_back(static_cast<char>(b));
+        } else if (!escapes || (ch >= 0xDC80 && ch <= 0xDCFF)) {
             out.push_back('?');
         } else if (ch >= 0x10000) {
             escape(0xD800 + ((ch - 0x10000) >> 10));
             escape(0xDC00 + ((ch - 0x10000) & 0x3FF));
-        } else if (int b = r.find(ch); b >= 0) {
-            out.push_back(static_cast<char>(b));
         } else {
             escape(ch);
         }
     }
 }
+}  // namespace
+
+void EncodeAppend(std::string& out, std::string_view utf8, CodePage cp) { encode(out, utf8, cp, false); }
+
+void EncodeEscapedAppend(std::string& out, std::string_view utf8, CodePage cp) { encode(out, utf8, cp, true); }
 
 bool IsValidUtf8(std::string_view text) noexcept {
     std::size_t pos = 0;
