@@ -12,13 +12,7 @@ namespace ormavec::automation {
 
 namespace {
 
-template <class... T>
-struct TypeList {};
-
-using RecordTypes = TypeList<XYZ, LINE_ENT, ARC_ENT, CIRCLE_ENT, ELLIPSE_ENT, POINT_ENT, SOLID_ENT, FACE3D_ENT, TEXT_ENT, MTEXT_ENT,
-                             ATTDEF_ENT, ATTRIB_ENT, INSERT_ENT, VERTEX_ENT, POLYLINE_ENT, LWVERTEX, LWPOLYLINE_ENT,
-                             HATCH_BOUNDARY_POLYLINE, HATCH_BOUNDARY_LINE, HATCH_BOUNDARY_ARC, HATCH_BOUNDARY_ELLIPSE,
-                             HATCH_BOUNDARY_SPLINE, HATCH_ENT, LAYERS_TAB, LINEPATTERN, LTYPES_TAB, STYLES_TAB, BLOCK_BLOCK>;
+using RecordTypes = AllRecords;
 using ScalarTypes = TypeList<double, int32_t, std::string, bool, Variant>;
 
 // f(std::type_identity<T>) for each type until one returns true.

@@ -85,7 +85,7 @@ Variant None() { return {}; }
 
 class Builder {
 public:
-    Builder(TypeLibrary& lib, std::string name, const char* iid) {
+    Builder(TypeLibrary& lib, std::string name, std::string_view iid) {
         lib.interfaces.push_back(std::make_unique<Interface>());
         iface_ = lib.interfaces.back().get();
         iface_->name = std::move(name);
@@ -119,7 +119,7 @@ private:
 
 // The template members of every collection class, in slot order.
 template <class C>
-Builder CollectionInterface(TypeLibrary& lib, const char* iid) {
+Builder CollectionInterface(TypeLibrary& lib, std::string_view iid) {
     using T = typename C::value_type;
     const std::string rec(TypeNameOf<T>::value);
     Builder b(lib, "_" + std::string(C::kClassName), iid);
@@ -237,7 +237,7 @@ void AddNamedMembers(Builder& b) {
 }
 
 template <class C>
-ClassInfo CollectionClass(const Interface* iface, const char* clsid) {
+ClassInfo CollectionClass(const Interface* iface, std::string_view clsid) {
     ClassInfo c;
     c.name = std::string(C::kClassName);
     c.clsid = G(clsid);
@@ -355,23 +355,14 @@ const Interface* EntitiesInterface(TypeLibrary& lib) {
               a[3] = Variant(y1);
               return None();
           });
-#define ORMAVEC_ENTITY_GETTER(Name, Id) \
-    b.Add(#Name, kGet, Id, {}, #Name, [](Object& o, Args&) { return Variant(Self<ENTITIES>(o).Name()); })
-    ORMAVEC_ENTITY_GETTER(ARCS, 0x6803000D);
-    ORMAVEC_ENTITY_GETTER(CIRCLES, 0x6803000C);
-    ORMAVEC_ENTITY_GETTER(ELLIPSES, 0x6803000B);
-    ORMAVEC_ENTITY_GETTER(FACE3DS, 0x6803000A);
-    ORMAVEC_ENTITY_GETTER(INSERTS, 0x68030009);
-    ORMAVEC_ENTITY_GETTER(LINES, 0x68030008);
-    ORMAVEC_ENTITY_GETTER(LWPOLYLINES, 0x68030007);
-    ORMAVEC_ENTITY_GETTER(MTEXTS, 0x68030006);
-    ORMAVEC_ENTITY_GETTER(POLYLINES, 0x68030005);
-    ORMAVEC_ENTITY_GETTER(POINTS, 0x68030004);
-    ORMAVEC_ENTITY_GETTER(TEXTS, 0x68030003);
-    ORMAVEC_ENTITY_GETTER(SOLIDS, 0x68030002);
-    ORMAVEC_ENTITY_GETTER(ATTDEFS, 0x68030001);
-    ORMAVEC_ENTITY_GETTER(ATTRIBS, 0x68030000);
-#undef ORMAVEC_ENTITY_GETTER
+    // One member per kind ENTITIES holds, in section order.
+    kinds::ForEachInSectionOrder([&]<Kind K>() {
+        if constexpr (Holds<ENTITIES, K>) {
+            const std::string name(kinds::RowOf(K).list);
+            b.Add(name, kGet, kinds::RowOf(K).getter, {}, name,
+                  [](Object& o, Args&) { return Variant(ListIn<K>(Self<ENTITIES>(o))); });
+        }
+    });
     return b.get();
 }
 
@@ -533,25 +524,18 @@ std::unique_ptr<TypeLibrary> Build() {
     named(std::type_identity<LAYERS>{}, "{B810C344-060E-46F7-88D8-5EF8992C652A}", "{1DBBDC01-E2F1-4DA8-83D0-D2E1DB16D72D}");
     named(std::type_identity<LTYPES>{}, "{58182DC8-B78B-4824-A5AB-908D4060FE4A}", "{2206C24C-0A15-49DC-A04A-F13E1E67C67F}");
     named(std::type_identity<STYLES>{}, "{44BF9143-9480-45DA-91E1-6A71BC1F3E3E}", "{3AF8F381-8730-4865-AEC9-AB64F8A163A3}");
-    auto plain = [&](auto tag, const char* clsid, const char* iid) {
+    auto plain = [&](auto tag, std::string_view clsid, std::string_view iid) {
         using C = typename decltype(tag)::type;
         l.classes.push_back(CollectionClass<C>(CollectionInterface<C>(l, iid).get(), clsid));
     };
-    plain(std::type_identity<ARCS>{}, "{DCF0657E-1A5E-4E9E-8EA1-EDC3C6BF1A9C}", "{F304C0CF-05FB-4088-8632-E1C8005D1DA9}");
-    plain(std::type_identity<CIRCLES>{}, "{2A2C51E6-C735-481D-AF21-E31896ED7C03}", "{6CB7AFA6-6CF4-4092-AFF6-D9B1328C6A37}");
-    plain(std::type_identity<ELLIPSES>{}, "{E6D2ACCE-9C21-464B-A2A8-F2E639953C41}", "{0BAB20B0-D956-4C4C-B149-BEC9022A244F}");
-    plain(std::type_identity<FACE3DS>{}, "{495A7F21-8780-4EB6-9080-00A988DA2BC1}", "{16BCF46F-382D-4907-B9AF-E256EA8E5CA7}");
-    plain(std::type_identity<INSERTS>{}, "{E83568E7-5219-427F-856A-B06CA2F1255D}", "{B9FB4F47-E20B-43DA-BA6C-263CCCED9E79}");
-    plain(std::type_identity<LINES>{}, "{B72C8019-5507-40D4-8EEC-637869A072CC}", "{86CE3558-C364-4B54-876E-DD90D9441A3F}");
-    plain(std::type_identity<LWPOLYLINES>{}, "{12EEC826-21CC-418D-9183-CC348B66EEE2}", "{A491D259-0A2C-4285-BAFE-AD503DC2C04D}");
-    plain(std::type_identity<MTEXTS>{}, "{9B6FBE9A-149D-468E-800D-87C81E634EC6}", "{F34E7CD5-17A2-459A-B11A-EF8DB44EC211}");
-    plain(std::type_identity<POLYLINES>{}, "{230A9156-94CD-4286-B9EA-F1E44EA5EE0F}", "{8E1A5A8C-7359-4957-8BDE-DA9FE9723F7C}");
-    plain(std::type_identity<POINTS>{}, "{3DB8AED2-9F16-4FA8-97D3-0BE6EE6FCF4D}", "{E6C30BBA-E019-4B75-80C5-B00F29EB38D8}");
-    plain(std::type_identity<TEXTS>{}, "{09854016-CBD4-46E9-A757-A1F5EC8155E5}", "{922130A7-BA41-4611-A605-9CCA652C81F9}");
-    plain(std::type_identity<SOLIDS>{}, "{E28AD99D-DB1E-4D7D-A338-5DAA59424D16}", "{2791D7C3-34EB-4270-A209-1F37C645F91F}");
-    plain(std::type_identity<ATTDEFS>{}, "{55344A97-C488-40BA-A56B-AEC903A00986}", "{69891E35-E1AD-4600-9A9B-AA55CC4E57C1}");
-    plain(std::type_identity<ATTRIBS>{}, "{439BB43B-E65E-4D7B-A1BF-1CB83CC19596}", "{875FCD1B-2D9F-40DE-8B89-4582FEE2B6DF}");
-    plain(std::type_identity<HATCHES>{}, "{697B1305-E269-48DA-94D9-522BEBB75AD6}", "{6406CDD7-6E25-4B53-AC13-A4ABA52CFE16}");
+    // The collections of the kinds list: those ENTITIES holds in section
+    // order, then those only blocks hold.
+    kinds::ForEachInSectionOrder([&]<Kind K>() {
+        if constexpr (Holds<ENTITIES, K>) plain(std::type_identity<KindList<K>>{}, kinds::RowOf(K).clsid, kinds::RowOf(K).iid);
+    });
+    kinds::ForEachInSectionOrder([&]<Kind K>() {
+        if constexpr (!Holds<ENTITIES, K>) plain(std::type_identity<KindList<K>>{}, kinds::RowOf(K).clsid, kinds::RowOf(K).iid);
+    });
 
     l.classes.push_back(PlainClass("IArrayList", ArrayListInterface(l), "{B5682404-B875-4FE5-9172-1C2C27F16A6F}",
                                    [] { return std::make_shared<NullArrayList>(); }));

@@ -235,22 +235,22 @@ int64_t countOf(const std::shared_ptr<C>& c) {
     return c ? c->Count() : 0;
 }
 
+// The command's counts follow the kinds list: ENTITIES in section order,
+// a block in the order of its fields.
 std::vector<Count> entityCounts(const ENTITIES& e) {
-    return {{"ARCS", countOf(e.ARCS())},         {"CIRCLES", countOf(e.CIRCLES())},
-            {"ELLIPSES", countOf(e.ELLIPSES())}, {"FACE3DS", countOf(e.FACE3DS())},
-            {"INSERTS", countOf(e.INSERTS())},   {"LINES", countOf(e.LINES())},
-            {"LWPOLYLINES", countOf(e.LWPOLYLINES())}, {"MTEXTS", countOf(e.MTEXTS())},
-            {"POLYLINES", countOf(e.POLYLINES())}, {"POINTS", countOf(e.POINTS())},
-            {"TEXTS", countOf(e.TEXTS())},       {"SOLIDS", countOf(e.SOLIDS())},
-            {"ATTDEFS", countOf(e.ATTDEFS())},   {"ATTRIBS", countOf(e.ATTRIBS())}};
+    std::vector<Count> counts;
+    kinds::ForEachInSectionOrder([&]<Kind K>() {
+        if constexpr (Holds<ENTITIES, K>) counts.push_back({kinds::RowOf(K).list, countOf(ListIn<K>(e))});
+    });
+    return counts;
 }
 
 std::vector<Count> blockCounts(const BLOCK_BLOCK& b) {
-    return {{"ARCS", countOf(b.ARCS)},         {"CIRCLES", countOf(b.CIRCLES)},   {"ELLIPSES", countOf(b.ELLIPSES)},
-            {"FACE3DS", countOf(b.FACE3DS)},   {"INSERTS", countOf(b.INSERTS)},   {"LINES", countOf(b.LINES)},
-            {"LWPOLYLINES", countOf(b.LWPOLYLINES)}, {"POLYLINES", countOf(b.POLYLINES)}, {"POINTS", countOf(b.POINTS)},
-            {"TEXTS", countOf(b.TEXTS)},       {"MTEXTS", countOf(b.MTEXTS)},     {"HATCHES", countOf(b.HATCHES)},
-            {"ATTDEFS", countOf(b.ATTDEFS)}};
+    std::vector<Count> counts;
+    kinds::ForEach([&]<Kind K>() {
+        if constexpr (Holds<BLOCK_BLOCK, K>) counts.push_back({kinds::RowOf(K).list, countOf(ListIn<K>(b))});
+    });
+    return counts;
 }
 
 int64_t attribsOf(const std::shared_ptr<INSERTS>& inserts) {

@@ -1,31 +1,11 @@
 #include "document/blocks.h"
 
-#include <optional>
-
 #include "document/document.h"
+#include "document/entity_sets.h"
 
 namespace ormavec {
 
 namespace {
-
-template <class Collection>
-std::shared_ptr<Collection> newEntityCollection() {
-    auto c = std::make_shared<Collection>();
-    c->SetGrowLength(10);
-    return c;
-}
-
-template <class Collection>
-void readInto(DXFReader& reader, Collection& collection) {
-    typename Collection::value_type record;
-    ReadEntity(reader, record);
-    collection.Add(std::move(record));
-}
-
-template <class Collection>
-void writeIfPresent(DXFWriter& w, const std::shared_ptr<Collection>& collection, int32_t& handle) {
-    if (collection) collection->WriteOut(w, handle);
-}
 
 bool hasBlockNamedLower(const BLOCKS& blocks, std::string_view lowerName) {
     for (const BLOCK_BLOCK& b : blocks)
@@ -66,39 +46,26 @@ void writeDefaultBlock(DXFWriter& w, int32_t& handle, std::string_view name, boo
 }  // namespace
 
 void BLOCKS::CreateEntityArrays(BLOCK_BLOCK& e) {
-    e.ARCS = newEntityCollection<::ormavec::ARCS>();
-    e.CIRCLES = newEntityCollection<::ormavec::CIRCLES>();
-    e.ELLIPSES = newEntityCollection<::ormavec::ELLIPSES>();
-    e.FACE3DS = newEntityCollection<::ormavec::FACE3DS>();
-    e.HATCHES = newEntityCollection<::ormavec::HATCHES>();
-    e.INSERTS = newEntityCollection<::ormavec::INSERTS>();
-    e.LINES = newEntityCollection<::ormavec::LINES>();
-    e.LWPOLYLINES = newEntityCollection<::ormavec::LWPOLYLINES>();
-    e.MTEXTS = newEntityCollection<::ormavec::MTEXTS>();
-    e.POINTS = newEntityCollection<::ormavec::POINTS>();
-    e.POLYLINES = newEntityCollection<::ormavec::POLYLINES>();
-    e.TEXTS = newEntityCollection<::ormavec::TEXTS>();
-    e.ATTDEFS = newEntityCollection<::ormavec::ATTDEFS>();
+    kinds::ForEach([&]<Kind K>() {
+        if constexpr (Holds<BLOCK_BLOCK, K>) {
+            auto list = std::make_shared<KindList<K>>();
+            list->SetGrowLength(10);
+            e.*Slot<BLOCK_BLOCK, K>::member = std::move(list);
+        }
+    });
 }
 
 void BLOCKS::ReadSection(DXFReader& reader) {
-    // Scratch lists shared by every block of this section.
-    std::optional<XYZS> points;
-    std::optional<LWVERTEXES> vertices;
+    ReadScratch scratch;  // shared by every block of this section
     while (!reader.AtEnd()) {
         const DXFReader::Pair& p = reader.Read();
         if (EqualsNoCase(p.Value, "ENDSEC")) return;
         if (!EqualsNoCase(p.Value, "BLOCK")) continue;  // includes what follows each ENDBLK
-        if (!points) {
-            points.emplace();
-            vertices.emplace();
-        }
-        Add(ReadBlock(reader, *points, *vertices));
+        Add(ReadBlock(reader, scratch));
     }
 }
 
-BLOCK_BLOCK BLOCKS::ReadBlock(DXFReader& reader, XYZS& points, LWVERTEXES& vertices) {
-    ClearScratchLists(points, vertices);
+BLOCK_BLOCK BLOCKS::ReadBlock(DXFReader& reader, ReadScratch& scratch) {
     BLOCK_BLOCK b;
     b.LayerName = "0";
     b.BlockName = "Alap";
@@ -111,39 +78,9 @@ BLOCK_BLOCK BLOCKS::ReadBlock(DXFReader& reader, XYZS& points, LWVERTEXES& verti
     while (!reader.AtEnd()) {
         const DXFReader::Pair& p = reader.Read();
         if (p.Code == 0) {
-            const std::string_view name = p.Value;
-            skipping = false;
-            if (EqualsNoCase(name, "ENDBLK")) break;
-            if (EqualsNoCase(name, "ARC"))
-                readInto(reader, *b.ARCS);
-            else if (EqualsNoCase(name, "CIRCLE"))
-                readInto(reader, *b.CIRCLES);
-            else if (EqualsNoCase(name, "ELLIPSE"))
-                readInto(reader, *b.ELLIPSES);
-            else if (EqualsNoCase(name, "3DFACE"))
-                readInto(reader, *b.FACE3DS);
-            else if (EqualsNoCase(name, "INSERT"))
-                readInto(reader, *b.INSERTS);
-            else if (EqualsNoCase(name, "LINE"))
-                readInto(reader, *b.LINES);
-            else if (EqualsNoCase(name, "LWPOLYLINE")) {
-                LWPOLYLINE_ENT record;
-                ReadEntity(reader, vertices, record);
-                b.LWPOLYLINES->Add(std::move(record));
-            } else if (EqualsNoCase(name, "MTEXT"))
-                readInto(reader, *b.MTEXTS);
-            else if (EqualsNoCase(name, "POINT"))
-                readInto(reader, *b.POINTS);
-            else if (EqualsNoCase(name, "POLYLINE"))
-                readInto(reader, *b.POLYLINES);
-            else if (EqualsNoCase(name, "TEXT"))
-                readInto(reader, *b.TEXTS);
-            else if (EqualsNoCase(name, "HATCH") && CurrentVersionMode() > 5) {
-                HATCH_ENT record;
-                ReadEntity(reader, points, record);
-                b.HATCHES->Add(std::move(record));
-            } else
-                skipping = true;
+            if (EqualsNoCase(p.Value, "ENDBLK")) break;
+            Kind kind;
+            skipping = !kinds::Find(p.Value, kind) || !entity_sets::ReadInto(kind, reader, b, scratch);
             continue;
         }
         if (skipping) continue;
@@ -161,7 +98,6 @@ BLOCK_BLOCK BLOCKS::ReadBlock(DXFReader& reader, XYZS& points, LWVERTEXES& verti
         default: break;
         }
     }
-    ClearScratchLists(points, vertices);
     return b;
 }
 
@@ -204,19 +140,7 @@ void BLOCKS::WriteBlock(DXFWriter& w, const BLOCK_BLOCK& b, int32_t& handle) {
     w.WritePoint(b.X, b.Y, b.Z, 10, 20, 30);
     w.WriteString(3, b.BlockName);
     w.WriteString(1, b.XRefPathName);
-    writeIfPresent(w, b.ARCS, handle);
-    writeIfPresent(w, b.CIRCLES, handle);
-    writeIfPresent(w, b.ELLIPSES, handle);
-    writeIfPresent(w, b.FACE3DS, handle);
-    writeIfPresent(w, b.INSERTS, handle);
-    writeIfPresent(w, b.LINES, handle);
-    writeIfPresent(w, b.LWPOLYLINES, handle);
-    writeIfPresent(w, b.MTEXTS, handle);
-    writeIfPresent(w, b.POLYLINES, handle);
-    writeIfPresent(w, b.POINTS, handle);
-    writeIfPresent(w, b.TEXTS, handle);
-    writeIfPresent(w, b.HATCHES, handle);
-    writeIfPresent(w, b.ATTDEFS, handle);
+    entity_sets::WriteAll(w, b, handle);
     w.WriteString(0, "ENDBLK");
     w.WriteHandle(5, NextHandle(handle));
     w.WriteOwner();

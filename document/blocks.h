@@ -19,21 +19,20 @@ struct BLOCK_BLOCK {
     int32_t Flag = 0;
     double X = 0, Y = 0, Z = 0;
     std::string XRefPathName;
-    // Shared by every copy of the record; none until CreateEntityArrays.
-    std::shared_ptr<::ormavec::ARCS> ARCS;
-    std::shared_ptr<::ormavec::CIRCLES> CIRCLES;
-    std::shared_ptr<::ormavec::ELLIPSES> ELLIPSES;
-    std::shared_ptr<::ormavec::FACE3DS> FACE3DS;
-    std::shared_ptr<::ormavec::INSERTS> INSERTS;
-    std::shared_ptr<::ormavec::LINES> LINES;
-    std::shared_ptr<::ormavec::LWPOLYLINES> LWPOLYLINES;
-    std::shared_ptr<::ormavec::POLYLINES> POLYLINES;
-    std::shared_ptr<::ormavec::POINTS> POINTS;
-    std::shared_ptr<::ormavec::TEXTS> TEXTS;
-    std::shared_ptr<::ormavec::MTEXTS> MTEXTS;
-    std::shared_ptr<::ormavec::HATCHES> HATCHES;
-    std::shared_ptr<::ormavec::ATTDEFS> ATTDEFS;
+    // One collection per kind blocks hold, shared by every copy of the
+    // record; none until CreateEntityArrays.
+#define ORMAVEC_BLOCK_MEMBER(K, Dxf, Record, List, Lives, ...) \
+    ORMAVEC_IN_BLOCKS_##Lives(std::shared_ptr<::ormavec::List> List;)
+    ORMAVEC_ENTITY_KINDS(ORMAVEC_BLOCK_MEMBER)
+#undef ORMAVEC_BLOCK_MEMBER
 };
+
+#define ORMAVEC_BLOCK_SLOT(K, Dxf, Record, List, Lives, ...)            \
+    ORMAVEC_IN_BLOCKS_##Lives(template <> struct Slot<BLOCK_BLOCK, Kind::K> { \
+        static constexpr auto member = &BLOCK_BLOCK::List;               \
+    };)
+ORMAVEC_ENTITY_KINDS(ORMAVEC_BLOCK_SLOT)
+#undef ORMAVEC_BLOCK_SLOT
 
 class BLOCKS final : public NamedArrayList<BLOCK_BLOCK, BLOCKS> {
 public:
@@ -48,11 +47,7 @@ public:
     // Reads the section body up to ENDSEC.
     void ReadSection(DXFReader& reader);
     // One block from after its BLOCK pair up to its ENDBLK pair.
-    static BLOCK_BLOCK ReadBlock(DXFReader& reader, XYZS& points, LWVERTEXES& vertices);
-    static void ClearScratchLists(XYZS& points, LWVERTEXES& vertices) noexcept {
-        points.EraseArray();
-        vertices.EraseArray();
-    }
+    static BLOCK_BLOCK ReadBlock(DXFReader& reader, ReadScratch& scratch);
     void WriteOut(DXFWriter& writer, int32_t& handle) const;
     void WriteDefaultBlocks(DXFWriter& writer, int32_t& handle) const;
     static void WriteBlock(DXFWriter& writer, const BLOCK_BLOCK& block, int32_t& handle);

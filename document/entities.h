@@ -1,4 +1,5 @@
-// The entity collections of the model space.
+// The entity collections of the model space: one per kind of the kinds list
+// that ENTITIES holds.
 #pragma once
 
 #include <cstdint>
@@ -20,40 +21,29 @@ public:
     // right; four zeros when there is nothing.
     void ReCalcExtent(double& X0, double& Y0, double& X1, double& Y1) const;
 
-    const std::shared_ptr<::ormavec::ARCS>& ARCS() const noexcept { return arcs_; }
-    const std::shared_ptr<::ormavec::CIRCLES>& CIRCLES() const noexcept { return circles_; }
-    const std::shared_ptr<::ormavec::ELLIPSES>& ELLIPSES() const noexcept { return ellipses_; }
-    const std::shared_ptr<::ormavec::FACE3DS>& FACE3DS() const noexcept { return face3ds_; }
-    const std::shared_ptr<::ormavec::INSERTS>& INSERTS() const noexcept { return inserts_; }
-    const std::shared_ptr<::ormavec::LINES>& LINES() const noexcept { return lines_; }
-    const std::shared_ptr<::ormavec::LWPOLYLINES>& LWPOLYLINES() const noexcept { return lwpolylines_; }
-    const std::shared_ptr<::ormavec::MTEXTS>& MTEXTS() const noexcept { return mtexts_; }
-    const std::shared_ptr<::ormavec::POLYLINES>& POLYLINES() const noexcept { return polylines_; }
-    const std::shared_ptr<::ormavec::POINTS>& POINTS() const noexcept { return points_; }
-    const std::shared_ptr<::ormavec::TEXTS>& TEXTS() const noexcept { return texts_; }
-    const std::shared_ptr<::ormavec::SOLIDS>& SOLIDS() const noexcept { return solids_; }
-    const std::shared_ptr<::ormavec::ATTDEFS>& ATTDEFS() const noexcept { return attdefs_; }
-    const std::shared_ptr<::ormavec::ATTRIBS>& ATTRIBS() const noexcept { return attribs_; }
+#define ORMAVEC_ENTITIES_GETTER(K, Dxf, Record, List, Lives, ...) \
+    ORMAVEC_IN_ENTITIES_##Lives(const std::shared_ptr<::ormavec::List>& List() const noexcept { return List##_; })
+    ORMAVEC_ENTITY_KINDS(ORMAVEC_ENTITIES_GETTER)
+#undef ORMAVEC_ENTITIES_GETTER
 
     // Reads the section after its 2/"ENTITIES" pair up to "ENDSEC".
     void ReadSection(DXFReader& reader);
     void WriteOut(DXFWriter& writer, int32_t& handle) const;
 
 private:
-    std::shared_ptr<::ormavec::ARCS> arcs_;
-    std::shared_ptr<::ormavec::CIRCLES> circles_;
-    std::shared_ptr<::ormavec::ELLIPSES> ellipses_;
-    std::shared_ptr<::ormavec::FACE3DS> face3ds_;
-    std::shared_ptr<::ormavec::INSERTS> inserts_;
-    std::shared_ptr<::ormavec::LINES> lines_;
-    std::shared_ptr<::ormavec::LWPOLYLINES> lwpolylines_;
-    std::shared_ptr<::ormavec::MTEXTS> mtexts_;
-    std::shared_ptr<::ormavec::POLYLINES> polylines_;
-    std::shared_ptr<::ormavec::POINTS> points_;
-    std::shared_ptr<::ormavec::TEXTS> texts_;
-    std::shared_ptr<::ormavec::SOLIDS> solids_;
-    std::shared_ptr<::ormavec::ATTDEFS> attdefs_;
-    std::shared_ptr<::ormavec::ATTRIBS> attribs_;
+    template <class Set, Kind K>
+    friend struct Slot;
+#define ORMAVEC_ENTITIES_MEMBER(K, Dxf, Record, List, Lives, ...) \
+    ORMAVEC_IN_ENTITIES_##Lives(std::shared_ptr<::ormavec::List> List##_;)
+    ORMAVEC_ENTITY_KINDS(ORMAVEC_ENTITIES_MEMBER)
+#undef ORMAVEC_ENTITIES_MEMBER
 };
+
+#define ORMAVEC_ENTITIES_SLOT(K, Dxf, Record, List, Lives, ...)     \
+    ORMAVEC_IN_ENTITIES_##Lives(template <> struct Slot<ENTITIES, Kind::K> { \
+        static constexpr auto member = &ENTITIES::List##_;           \
+    };)
+ORMAVEC_ENTITY_KINDS(ORMAVEC_ENTITIES_SLOT)
+#undef ORMAVEC_ENTITIES_SLOT
 
 }  // namespace ormavec

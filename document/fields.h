@@ -266,15 +266,24 @@ struct Fields<STYLES_TAB> {
 template <>
 struct Fields<BLOCK_BLOCK> {
     using R = BLOCK_BLOCK;
-    static constexpr auto list = std::make_tuple(
-        ORMAVEC_FIELD(R, LayerName), ORMAVEC_FIELD(R, BlockName), ORMAVEC_FIELD(R, Flag), ORMAVEC_FIELD(R, X), ORMAVEC_FIELD(R, Y),
-        ORMAVEC_FIELD(R, Z), ORMAVEC_FIELD(R, XRefPathName), ORMAVEC_FIELD(R, ARCS), ORMAVEC_FIELD(R, CIRCLES),
-        ORMAVEC_FIELD(R, ELLIPSES), ORMAVEC_FIELD(R, FACE3DS), ORMAVEC_FIELD(R, INSERTS), ORMAVEC_FIELD(R, LINES),
-        ORMAVEC_FIELD(R, LWPOLYLINES), ORMAVEC_FIELD(R, POLYLINES), ORMAVEC_FIELD(R, POINTS), ORMAVEC_FIELD(R, TEXTS),
-        ORMAVEC_FIELD(R, MTEXTS), ORMAVEC_FIELD(R, HATCHES), ORMAVEC_FIELD(R, ATTDEFS));
+#define ORMAVEC_BLOCK_FIELD(K, Dxf, Record, List, Lives, ...) ORMAVEC_IN_BLOCKS_##Lives(, ORMAVEC_FIELD(R, List))
+    static constexpr auto list = std::make_tuple(ORMAVEC_FIELD(R, LayerName), ORMAVEC_FIELD(R, BlockName), ORMAVEC_FIELD(R, Flag),
+                                                 ORMAVEC_FIELD(R, X), ORMAVEC_FIELD(R, Y), ORMAVEC_FIELD(R, Z),
+                                                 ORMAVEC_FIELD(R, XRefPathName) ORMAVEC_ENTITY_KINDS(ORMAVEC_BLOCK_FIELD));
+#undef ORMAVEC_BLOCK_FIELD
 };
 
 #undef ORMAVEC_FIELD
+
+template <class... R>
+struct TypeList {};
+
+// Every public record, in the order the type library and the Python module
+// present them.
+using AllRecords = TypeList<XYZ, LINE_ENT, ARC_ENT, CIRCLE_ENT, ELLIPSE_ENT, POINT_ENT, SOLID_ENT, FACE3D_ENT, TEXT_ENT, MTEXT_ENT,
+                            ATTDEF_ENT, ATTRIB_ENT, INSERT_ENT, VERTEX_ENT, POLYLINE_ENT, LWVERTEX, LWPOLYLINE_ENT,
+                            HATCH_BOUNDARY_POLYLINE, HATCH_BOUNDARY_LINE, HATCH_BOUNDARY_ARC, HATCH_BOUNDARY_ELLIPSE,
+                            HATCH_BOUNDARY_SPLINE, HATCH_ENT, LAYERS_TAB, LINEPATTERN, LTYPES_TAB, STYLES_TAB, BLOCK_BLOCK>;
 
 // Calls f(name, member pointer) for every field of the record, in order.
 template <class Record, class Fn>

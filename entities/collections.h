@@ -3,8 +3,10 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 
 #include "collections/array_list.h"
+#include "entities/kinds.h"
 #include "entities/records.h"
 #include "io/reader.h"
 #include "io/writer.h"
@@ -34,6 +36,36 @@ void ReadVertex(DXFReader& reader, VERTEX_ENT& record);
 void ReadEntity(DXFReader& reader, LWVERTEXES& vertexList, LWPOLYLINE_ENT& record);
 void ReadEntity(DXFReader& reader, XYZS& pointList, HATCH_ENT& record);
 
+// The lists a section reader lends to the records that need one while they
+// are read; each is made at its first use.
+class ReadScratch {
+public:
+    LWVERTEXES& Vertices() {
+        if (!vertices_) vertices_ = std::make_unique<LWVERTEXES>();
+        return *vertices_;
+    }
+    XYZS& Points() {
+        if (!points_) points_ = std::make_unique<XYZS>();
+        return *points_;
+    }
+
+private:
+    std::unique_ptr<LWVERTEXES> vertices_;
+    std::unique_ptr<XYZS> points_;
+};
+
+// Every kind read alike: with the scratch lists at hand.
+template <class R>
+void ReadEntity(DXFReader& reader, R& record, ReadScratch&) {
+    ReadEntity(reader, record);
+}
+inline void ReadEntity(DXFReader& reader, LWPOLYLINE_ENT& record, ReadScratch& scratch) {
+    ReadEntity(reader, scratch.Vertices(), record);
+}
+inline void ReadEntity(DXFReader& reader, HATCH_ENT& record, ReadScratch& scratch) {
+    ReadEntity(reader, scratch.Points(), record);
+}
+
 // Writing one record; every handle written takes the next value of the
 // running counter.
 void WriteEntity(DXFWriter& writer, const LINE_ENT& record, int32_t& handle);
@@ -52,6 +84,21 @@ void WriteEntity(DXFWriter& writer, const POLYLINE_ENT& record, int32_t& handle)
 void WriteVertex(DXFWriter& writer, const VERTEX_ENT& vertex, const POLYLINE_ENT& owner, int32_t& handle);
 void WriteEntity(DXFWriter& writer, const LWPOLYLINE_ENT& record, int32_t& handle);
 void WriteEntity(DXFWriter& writer, const HATCH_ENT& record, int32_t& handle);
+
+// The handles WriteEntity takes beyond the record's own one: those of the
+// sequence an INSERT or a POLYLINE writes after itself.
+int64_t SequenceHandles(const INSERT_ENT& record) noexcept;
+int64_t SequenceHandles(const POLYLINE_ENT& record) noexcept;
+template <class R>
+concept HasSequence = requires(const R& r) { SequenceHandles(r); };
+
+// The text style a record names under group 7 as WriteEntity writes it
+// (empty: none).
+std::string_view WrittenStyle(const TEXT_ENT& record) noexcept;
+std::string_view WrittenStyle(const MTEXT_ENT& record) noexcept;
+std::string_view WrittenStyle(const ATTDEF_ENT& record) noexcept;
+template <class R>
+concept NamesStyle = requires(const R& r) { WrittenStyle(r); };
 
 // The 2D box of one record for the drawing extent.
 void GetRecordExtent(const LINE_ENT& r, double& minX, double& minY, double& maxX, double& maxY);
@@ -116,37 +163,42 @@ public:
     }
 };
 
-#define ORMAVEC_ENTITY_COLLECTION(Name, Record)                                   \
-    class Name final : public ::ormavec::EntityList<Record, Name> {               \
-    public:                                                                        \
-        static constexpr std::string_view kClassName = #Name;                      \
-        Name() = default;                                                          \
-    }
+// One collection class per kind of the list, and the types of each kind.
+#define ORMAVEC_KIND_COLLECTION(K, Dxf, Record, List, Lives, Read, Write, Order, Grow, ...) \
+    class List final : public ::ormavec::EntityList<Record, List> {                       \
+    public:                                                                                \
+        static constexpr std::string_view kClassName = #List;                              \
+        List() : ::ormavec::EntityList<Record, List>(Grow) {}                              \
+    };
+ORMAVEC_ENTITY_KINDS(ORMAVEC_KIND_COLLECTION)
+#undef ORMAVEC_KIND_COLLECTION
 
-ORMAVEC_ENTITY_COLLECTION(LINES, LINE_ENT);
-ORMAVEC_ENTITY_COLLECTION(ARCS, ARC_ENT);
-ORMAVEC_ENTITY_COLLECTION(CIRCLES, CIRCLE_ENT);
-ORMAVEC_ENTITY_COLLECTION(ELLIPSES, ELLIPSE_ENT);
-ORMAVEC_ENTITY_COLLECTION(POINTS, POINT_ENT);
-ORMAVEC_ENTITY_COLLECTION(SOLIDS, SOLID_ENT);
-ORMAVEC_ENTITY_COLLECTION(FACE3DS, FACE3D_ENT);
-ORMAVEC_ENTITY_COLLECTION(TEXTS, TEXT_ENT);
-ORMAVEC_ENTITY_COLLECTION(MTEXTS, MTEXT_ENT);
-ORMAVEC_ENTITY_COLLECTION(INSERTS, INSERT_ENT);
-ORMAVEC_ENTITY_COLLECTION(ATTDEFS, ATTDEF_ENT);
-ORMAVEC_ENTITY_COLLECTION(POLYLINES, POLYLINE_ENT);
-ORMAVEC_ENTITY_COLLECTION(LWPOLYLINES, LWPOLYLINE_ENT);
-ORMAVEC_ENTITY_COLLECTION(HATCHES, HATCH_ENT);
+template <Kind K>
+struct KindTypes;
+#define ORMAVEC_KIND_TYPES(K, Dxf, Record, List, ...) \
+    template <>                                       \
+    struct KindTypes<Kind::K> {                       \
+        using RecordType = Record;                    \
+        using ListType = List;                        \
+    };
+ORMAVEC_ENTITY_KINDS(ORMAVEC_KIND_TYPES)
+#undef ORMAVEC_KIND_TYPES
 
-// Attributes of an INSERT; written by their insert with its handle as owner.
-class ATTRIBS final : public EntityList<ATTRIB_ENT, ATTRIBS> {
-public:
-    static constexpr std::string_view kClassName = "ATTRIBS";
-    ATTRIBS() : EntityList<ATTRIB_ENT, ATTRIBS>(10) {}
+template <Kind K>
+using KindRecord = typename KindTypes<K>::RecordType;
+template <Kind K>
+using KindList = typename KindTypes<K>::ListType;
 
-    void WriteOut(DXFWriter& writer, int32_t& handle, int32_t ownerHandle) const {
-        for (const ATTRIB_ENT& r : *this) WriteEntity(writer, r, handle, ownerHandle);
-    }
-};
+// The collection of kind K in an entity set (ENTITIES, BLOCK_BLOCK): a
+// specialisation names the set's member, where the set holds the kind.
+template <class Set, Kind K>
+struct Slot;
+template <class Set, Kind K>
+concept Holds = requires { Slot<Set, K>::member; };
+
+template <Kind K, class Set>
+const std::shared_ptr<KindList<K>>& ListIn(const Set& set) noexcept {
+    return set.*Slot<Set, K>::member;
+}
 
 }  // namespace ormavec

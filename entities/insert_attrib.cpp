@@ -118,12 +118,16 @@ void WriteEntity(DXFWriter& writer, const INSERT_ENT& record, int32_t& handle) {
     entity::WriteDescribed(writer, entity::InsertDescription(), record, handle);
     if (!record.ATTRIBS) return;
     const int32_t owner = handle;  // the insert's own handle, its only one so far
-    record.ATTRIBS->WriteOut(writer, handle, owner);
+    for (const ATTRIB_ENT& attribute : *record.ATTRIBS) WriteEntity(writer, attribute, handle, owner);
     writer.WriteString(0, "SEQEND");
     writer.WriteHandle(5, NextHandle(handle));
     writer.WriteHandle(330, owner);
     writer.WriteString(100, "AcDbEntity");
     writer.WriteString(8, record.Layer.empty() ? std::string_view("0") : std::string_view(record.Layer));
+}
+
+int64_t SequenceHandles(const INSERT_ENT& record) noexcept {
+    return record.ATTRIBS ? record.ATTRIBS->Count() + 1 : 0;  // the attributes and SEQEND
 }
 
 void GetRecordExtent(const INSERT_ENT& r, double& minX, double& minY, double& maxX, double& maxY) {
@@ -140,6 +144,8 @@ void ReadEntity(DXFReader& reader, ATTDEF_ENT& record) {
 void WriteEntity(DXFWriter& writer, const ATTDEF_ENT& record, int32_t& handle) {
     entity::WriteDescribed(writer, entity::AttdefDescription(), record, handle);
 }
+
+std::string_view WrittenStyle(const ATTDEF_ENT& record) noexcept { return record.TextStyleName; }
 
 void ReadEntity(DXFReader& reader, ATTRIB_ENT& record) {
     const auto& d = entity::AttribDescription();

@@ -167,6 +167,10 @@ void WriteVertex(DXFWriter& writer, const VERTEX_ENT& vertex, const POLYLINE_ENT
     entity::WriteDescribed(writer, entity::VertexDescription(), vertex, handle);
 }
 
+int64_t SequenceHandles(const POLYLINE_ENT& record) noexcept {
+    return static_cast<int64_t>(record.Vertices.size() + record.CommandVertices.size()) + 1;  // with SEQEND
+}
+
 void GetRecordExtent(const POLYLINE_ENT& r, double& minX, double& minY, double& maxX, double& maxY) {
     if (r.Vertices.empty())
         RaiseError(err::SubscriptOutOfRange, "POLYLINES", "Subscript out of range: the polyline has no vertices to measure");

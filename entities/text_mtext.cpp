@@ -101,6 +101,9 @@ void ReadEntity(DXFReader& reader, TEXT_ENT& record) { entity::ReadDescribed(rea
 void WriteEntity(DXFWriter& writer, const TEXT_ENT& record, int32_t& handle) {
     entity::WriteDescribed(writer, entity::TextDescription(), record, handle);
 }
+std::string_view WrittenStyle(const TEXT_ENT& record) noexcept {
+    return record.TextStyleName.empty() ? std::string_view("0") : std::string_view(record.TextStyleName);
+}
 void GetRecordExtent(const TEXT_ENT& r, double& minX, double& minY, double& maxX, double& maxY) {
     minX = r.StartX;
     minY = r.StartY;
@@ -128,6 +131,9 @@ void ReadEntity(DXFReader& reader, MTEXT_ENT& record) {
 }
 void WriteEntity(DXFWriter& writer, const MTEXT_ENT& record, int32_t& handle) {
     entity::WriteDescribed(writer, entity::MTextDescription(), record, handle);
+}
+std::string_view WrittenStyle(const MTEXT_ENT& record) noexcept {
+    return record.Style.empty() ? std::string_view("Standard") : std::string_view(record.Style);
 }
 void GetRecordExtent(const MTEXT_ENT& r, double& minX, double& minY, double& maxX, double& maxY) {
     minX = r.X;

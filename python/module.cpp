@@ -41,17 +41,10 @@ void raisePython(const Error& e) {
 
 // ---------------------------------------------------------------- variants
 
-template <class... Records>
-struct RecordTypes {};
-using AllRecords = RecordTypes<XYZ, LINE_ENT, ARC_ENT, CIRCLE_ENT, ELLIPSE_ENT, POINT_ENT, SOLID_ENT, FACE3D_ENT, TEXT_ENT, MTEXT_ENT,
-                               ATTDEF_ENT, ATTRIB_ENT, INSERT_ENT, VERTEX_ENT, POLYLINE_ENT, LWVERTEX, LWPOLYLINE_ENT,
-                               HATCH_BOUNDARY_POLYLINE, HATCH_BOUNDARY_LINE, HATCH_BOUNDARY_ARC, HATCH_BOUNDARY_ELLIPSE,
-                               HATCH_BOUNDARY_SPLINE, HATCH_ENT, LAYERS_TAB, LINEPATTERN, LTYPES_TAB, STYLES_TAB, BLOCK_BLOCK>;
-
 py::object toPython(const Variant& v);
 
 template <class... R>
-py::object recordToPython(const Variant& v, RecordTypes<R...>) {
+py::object recordToPython(const Variant& v, TypeList<R...>) {
     py::object out = py::none();
     bool done = false;
     (
@@ -67,7 +60,7 @@ py::object recordToPython(const Variant& v, RecordTypes<R...>) {
 }
 
 template <class... R>
-py::object arrayToPython(const Variant& v, RecordTypes<R...>) {
+py::object arrayToPython(const Variant& v, TypeList<R...>) {
     py::list out;
     bool done = false;
     (
@@ -106,7 +99,7 @@ py::object toPython(const Variant& v) {
 }
 
 template <class... R>
-bool recordFromPython(py::handle h, Variant& out, RecordTypes<R...>) {
+bool recordFromPython(py::handle h, Variant& out, TypeList<R...>) {
     bool done = false;
     (
         [&] {
@@ -226,7 +219,7 @@ void bindRecord(py::module_& m) {
 }
 
 template <class... R>
-void bindRecords(py::module_& m, RecordTypes<R...>) {
+void bindRecords(py::module_& m, TypeList<R...>) {
     (bindRecord<R>(m), ...);
 }
 
@@ -385,21 +378,7 @@ PYBIND11_MODULE(ormavec, m) {
         .def("__len__", &IArrayList::Count)
         .def("__getitem__", [](const IArrayList& l, int64_t i) { return toPython(l.Item(pyIndex(l.Count(), i))); });
 
-    bindList<LINES>(m);
-    bindList<ARCS>(m);
-    bindList<CIRCLES>(m);
-    bindList<ELLIPSES>(m);
-    bindList<POINTS>(m);
-    bindList<SOLIDS>(m);
-    bindList<FACE3DS>(m);
-    bindList<TEXTS>(m);
-    bindList<MTEXTS>(m);
-    bindList<INSERTS>(m);
-    bindList<ATTDEFS>(m);
-    bindList<ATTRIBS>(m);
-    bindList<POLYLINES>(m);
-    bindList<LWPOLYLINES>(m);
-    bindList<HATCHES>(m);
+    kinds::ForEach([&]<Kind K>() { bindList<KindList<K>>(m); });
     bindList<LAYERS>(m);
     bindList<LTYPES>(m);
     bindList<STYLES>(m);
@@ -422,7 +401,8 @@ PYBIND11_MODULE(ormavec, m) {
         .def_property("ExtMin", &HEADER::ExtMin, &HEADER::SetExtMin)
         .def_property("InsBase", &HEADER::InsBase, &HEADER::SetInsBase);
 
-    py::class_<ENTITIES, Object, std::shared_ptr<ENTITIES>>(m, "ENTITIES", "The entity collections of the model space.")
+    py::class_<ENTITIES, Object, std::shared_ptr<ENTITIES>> entities(m, "ENTITIES", "The entity collections of the model space.");
+    entities
         .def(py::init<>())
         .def("ReCalcExtent",
              [](const ENTITIES& e) {
@@ -431,20 +411,12 @@ PYBIND11_MODULE(ormavec, m) {
                  return std::make_tuple(x0, y0, x1, y1);
              },
              "Returns (X0, Y0, X1, Y1), the 2D extent of the model space.")
-        .def_property_readonly("ARCS", &ENTITIES::ARCS)
-        .def_property_readonly("CIRCLES", &ENTITIES::CIRCLES)
-        .def_property_readonly("ELLIPSES", &ENTITIES::ELLIPSES)
-        .def_property_readonly("FACE3DS", &ENTITIES::FACE3DS)
-        .def_property_readonly("INSERTS", &ENTITIES::INSERTS)
-        .def_property_readonly("LINES", &ENTITIES::LINES)
-        .def_property_readonly("LWPOLYLINES", &ENTITIES::LWPOLYLINES)
-        .def_property_readonly("MTEXTS", &ENTITIES::MTEXTS)
-        .def_property_readonly("POLYLINES", &ENTITIES::POLYLINES)
-        .def_property_readonly("POINTS", &ENTITIES::POINTS)
-        .def_property_readonly("TEXTS", &ENTITIES::TEXTS)
-        .def_property_readonly("SOLIDS", &ENTITIES::SOLIDS)
-        .def_property_readonly("ATTDEFS", &ENTITIES::ATTDEFS)
-        .def_property_readonly("ATTRIBS", &ENTITIES::ATTRIBS);
+        ;
+    kinds::ForEachInSectionOrder([&]<Kind K>() {
+        if constexpr (Holds<ENTITIES, K>)
+            entities.def_property_readonly(std::string(kinds::RowOf(K).list).c_str(),
+                                           [](const ENTITIES& e) { return ListIn<K>(e); });
+    });
 
     py::class_<TABLES, Object, std::shared_ptr<TABLES>>(m, "TABLES", "Layers, line types and text styles.")
         .def(py::init<>())
