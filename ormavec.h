@@ -10,6 +10,7 @@
 #include "document/document.h"
 #include "document/entities.h"
 #include "document/header.h"
+#include "document/save_context.h"
 #include "document/tables.h"
 #include "entities/collections.h"
 #include "entities/records.h"
@@ -17,4 +18,4 @@
 #include "io/reader.h"
 #include "io/text.h"
 #include "io/writer.h"
-#include "tables/tables.h"
+#include "tables/symbol_tables.h"

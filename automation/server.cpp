@@ -1,35 +1,11 @@
-// The in-process server: handles with reference counts, class factories,
-// late-bound calls, the document's event connection, self-registration and
-// the C entry points.
-//
-// Registration (DllRegisterServer) writes one INI file per user, the place a
-// desktop platform keeps per-user data: $ORMAVEC_REGISTRY_FILE when set (for
-// tests and packagers), else $XDG_DATA_HOME/ormavec/registry.ini, else
-// $HOME/.local/share/ormavec/registry.ini. It holds:
-//   [TypeLib {libid}]      Name, Version=7.2, Path (this library, from dladdr)
-//   [CLSID {clsid}]        Name, ProgID=Ormavec.<Class>.7,
-//                          VersionIndependentProgID=Ormavec.<Class>,
-//                          InprocServer32 (library path), ThreadingModel=Apartment,
-//                          TypeLib, Version, DefaultInterface
-//   [ProgID Ormavec.<Class>]   CLSID, CurVer=Ormavec.<Class>.7
-//   [ProgID Ormavec.<Class>.7] CLSID
-//   [Interface {iid}]      Name, TypeLib
-// Both ProgID forms name the class; the version-independent one is the one
-// the class table shows. DllUnregisterServer removes the file; unregistering
-// twice is not an error. Creating objects never needs the file: the library
-// knows its own classes.
-#include <dlfcn.h>
-#include <pwd.h>
-#include <unistd.h>
-
-#include <cerrno>
-#include <cstdlib>
+// The object runtime of the in-process server: handles with reference
+// counts, class factories, late-bound calls, the document's event
+// connection, the failure record and the type library's C view.
+// Self-registration is in registration.cpp, variants, records and arrays in
+// values.cpp.
 #include <cstring>
-#include <filesystem>
-#include <fstream>
-#include <new>
 
-#include "automation/automation.h"
+#include "automation/server.h"
 
 struct ormavec_object::Connections {
     struct Sink {
@@ -62,41 +38,6 @@ struct LastError {
     std::string description;
 };
 thread_local LastError tLastError;
-
-int32_t Fail(int32_t hresult, int32_t number, std::string source, std::string description) {
-    tLastError.set = true;
-    tLastError.hresult = hresult;
-    tLastError.number = number;
-    tLastError.source = std::move(source);
-    tLastError.description = std::move(description);
-    return hresult;
-}
-int32_t Fail(int32_t hresult, std::string description) { return Fail(hresult, hresult, "Ormavec", std::move(description)); }
-
-// The component's own numbers are already failure codes; a classic runtime
-// number n becomes the control-facility code 0x800A0000 + n.
-int32_t ResultOf(int32_t number) {
-    if (number < 0) return number;
-    if (number > 0 && number <= 0xFFFF) return static_cast<int32_t>(0x800A0000u | static_cast<uint32_t>(number));
-    return ORMAVEC_E_FAIL;
-}
-
-// Runs f, turning every exception into a result and the thread's error info.
-template <class F>
-int32_t Guard(F&& f) noexcept {
-    try {
-        return f();
-    } catch (const Error& e) {
-        std::string text = e.description().empty() ? std::string(DefaultErrorText(e.number())) : e.description();
-        return Fail(ResultOf(e.number()), e.number(), e.source(), std::move(text));
-    } catch (const std::bad_alloc&) {
-        return Fail(ORMAVEC_E_OUTOFMEMORY, err::OutOfMemory, "Ormavec", "Out of memory");
-    } catch (const std::exception& e) {
-        return Fail(ORMAVEC_E_FAIL, e.what());
-    } catch (...) {
-        return Fail(ORMAVEC_E_FAIL, "Unknown failure");
-    }
-}
 
 Handle* NewHandle(std::shared_ptr<Object> object, std::shared_ptr<Object> view, const Interface* iface, const ClassInfo* cls) {
     auto* h = new Handle;
@@ -213,48 +154,25 @@ int32_t QueryInterface(Handle* h, const Guid& iid, Handle** out) {
     return ORMAVEC_S_OK;
 }
 
-std::string RegistryPath() {
-    if (const char* p = std::getenv("ORMAVEC_REGISTRY_FILE"); p && *p) return p;
-    if (const char* x = std::getenv("XDG_DATA_HOME"); x && *x) return std::string(x) + "/ormavec/registry.ini";
-    std::string home;
-    if (const char* h = std::getenv("HOME"); h && *h) home = h;
-    else if (const passwd* pw = getpwuid(getuid()); pw && pw->pw_dir) home = pw->pw_dir;
-    return home + "/.local/share/ormavec/registry.ini";
-}
-
-std::string LibraryPath() {
-    Dl_info info{};
-    if (dladdr(reinterpret_cast<void*>(&DllRegisterServer), &info) && info.dli_fname) {
-        std::error_code ec;
-        auto abs = std::filesystem::absolute(info.dli_fname, ec);
-        return ec ? std::string(info.dli_fname) : abs.string();
-    }
-    return {};
-}
-
-std::string RegistryText() {
-    const TypeLibrary& lib = Library();
-    const std::string libid = FormatGuid(lib.libid);
-    const std::string version = std::to_string(lib.major) + "." + std::to_string(lib.minor);
-    const std::string major = "." + std::to_string(lib.major);
-    const std::string path = LibraryPath();
-    std::string t = "; Ormavec in-process automation server: written by DllRegisterServer, removed by DllUnregisterServer.\n\n";
-    t += "[TypeLib " + libid + "]\nName=" + lib.name + "\nVersion=" + version + "\nPath=" + path + "\n\n";
-    for (const ClassInfo& c : lib.classes) {
-        const std::string clsid = FormatGuid(c.clsid);
-        t += "[CLSID " + clsid + "]\nName=" + c.name + "\nProgID=" + c.progid + major + "\nVersionIndependentProgID=" + c.progid +
-             "\nInprocServer32=" + path + "\nThreadingModel=Apartment\nTypeLib=" + libid + "\nVersion=" + version +
-             "\nDefaultInterface=" + FormatGuid(c.defaultInterface->iid) + "\n\n";
-        t += "[ProgID " + c.progid + "]\nCLSID=" + clsid + "\nCurVer=" + c.progid + major + "\n\n";
-        t += "[ProgID " + c.progid + major + "]\nCLSID=" + clsid + "\n\n";
-    }
-    for (const auto& i : lib.interfaces) t += "[Interface " + FormatGuid(i->iid) + "]\nName=" + i->name + "\nTypeLib=" + libid + "\n\n";
-    return t;
-}
-
 bool InRange(int32_t index, std::size_t size) { return index >= 0 && static_cast<std::size_t>(index) < size; }
 
 }  // namespace
+
+int32_t Fail(int32_t hresult, int32_t number, std::string source, std::string description) {
+    tLastError.set = true;
+    tLastError.hresult = hresult;
+    tLastError.number = number;
+    tLastError.source = std::move(source);
+    tLastError.description = std::move(description);
+    return hresult;
+}
+int32_t Fail(int32_t hresult, std::string description) { return Fail(hresult, hresult, "Ormavec", std::move(description)); }
+
+int32_t ResultOf(int32_t number) {
+    if (number < 0) return number;
+    if (number > 0 && number <= 0xFFFF) return static_cast<int32_t>(0x800A0000u | static_cast<uint32_t>(number));
+    return ORMAVEC_E_FAIL;
+}
 
 ormavec_object* Wrap(const std::shared_ptr<Object>& object) {
     const TypeLibrary& lib = Library();
@@ -308,39 +226,6 @@ ORMAVEC_API int32_t DllGetClassObject(const ormavec_guid* clsid, const ormavec_g
 
 ORMAVEC_API int32_t DllCanUnloadNow(void) {
     return gLiveObjects.load() == 0 && gServerLocks.load() == 0 ? ORMAVEC_S_OK : ORMAVEC_S_FALSE;
-}
-
-ORMAVEC_API int32_t DllRegisterServer(void) {
-    return Guard([] {
-        namespace fs = std::filesystem;
-        const fs::path path = RegistryPath();
-        std::error_code ec;
-        if (path.has_parent_path()) fs::create_directories(path.parent_path(), ec);
-        // Written beside and renamed, so a reader never sees half a file.
-        const fs::path temp = path.string() + ".tmp";
-        {
-            std::ofstream out(temp, std::ios::binary | std::ios::trunc);
-            out << RegistryText();
-            out.close();
-            if (!out) return Fail(ORMAVEC_SELFREG_E_CLASS, err::PathFileAccessError, "Ormavec", "Cannot write " + temp.string());
-        }
-        fs::rename(temp, path, ec);
-        if (ec) {
-            fs::remove(temp, ec);
-            return Fail(ORMAVEC_SELFREG_E_CLASS, err::PathFileAccessError, "Ormavec", "Cannot write " + path.string());
-        }
-        return ORMAVEC_S_OK;
-    });
-}
-
-ORMAVEC_API int32_t DllUnregisterServer(void) {
-    return Guard([] {
-        const std::filesystem::path path = RegistryPath();
-        std::error_code ec;
-        std::filesystem::remove(path, ec);
-        if (ec) return Fail(ORMAVEC_SELFREG_E_CLASS, err::PathFileAccessError, "Ormavec", "Cannot remove " + path.string());
-        return ORMAVEC_S_OK;
-    });
 }
 
 ORMAVEC_API int32_t ormavec_factory_create_instance(ormavec_object* factory, ormavec_object* outer, const ormavec_guid* iid,
@@ -541,151 +426,6 @@ ORMAVEC_API int32_t ormavec_comparer_new(ormavec_compare_fn compare, void* conte
     if (!compare) return Fail(ORMAVEC_E_POINTER, "No callback");
     return Guard([&] {
         *out = Wrap(std::make_shared<HostComparer>(compare, context));
-        return ORMAVEC_S_OK;
-    });
-}
-
-ORMAVEC_API void ormavec_variant_init(ormavec_variant* v) {
-    if (!v) return;
-    std::memset(v, 0, sizeof *v);
-}
-
-ORMAVEC_API int32_t ormavec_variant_clear(ormavec_variant* v) {
-    if (!v) return Fail(ORMAVEC_E_POINTER, "No variant");
-    switch (v->vt) {
-    case ORMAVEC_VT_BSTR: std::free(v->u.strVal); break;
-    case ORMAVEC_VT_DISPATCH:
-    case ORMAVEC_VT_UNKNOWN: ormavec_release(v->u.objVal); break;
-    case ORMAVEC_VT_RECORD: delete static_cast<Variant*>(v->u.recVal); break;
-    default:
-        if (v->vt & ORMAVEC_VT_ARRAY) delete static_cast<Variant*>(v->u.arrVal);
-        break;
-    }
-    ormavec_variant_init(v);
-    return ORMAVEC_S_OK;
-}
-
-ORMAVEC_API int32_t ormavec_variant_copy(ormavec_variant* dest, const ormavec_variant* src) {
-    if (!dest || !src) return Fail(ORMAVEC_E_POINTER, "Missing argument");
-    if (dest == src) return ORMAVEC_S_OK;
-    return Guard([&] {
-        ormavec_variant copy;
-        ormavec_variant_init(&copy);
-        switch (src->vt) {
-        case ORMAVEC_VT_DISPATCH:
-        case ORMAVEC_VT_UNKNOWN:
-            copy = *src;
-            ormavec_add_ref(copy.u.objVal);
-            break;
-        default:
-            if (src->vt == ORMAVEC_VT_BSTR || src->vt == ORMAVEC_VT_RECORD || (src->vt & ORMAVEC_VT_ARRAY)) ToC(FromC(*src), copy);
-            else copy = *src;
-            break;
-        }
-        ormavec_variant_clear(dest);
-        *dest = copy;
-        return ORMAVEC_S_OK;
-    });
-}
-
-ORMAVEC_API int32_t ormavec_variant_set_string(ormavec_variant* v, const char* utf8) {
-    if (!v) return Fail(ORMAVEC_E_POINTER, "No variant");
-    return Guard([&] {
-        ormavec_variant s;
-        ToC(Variant(std::string(utf8 ? utf8 : "")), s);
-        ormavec_variant_clear(v);
-        *v = s;
-        return ORMAVEC_S_OK;
-    });
-}
-
-ORMAVEC_API void ormavec_string_free(char* s) { std::free(s); }
-
-ORMAVEC_API int32_t ormavec_record_new(const char* type_name, ormavec_variant* out) {
-    if (!type_name || !out) return Fail(ORMAVEC_E_POINTER, "Missing argument");
-    ormavec_variant_init(out);
-    return Guard([&] {
-        const RecordInfo* info = Library().RecordByName(type_name);
-        if (!info) return Fail(ORMAVEC_DISP_E_UNKNOWNNAME, "Unknown record type: " + std::string(type_name));
-        ToC(info->create(), *out);
-        return ORMAVEC_S_OK;
-    });
-}
-
-ORMAVEC_API const char* ormavec_record_type(const ormavec_variant* record) {
-    if (!record || record->vt != ORMAVEC_VT_RECORD || !record->u.recVal) return nullptr;
-    const RecordInfo* info = Library().RecordByName(static_cast<const Variant*>(record->u.recVal)->TypeName());
-    return info ? info->name.c_str() : nullptr;
-}
-
-ORMAVEC_API int32_t ormavec_record_get(const ormavec_variant* record, const char* field, ormavec_variant* out) {
-    if (!record || !field || !out) return Fail(ORMAVEC_E_POINTER, "Missing argument");
-    ormavec_variant_init(out);
-    const char* type = ormavec_record_type(record);
-    if (!type) return Fail(ORMAVEC_DISP_E_TYPEMISMATCH, err::TypeMismatch, "Record", "Type mismatch: not a record");
-    return Guard([&] {
-        Variant value;
-        if (!Library().RecordByName(type)->get(*static_cast<const Variant*>(record->u.recVal), field, value))
-            return Fail(ORMAVEC_DISP_E_UNKNOWNNAME, std::string(type) + " has no field " + field);
-        ToC(value, *out);
-        return ORMAVEC_S_OK;
-    });
-}
-
-ORMAVEC_API int32_t ormavec_record_put(ormavec_variant* record, const char* field, const ormavec_variant* value) {
-    if (!record || !field || !value) return Fail(ORMAVEC_E_POINTER, "Missing argument");
-    const char* type = ormavec_record_type(record);
-    if (!type) return Fail(ORMAVEC_DISP_E_TYPEMISMATCH, err::TypeMismatch, "Record", "Type mismatch: not a record");
-    return Guard([&] {
-        const Variant v = FromC(*value);
-        if (!Library().RecordByName(type)->put(*static_cast<Variant*>(record->u.recVal), field, v))
-            return Fail(ORMAVEC_DISP_E_UNKNOWNNAME, std::string(type) + " has no field " + field);
-        return ORMAVEC_S_OK;
-    });
-}
-
-ORMAVEC_API int32_t ormavec_array_new(const char* element_type, int32_t lower_bound, int32_t count, ormavec_variant* out) {
-    if (!element_type || !out) return Fail(ORMAVEC_E_POINTER, "Missing argument");
-    ormavec_variant_init(out);
-    return Guard([&] {
-        Variant array;
-        if (!NewArray(element_type, lower_bound, count, array))
-            return Fail(ORMAVEC_DISP_E_TYPEMISMATCH, "Unknown element type: " + std::string(element_type));
-        ToC(array, *out);
-        return ORMAVEC_S_OK;
-    });
-}
-
-ORMAVEC_API int32_t ormavec_array_bounds(const ormavec_variant* array, int32_t* lower_bound, int32_t* count) {
-    if (!array || !lower_bound || !count) return Fail(ORMAVEC_E_POINTER, "Missing argument");
-    *lower_bound = 0;
-    *count = 0;
-    if (!(array->vt & ORMAVEC_VT_ARRAY) || !array->u.arrVal)
-        return Fail(ORMAVEC_DISP_E_TYPEMISMATCH, err::TypeMismatch, "Array", "Type mismatch: not an array");
-    const detail::ArrayBoxBase* info = static_cast<const Variant*>(array->u.arrVal)->ArrayInfo();
-    if (!info || !info->allocated) return ORMAVEC_S_FALSE;
-    *lower_bound = info->lowerBound;
-    *count = info->Size();
-    return ORMAVEC_S_OK;
-}
-
-ORMAVEC_API int32_t ormavec_array_get(const ormavec_variant* array, int32_t index, ormavec_variant* out) {
-    if (!array || !out) return Fail(ORMAVEC_E_POINTER, "Missing argument");
-    ormavec_variant_init(out);
-    if (!(array->vt & ORMAVEC_VT_ARRAY) || !array->u.arrVal)
-        return Fail(ORMAVEC_DISP_E_TYPEMISMATCH, err::TypeMismatch, "Array", "Type mismatch: not an array");
-    return Guard([&] {
-        ToC(ArrayGet(*static_cast<const Variant*>(array->u.arrVal), index), *out);
-        return ORMAVEC_S_OK;
-    });
-}
-
-ORMAVEC_API int32_t ormavec_array_put(ormavec_variant* array, int32_t index, const ormavec_variant* value) {
-    if (!array || !value) return Fail(ORMAVEC_E_POINTER, "Missing argument");
-    if (!(array->vt & ORMAVEC_VT_ARRAY) || !array->u.arrVal)
-        return Fail(ORMAVEC_DISP_E_TYPEMISMATCH, err::TypeMismatch, "Array", "Type mismatch: not an array");
-    return Guard([&] {
-        ArrayPut(*static_cast<Variant*>(array->u.arrVal), index, FromC(*value));
         return ORMAVEC_S_OK;
     });
 }

@@ -4,6 +4,7 @@
 #include <string>
 
 #include "io/reader.h"
+#include "document/save_context.h"
 #include "io/writer.h"
 
 namespace {

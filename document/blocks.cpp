@@ -16,15 +16,31 @@ bool hasBlockNamedLower(const BLOCKS& blocks, std::string_view lowerName) {
 // The BLOCK_RECORD written for the block at this place of the section; 0
 // when the TABLES section of this save did not write one (a block written on
 // its own).
-int32_t recordHandle(DXFWriter& w, std::size_t index) {
-    const std::vector<int32_t>& records = w.StandardLinks().blockRecords;
-    return index < records.size() ? records[index] : 0;
+int32_t recordHandle(const SaveContext& save, std::size_t index) {
+    return index < save.blockRecords.size() ? save.blockRecords[index] : 0;
 }
 
-void writeDefaultBlock(DXFWriter& w, int32_t& handle, std::string_view name, bool paperSpace) {
+// The block's own pairs before its entities, and its ENDBLK.
+const WriteOrder<BLOCK_BLOCK>& headOrder() {
+    using R = BLOCK_BLOCK;
+    using O = W<R>;
+    static const WriteOrder<R> order{O::Text(0, "BLOCK"), O::Handle(), O::Text(100, "AcDbEntity"), O::Of(&R::LayerName),
+                                     O::Text(100, "AcDbBlockBegin"), O::Of(&R::BlockName), O::Of(&R::Flag), O::Of(&R::X),
+                                     O::Of(&R::Y), O::Of(&R::Z), O::String(3, &R::BlockName), O::Of(&R::XRefPathName)};
+    return order;
+}
+const WriteOrder<BLOCK_BLOCK>& endOrder() {
+    using R = BLOCK_BLOCK;
+    using O = W<R>;
+    static const WriteOrder<R> order{O::Text(0, "ENDBLK"), O::Handle(), O::Text(100, "AcDbEntity"), O::Of(&R::LayerName),
+                                     O::Text(100, "AcDbBlockEnd")};
+    return order;
+}
+
+void writeDefaultBlock(SaveContext& save, std::string_view name, bool paperSpace) {
+    DXFWriter& w = save.Writer();
     w.WriteString(0, "BLOCK");
-    w.WriteHandle(5, NextHandle(handle));
-    w.WriteOwner();
+    save.WriteHandle();
     w.WriteString(100, "AcDbEntity");
     w.WriteString(8, "0");
     if (paperSpace) w.WriteInteger(67, 1);
@@ -35,8 +51,7 @@ void writeDefaultBlock(DXFWriter& w, int32_t& handle, std::string_view name, boo
     w.WriteString(3, name);
     w.WriteString(1, "");
     w.WriteString(0, "ENDBLK");
-    w.WriteHandle(5, NextHandle(handle));
-    w.WriteOwner();
+    save.WriteHandle();
     w.WriteString(100, "AcDbEntity");
     w.WriteString(8, "0");
     if (paperSpace) w.WriteInteger(67, 1);
@@ -67,86 +82,62 @@ void BLOCKS::ReadSection(DXFReader& reader) {
 
 BLOCK_BLOCK BLOCKS::ReadBlock(DXFReader& reader, ReadScratch& scratch) {
     BLOCK_BLOCK b;
-    b.LayerName = "0";
-    b.BlockName = "Alap";
-    b.XRefPathName = "Alap";
+    ResetToDefaults(b);
     CreateEntityArrays(b);
     // The pairs of an entity this reader does not keep (ATTDEF, HATCH below
     // version mode 6, DIMENSION, SPLINE, ...) are skipped up to the next
     // code-0 pair, so that they never change the block's own fields.
     bool skipping = false;
-    while (!reader.AtEnd()) {
-        const DXFReader::Pair& p = reader.Read();
+    ReadPairs(reader, b, [&](const DXFReader::Pair& p, BLOCK_BLOCK& block) {
         if (p.Code == 0) {
-            if (EqualsNoCase(p.Value, "ENDBLK")) break;
+            if (EqualsNoCase(p.Value, "ENDBLK")) return PairIs::EndTaken;
             Kind kind;
-            skipping = !kinds::Find(p.Value, kind) || !entity_sets::ReadInto(kind, reader, b, scratch);
-            continue;
+            skipping = !kinds::Find(p.Value, kind) || !entity_sets::ReadInto(kind, reader, block, scratch);
+            return PairIs::Taken;
         }
-        if (skipping) continue;
-        switch (p.Code) {
-        case 1: b.XRefPathName.assign(p.Value); break;
-        case 2:
-            // The first group 2 names the block.
-            if (EqualsNoCase(b.BlockName, "Alap")) b.BlockName.assign(p.Value);
-            break;
-        case 8: b.LayerName.assign(p.Value); break;
-        case 10: b.X = reader.ToDouble(p.Value); break;
-        case 20: b.Y = reader.ToDouble(p.Value); break;
-        case 30: b.Z = reader.ToDouble(p.Value); break;
-        case 70: b.Flag = reader.ToInt32(p.Value); break;
-        default: break;
-        }
-    }
+        if (skipping) return PairIs::Taken;
+        if (p.Code != 2) return PairIs::Field;
+        // The first group 2 names the block.
+        if (EqualsNoCase(block.BlockName, "Alap")) block.BlockName.assign(p.Value);
+        return PairIs::Taken;
+    });
     return b;
 }
 
-void BLOCKS::WriteOut(DXFWriter& w, int32_t& handle) const {
+void BLOCKS::WriteOut(SaveContext& save) const {
+    DXFWriter& w = save.Writer();
     w.BeginSection();
     w.WriteString(2, "BLOCKS");
-    WriteDefaultBlocks(w, handle);
+    WriteDefaultBlocks(save);
     // Block i after the default ones is owned by record i of that count.
     std::size_t record = 0;
     if (!hasBlockNamedLower(*this, "*model_space")) ++record;
     if (!hasBlockNamedLower(*this, "*paper_space")) ++record;
     for (const BLOCK_BLOCK& b : *this) {
-        OwnerScope owned(w, recordHandle(w, record++));
-        WriteBlock(w, b, handle);
+        OwnerScope owned(save, recordHandle(save, record++));
+        WriteBlock(save, b);
     }
     w.EndSection();
 }
 
-void BLOCKS::WriteDefaultBlocks(DXFWriter& w, int32_t& handle) const {
+void BLOCKS::WriteDefaultBlocks(SaveContext& save) const {
     std::size_t record = 0;
     if (!hasBlockNamedLower(*this, "*model_space")) {
-        OwnerScope owned(w, recordHandle(w, record++));
-        writeDefaultBlock(w, handle, "*MODEL_SPACE", false);
+        OwnerScope owned(save, recordHandle(save, record++));
+        writeDefaultBlock(save, "*MODEL_SPACE", false);
     }
     if (!hasBlockNamedLower(*this, "*paper_space")) {
-        OwnerScope owned(w, recordHandle(w, record++));
-        writeDefaultBlock(w, handle, "*PAPER_SPACE", true);
+        OwnerScope owned(save, recordHandle(save, record++));
+        writeDefaultBlock(save, "*PAPER_SPACE", true);
     }
 }
 
-void BLOCKS::WriteBlock(DXFWriter& w, const BLOCK_BLOCK& b, int32_t& handle) {
-    w.WriteString(0, "BLOCK");
-    w.WriteHandle(5, NextHandle(handle));
-    w.WriteOwner();
-    w.WriteString(100, "AcDbEntity");
-    w.WriteString(8, b.LayerName);
-    w.WriteString(100, "AcDbBlockBegin");
-    w.WriteString(2, b.BlockName);
-    w.WriteInteger(70, b.Flag);
-    w.WritePoint(b.X, b.Y, b.Z, 10, 20, 30);
-    w.WriteString(3, b.BlockName);
-    w.WriteString(1, b.XRefPathName);
-    entity_sets::WriteAll(w, b, handle);
-    w.WriteString(0, "ENDBLK");
-    w.WriteHandle(5, NextHandle(handle));
-    w.WriteOwner();
-    w.WriteString(100, "AcDbEntity");
-    w.WriteString(8, b.LayerName);
-    w.WriteString(100, "AcDbBlockEnd");
+void BLOCKS::WriteBlock(SaveContext& save, const BLOCK_BLOCK& b) {
+    WriteByOrder(save, headOrder(), b);
+    entity_sets::WriteAll(save, b);
+    WriteByOrder(save, endOrder(), b);
 }
+
+int64_t BLOCKS::HeadHandles() noexcept { return HandlesIn(headOrder()) + HandlesIn(endOrder()); }
 
 }  // namespace ormavec

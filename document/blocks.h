@@ -27,6 +27,18 @@ struct BLOCK_BLOCK {
 #undef ORMAVEC_BLOCK_MEMBER
 };
 
+// The first group 2 names the block; each kind of collection is a field.
+template <>
+struct Fields<BLOCK_BLOCK> {
+    using R = BLOCK_BLOCK;
+#define ORMAVEC_BLOCK_FIELD(K, Dxf, Record, List, Lives, ...) ORMAVEC_IN_BLOCKS_##Lives(, ORMAVEC_F(List))
+    static constexpr auto list =
+        std::make_tuple(ORMAVEC_F(LayerName, 8).Default("0"), ORMAVEC_F(BlockName, 2).Default("Alap"), ORMAVEC_F(Flag, 70),
+                        ORMAVEC_F(X, 10), ORMAVEC_F(Y, 20), ORMAVEC_F(Z, 30),
+                        ORMAVEC_F(XRefPathName, 1).Default("Alap") ORMAVEC_ENTITY_KINDS(ORMAVEC_BLOCK_FIELD));
+#undef ORMAVEC_BLOCK_FIELD
+};
+
 #define ORMAVEC_BLOCK_SLOT(K, Dxf, Record, List, Lives, ...)            \
     ORMAVEC_IN_BLOCKS_##Lives(template <> struct Slot<BLOCK_BLOCK, Kind::K> { \
         static constexpr auto member = &BLOCK_BLOCK::List;               \
@@ -48,9 +60,11 @@ public:
     void ReadSection(DXFReader& reader);
     // One block from after its BLOCK pair up to its ENDBLK pair.
     static BLOCK_BLOCK ReadBlock(DXFReader& reader, ReadScratch& scratch);
-    void WriteOut(DXFWriter& writer, int32_t& handle) const;
-    void WriteDefaultBlocks(DXFWriter& writer, int32_t& handle) const;
-    static void WriteBlock(DXFWriter& writer, const BLOCK_BLOCK& block, int32_t& handle);
+    void WriteOut(SaveContext& save) const;
+    void WriteDefaultBlocks(SaveContext& save) const;
+    static void WriteBlock(SaveContext& save, const BLOCK_BLOCK& block);
+    // The handles WriteBlock takes for the block's own pairs (BLOCK, ENDBLK).
+    static int64_t HeadHandles() noexcept;
 };
 
 }  // namespace ormavec

@@ -58,16 +58,15 @@ void DXFDocument::Load(const std::string& fileName) {
 void DXFDocument::Save(const std::string& fileName) {
     Trace("DXFDocument.Save >>>");
     fileName_ = fileName;
-    int32_t handle = 0;
     Trace("DXFDocument.Save 1");
     DXFWriter writer(codePage_);
     writer.SetSaveMode(saveMode_);
     // A drawing of AC1021 or later is UTF-8 by definition.
     writer.SetUtf8Output(saveMode_ == ::ormavec::SaveMode::Standard && header_->AcadVer() >= 1021);
     writer.OpenOutput(fileName);
+    SaveContext save(writer);
     Trace("DXFDocument.Save 2");
-    const bool standard = saveMode_ == ::ormavec::SaveMode::Standard;
-    header_->WriteOut(writer, standard ? PrepareStandardSave(writer, *tables_, *blocks_, *entities_) : 0);
+    header_->WriteOut(writer, save.Standard() ? PrepareStandardSave(save, *tables_, *blocks_, *entities_) : 0);
     Trace("DXFDocument.Save 3");
     WriteClasses(writer);
     Trace("DXFDocument.Save 4");
@@ -76,13 +75,13 @@ void DXFDocument::Save(const std::string& fileName) {
     const double centerX = (extMax.X + extMin.X) / 2;
     const double centerY = (extMax.Y + extMin.Y) / 2;
     const double height = extMax.Y - extMin.Y;
-    tables_->WriteOut(writer, *blocks_, handle, centerX, centerY, height);
+    tables_->WriteOut(save, *blocks_, centerX, centerY, height);
     Trace("DXFDocument.Save 5");
-    blocks_->WriteOut(writer, handle);
+    blocks_->WriteOut(save);
     Trace("DXFDocument.Save 6");
-    entities_->WriteOut(writer, handle);
+    entities_->WriteOut(save);
     Trace("DXFDocument.Save 7");
-    WriteObjects(writer, handle);
+    WriteObjects(save);
     Trace("DXFDocument.Save 8");
     WriteEof(writer);
     Trace("DXFDocument.Save 9");

@@ -63,7 +63,7 @@ public:
 
     // The fixed sections of every saved file.
     static void WriteClasses(DXFWriter& writer);
-    static void WriteObjects(DXFWriter& writer, int32_t& handle);
+    static void WriteObjects(SaveContext& save);
     static void WriteEof(DXFWriter& writer);
 
 private:

@@ -35,11 +35,12 @@ void ENTITIES::ReadSection(DXFReader& reader) {
     }
 }
 
-void ENTITIES::WriteOut(DXFWriter& writer, int32_t& handle) const {
-    OwnerScope modelSpace(writer, writer.StandardLinks().modelSpaceRecord);
+void ENTITIES::WriteOut(SaveContext& save) const {
+    OwnerScope modelSpace(save, save.modelSpaceRecord);
+    DXFWriter& writer = save.Writer();
     writer.BeginSection();
     writer.WriteString(2, "ENTITIES");
-    entity_sets::WriteAll(writer, *this, handle);
+    entity_sets::WriteAll(save, *this);
     writer.EndSection();
 }
 

@@ -28,7 +28,7 @@ public:
 
     // Reads the section after its 2/"ENTITIES" pair up to "ENDSEC".
     void ReadSection(DXFReader& reader);
-    void WriteOut(DXFWriter& writer, int32_t& handle) const;
+    void WriteOut(SaveContext& save) const;
 
 private:
     template <class Set, Kind K>

@@ -46,37 +46,52 @@ bool ReadInto(Kind kind, DXFReader& reader, const Set& set, ReadScratch& scratch
 
 // Every record the set writes, kind after kind in section order.
 template <class Set>
-void WriteAll(DXFWriter& writer, const Set& set, int32_t& handle) {
+void WriteAll(SaveContext& save, const Set& set) {
     kinds::ForEachInSectionOrder([&]<Kind K>() {
         if constexpr (Holds<Set, K> && kinds::RowOf(K).write)
-            if (const auto& list = ListIn<K>(set)) list->WriteOut(writer, handle);
+            if (const auto& list = ListIn<K>(set)) list->WriteOut(save);
     });
 }
 
-// The handles WriteAll takes.
+// The handles WriteAll takes, counted by the records' own writers.
 template <class Set>
 int64_t HandlesOf(const Set& set) {
     int64_t n = 0;
     kinds::ForEach([&]<Kind K>() {
-        if constexpr (Holds<Set, K> && kinds::RowOf(K).write) {
-            const auto& list = ListIn<K>(set);
-            if (!list) return;
-            n += list->Count();
-            if constexpr (HasSequence<KindRecord<K>>)
-                for (const auto& r : *list) n += SequenceHandles(r);
-        }
+        if constexpr (Holds<Set, K> && kinds::RowOf(K).write)
+            if (const auto& list = ListIn<K>(set))
+                for (const auto& r : *list) n += HandleCount(r);
     });
     return n;
 }
 
-// f(name) for the text style every record of the set names, kind after
-// kind in row order.
+// The text style a record names: the field it declares under group 7, or
+// that field's fallback when it is empty, as its writer writes it.
+template <class R>
+constexpr bool DeclaresCode(int32_t code) {
+    bool found = false;
+    ForEachFieldDecl<R>([&](const auto& f) { found = found || f.code == code; });
+    return found;
+}
+
+template <class R>
+std::string_view StyleNamed(const R& r) {
+    std::string_view name;
+    ForEachFieldDecl<R>([&](const auto& f) {
+        if constexpr (std::is_same_v<typename std::remove_cvref_t<decltype(f)>::Member, std::string>)
+            if (f.code == 7) name = (r.*f.member).empty() && f.hasFallback ? f.fallback : std::string_view(r.*f.member);
+    });
+    return name;
+}
+
+// f(name) for the text style every written record of the set names, kind
+// after kind in row order.
 template <class Set, class F>
 void ForEachStyleNamed(const Set& set, F&& f) {
     kinds::ForEach([&]<Kind K>() {
-        if constexpr (Holds<Set, K> && NamesStyle<KindRecord<K>>)
+        if constexpr (Holds<Set, K> && kinds::RowOf(K).write && DeclaresCode<KindRecord<K>>(7))
             if (const auto& list = ListIn<K>(set))
-                for (const auto& r : *list) f(WrittenStyle(r));
+                for (const auto& r : *list) f(StyleNamed(r));
     });
 }
 

@@ -62,7 +62,7 @@ void writeDictionaryHead(DXFWriter& w, int32_t self, int32_t owner) {
 
 // A layout with the plot settings of no device; the model space layout comes
 // first in the tab order.
-void writeLayout(DXFWriter& w, const DXFWriter::Links::Layout& layout, int32_t owner, std::string_view name,
+void writeLayout(DXFWriter& w, const SaveContext::Layout& layout, int32_t owner, std::string_view name,
                  int32_t tabOrder) {
     w.WriteString(0, "LAYOUT");
     w.WriteHandle(5, layout.object);
@@ -103,16 +103,17 @@ void writeLayout(DXFWriter& w, const DXFWriter::Links::Layout& layout, int32_t o
 
 // The same objects with owners, without the dictionary that nothing
 // references, and with a layout for every model and paper space block.
-void writeStandardObjects(DXFWriter& w, int32_t& handle) {
-    const DXFWriter::Links& links = w.StandardLinks();
-    const int32_t root = NextHandle(handle);
-    const int32_t groups = NextHandle(handle);
-    const int32_t layouts = NextHandle(handle);
-    const int32_t mlineStyles = NextHandle(handle);
-    const int32_t standard = NextHandle(handle);
+void writeStandardObjects(SaveContext& save) {
+    DXFWriter& w = save.Writer();
+    const SaveContext& links = save;
+    const int32_t root = save.TakeHandle();
+    const int32_t groups = save.TakeHandle();
+    const int32_t layouts = save.TakeHandle();
+    const int32_t mlineStyles = save.TakeHandle();
+    const int32_t standard = save.TakeHandle();
     std::vector<std::string> names;
     int32_t paperSpaces = 0;
-    for (const DXFWriter::Links::Layout& l : links.layouts)
+    for (const SaveContext::Layout& l : links.layouts)
         names.push_back(l.record == links.modelSpaceRecord ? std::string("Model") : "Layout" + std::to_string(++paperSpaces));
     w.WriteString(0, "SECTION");
     w.WriteString(2, "OBJECTS");
@@ -144,17 +145,19 @@ void writeStandardObjects(DXFWriter& w, int32_t& handle) {
 
 }  // namespace
 
-void DXFDocument::WriteObjects(DXFWriter& w, int32_t& handle) {
-    if (w.IsStandard()) {
-        writeStandardObjects(w, handle);
+void DXFDocument::WriteObjects(SaveContext& save) {
+    if (save.Standard()) {
+        writeStandardObjects(save);
         return;
     }
-    const int32_t root = NextHandle(handle);
+    DXFWriter& w = save.Writer();
     // The group and multiline-style dictionaries are referenced before they
-    // are written; their handles are reserved by moving the counter past them.
-    int32_t probe = handle;
-    const int32_t groups = NextHandle(probe);
-    const int32_t mlineStyles = NextHandle(probe);
+    // are written.
+    const int32_t root = save.TakeHandle();
+    const int32_t groups = save.TakeHandle();
+    const int32_t mlineStyles = save.TakeHandle();
+    const int32_t unreferenced = save.TakeHandle();
+    const int32_t standard = save.TakeHandle();
     w.WriteString(0, "SECTION");
     w.WriteString(2, "OBJECTS");
     w.WriteString(0, "DICTIONARY");
@@ -167,8 +170,6 @@ void DXFDocument::WriteObjects(DXFWriter& w, int32_t& handle) {
     w.WriteString(0, "DICTIONARY");
     w.WriteHandle(5, groups);
     w.WriteString(100, "AcDbDictionary");
-    handle = probe;
-    const int32_t unreferenced = NextHandle(handle);
     w.WriteString(0, "DICTIONARY");
     w.WriteHandle(5, unreferenced);
     w.WriteString(100, "AcDbDictionary");
@@ -176,7 +177,6 @@ void DXFDocument::WriteObjects(DXFWriter& w, int32_t& handle) {
     w.WriteHandle(5, mlineStyles);
     w.WriteString(100, "AcDbDictionary");
     w.WriteString(3, "STANDARD");
-    const int32_t standard = NextHandle(handle);
     w.WriteHandle(350, standard);
     w.WriteString(0, "MLINESTYLE");
     w.WriteHandle(5, standard);

@@ -9,7 +9,6 @@
 #include "document/tables.h"
 #include "io/error.h"
 #include "io/text.h"
-#include "io/writer.h"
 
 namespace ormavec {
 namespace {
@@ -18,10 +17,12 @@ namespace {
 // layouts, the objects, and a reserve: an upper bound, as counting an item
 // that is not written only leaves a gap below the seed.
 constexpr int64_t kFixedHandles = 64;
+// A block's record, and its layout when it is a paper space.
+constexpr int64_t kBlockRecordHandles = 2;
 
-template <class Collection>
-int64_t plainCount(const std::shared_ptr<Collection>& c) {
-    return c ? c->Count() : 0;
+template <class Table>
+int64_t entryHandles(const std::shared_ptr<Table>& table) {
+    return table ? table->Count() * Table::EntryHandles() : 0;
 }
 
 class StyleNames {
@@ -46,20 +47,19 @@ private:
 
 }  // namespace
 
-int32_t PrepareStandardSave(DXFWriter& writer, const TABLES& tables, const BLOCKS& blocks, const ENTITIES& e) {
-    std::vector<std::string>& extra = writer.StandardLinks().extraStyles;
+int32_t PrepareStandardSave(SaveContext& save, const TABLES& tables, const BLOCKS& blocks, const ENTITIES& e) {
+    std::vector<std::string>& extra = save.extraStyles;
     extra.clear();
     StyleNames styles(*tables.STYLES(), extra);
     const auto use = [&](std::string_view name) { styles.Use(name); };
     entity_sets::ForEachStyleNamed(e, use);
 
-    int64_t n = kFixedHandles + plainCount(tables.LAYERS()) + plainCount(tables.LTYPES()) + plainCount(tables.STYLES());
+    int64_t n = kFixedHandles + entryHandles(tables.LAYERS()) + entryHandles(tables.LTYPES()) + entryHandles(tables.STYLES());
     for (const BLOCK_BLOCK& b : blocks) {
         entity_sets::ForEachStyleNamed(b, use);
-        n += 4;  // record, its layout when it is a paper space, BLOCK, ENDBLK
-        n += entity_sets::HandlesOf(b);
+        n += kBlockRecordHandles + BLOCKS::HeadHandles() + entity_sets::HandlesOf(b);
     }
-    n += static_cast<int64_t>(extra.size());
+    n += static_cast<int64_t>(extra.size()) * STYLES::EntryHandles();
     n += entity_sets::HandlesOf(e);
     if (n >= std::numeric_limits<int32_t>::max())
         RaiseError(err::Overflow, "DXFDocument", "Overflow: the drawing holds more objects than its handles can number");

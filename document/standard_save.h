@@ -7,14 +7,15 @@
 
 namespace ormavec {
 
-class DXFWriter;
+class SaveContext;
 class TABLES;
 class BLOCKS;
 class ENTITIES;
 
-// Puts the missing text styles on the writer and returns a value above every
-// handle the save will take. Fails with an overflow when the model holds
-// more objects than 32-bit handles can number.
-int32_t PrepareStandardSave(DXFWriter& writer, const TABLES& tables, const BLOCKS& blocks, const ENTITIES& entities);
+// Puts the missing text styles on the save and returns a value above every
+// handle the save will take, counted by the writers of the records. Fails
+// with an overflow when the model holds more objects than 32-bit handles can
+// number.
+int32_t PrepareStandardSave(SaveContext& save, const TABLES& tables, const BLOCKS& blocks, const ENTITIES& entities);
 
 }  // namespace ormavec

@@ -16,13 +16,17 @@ bool hasBlockNamedLower(const BLOCKS& blocks, std::string_view lowerName) {
 
 // Returns the entry's handle. In a Standard save a model or paper space
 // record also takes the handle of its layout object and links to it.
-int32_t writeBlockRecordEntry(DXFWriter& w, int32_t& handle, std::string_view name, bool modelSpace) {
-    const int32_t entry = WriteTableEntryHead(w, "BLOCK_RECORD", "AcDbBlockTableRecord", handle);
+int32_t writeBlockRecordEntry(SaveContext& save, std::string_view name, bool modelSpace) {
+    DXFWriter& w = save.Writer();
+    w.WriteString(0, "BLOCK_RECORD");
+    const int32_t entry = save.WriteHandle();
+    w.WriteString(100, "AcDbSymbolTableRecord");
+    w.WriteString(100, "AcDbBlockTableRecord");
     w.WriteString(2, name);
-    if (w.IsStandard() && (modelSpace || LowerCase(name).starts_with("*paper_space"))) {
-        const int32_t layout = NextHandle(handle);
+    if (save.Standard() && (modelSpace || LowerCase(name).starts_with("*paper_space"))) {
+        const int32_t layout = save.TakeHandle();
         w.WriteHandle(340, layout);
-        w.StandardLinks().layouts.push_back({entry, layout});
+        save.layouts.push_back({entry, layout});
     }
     return entry;
 }
@@ -60,62 +64,63 @@ void TABLES::BeginTables(DXFWriter& w) { w.WriteString(2, "TABLES"); }
 void TABLES::BeginTable(DXFWriter& w) { w.WriteString(0, "TABLE"); }
 void TABLES::EndTable(DXFWriter& w) { w.WriteString(0, "ENDTAB"); }
 
-void TABLES::WriteOut(DXFWriter& w, const BLOCKS& blocks, int32_t& handle, double viewCenterX, double viewCenterY,
-                      double viewHeight) const {
+void TABLES::WriteOut(SaveContext& save, const BLOCKS& blocks, double viewCenterX, double viewCenterY, double viewHeight) const {
     Trace("Tables.WriteOut >>>");
-    OwnerScope tableHeads(w, 0);  // tables belong to no object
+    OwnerScope tableHeads(save, 0);  // tables belong to no object
+    DXFWriter& w = save.Writer();
     w.BeginSection();
     Trace("Tables.WriteOut 1");
     BeginTables(w);
     Trace("Tables.WriteOut 2");
     BeginTable(w);
-    WriteVport(w, handle, viewCenterX, viewCenterY, viewHeight);
+    WriteVport(save, viewCenterX, viewCenterY, viewHeight);
     EndTable(w);
     Trace("Tables.WriteOut 3");
     BeginTable(w);
-    ltypes_->WriteOut(w, handle);
+    ltypes_->WriteOut(save);
     EndTable(w);
     Trace("Tables.WriteOut 4");
     BeginTable(w);
-    layers_->WriteOut(w, handle);
+    layers_->WriteOut(save);
     EndTable(w);
     Trace("Tables.WriteOut 5");
     BeginTable(w);
-    styles_->WriteOut(w, handle);
+    styles_->WriteOut(save);
     EndTable(w);
     Trace("Tables.WriteOut 6");
     BeginTable(w);
-    WriteView(w, handle);
+    WriteView(save);
     EndTable(w);
     Trace("Tables.WriteOut 7");
     BeginTable(w);
-    WriteUcs(w, handle);
+    WriteUcs(save);
     EndTable(w);
     Trace("Tables.WriteOut 8");
     BeginTable(w);
-    WriteAppid(w, handle);
+    WriteAppid(save);
     EndTable(w);
     Trace("Tables.WriteOut 9");
     BeginTable(w);
-    WriteDimstyle(w, handle);
+    WriteDimstyle(save);
     EndTable(w);
     Trace("Tables.WriteOut 10");
     BeginTable(w);
-    WriteBlockRecord(w, blocks, handle);
+    WriteBlockRecord(save, blocks);
     EndTable(w);
     Trace("Tables.WriteOut 11");
     w.EndSection();
 }
 
-void TABLES::WriteVport(DXFWriter& w, int32_t& handle, double viewCenterX, double viewCenterY, double viewHeight) {
+void TABLES::WriteVport(SaveContext& save, double viewCenterX, double viewCenterY, double viewHeight) {
+    DXFWriter& w = save.Writer();
     Trace("Tables.WriteVport >>>");
     w.WriteString(2, "VPORT");
     Trace("Tables.WriteVport 1");
-    int32_t h = NextHandle(handle);
+    int32_t h = save.TakeHandle();
     Trace("Tables.WriteVport 2");
     w.WriteHandle(5, h);
-    w.WriteOwner();
-    OwnerScope entries(w, h);
+    save.WriteOwner();
+    OwnerScope entries(save, h);
     Trace("Tables.WriteVport 3");
     w.WriteString(100, "AcDbSymbolTable");
     Trace("Tables.WriteVport 4");
@@ -123,10 +128,10 @@ void TABLES::WriteVport(DXFWriter& w, int32_t& handle, double viewCenterX, doubl
     Trace("Tables.WriteVport 5");
     w.WriteString(0, "VPORT");
     Trace("Tables.WriteVport 6");
-    h = NextHandle(handle);
+    h = save.TakeHandle();
     Trace("Tables.WriteVport 7");
     w.WriteHandle(5, h);
-    w.WriteOwner();
+    save.WriteOwner();
     Trace("Tables.WriteVport 8");
     w.WriteString(100, "AcDbSymbolTableRecord");
     Trace("Tables.WriteVport 9");
@@ -176,19 +181,24 @@ void TABLES::WriteVport(DXFWriter& w, int32_t& handle, double viewCenterX, doubl
     Trace("Tables.WriteVport <<<");
 }
 
-void TABLES::WriteView(DXFWriter& w, int32_t& handle) { WriteTableHead(w, "VIEW", 0, handle); }
-void TABLES::WriteUcs(DXFWriter& w, int32_t& handle) { WriteTableHead(w, "UCS", 0, handle); }
+void TABLES::WriteView(SaveContext& save) { WriteTableHead(save, "VIEW", 0); }
+void TABLES::WriteUcs(SaveContext& save) { WriteTableHead(save, "UCS", 0); }
 
-void TABLES::WriteAppid(DXFWriter& w, int32_t& handle) {
-    OwnerScope entries(w, WriteTableHead(w, "APPID", 1, handle));
-    WriteTableEntryHead(w, "APPID", "AcDbRegAppTableRecord", handle);
+void TABLES::WriteAppid(SaveContext& save) {
+    OwnerScope entries(save, WriteTableHead(save, "APPID", 1));
+    DXFWriter& w = save.Writer();
+    w.WriteString(0, "APPID");
+    save.WriteHandle();
+    w.WriteString(100, "AcDbSymbolTableRecord");
+    w.WriteString(100, "AcDbRegAppTableRecord");
     w.WriteString(2, "ACAD");
     w.WriteInteger(70, 0);
 }
 
-void TABLES::WriteDimstyle(DXFWriter& w, int32_t& handle) {
+void TABLES::WriteDimstyle(SaveContext& save) {
+    DXFWriter& w = save.Writer();
     w.WriteString(2, "DIMSTYLE");
-    const int32_t table = NextHandle(handle);
+    const int32_t table = save.TakeHandle();
     w.WriteHandle(5, table);
     w.WriteInteger(330, 0);
     w.WriteString(100, "AcDbSymbolTable");
@@ -197,8 +207,8 @@ void TABLES::WriteDimstyle(DXFWriter& w, int32_t& handle) {
     w.WriteInteger(71, 0);
     w.WriteString(0, "DIMSTYLE");
     // A DIMSTYLE entry carries its handle under 105, not 5.
-    w.WriteHandle(105, NextHandle(handle));
-    if (w.IsStandard()) w.WriteHandle(330, table);
+    w.WriteHandle(105, save.TakeHandle());
+    if (save.Standard()) w.WriteHandle(330, table);
     w.WriteString(100, "AcDbSymbolTableRecord");
     w.WriteString(100, "AcDbDimStyleTableRecord");
     w.WriteString(2, "STANDARD");
@@ -206,31 +216,29 @@ void TABLES::WriteDimstyle(DXFWriter& w, int32_t& handle) {
     w.WriteHandle(340, table);
 }
 
-void TABLES::WriteBlockRecordHead(DXFWriter& w, const BLOCKS& blocks, int32_t& handle) {
+void TABLES::WriteBlockRecordHead(SaveContext& save, const BLOCKS& blocks) {
     // Counts the blocks only: the two space entries below may come on top.
-    WriteTableHead(w, "BLOCK_RECORD", blocks.Count(), handle);
+    WriteTableHead(save, "BLOCK_RECORD", blocks.Count());
 }
 
-void TABLES::WriteBlockRecord(DXFWriter& w, const BLOCKS& blocks, int32_t& handle) {
-    WriteBlockRecordHead(w, blocks, handle);
-    OwnerScope entries(w, handle);
+void TABLES::WriteBlockRecord(SaveContext& save, const BLOCKS& blocks) {
+    WriteBlockRecordHead(save, blocks);
+    OwnerScope entries(save, save.LastHandle());
     // Kept in the order the BLOCKS section writes the blocks, which take
     // these records as their owners.
-    DXFWriter::Links& links = w.StandardLinks();
-    links.blockRecords.clear();
-    links.layouts.clear();
+    save.blockRecords.clear();
+    save.layouts.clear();
     int32_t modelSpace = 0;
     if (!hasBlockNamedLower(blocks, "*model_space"))
-        links.blockRecords.push_back(modelSpace = writeBlockRecordEntry(w, handle, "*MODEL_SPACE", true));
-    if (!hasBlockNamedLower(blocks, "*paper_space"))
-        links.blockRecords.push_back(writeBlockRecordEntry(w, handle, "*PAPER_SPACE", false));
+        save.blockRecords.push_back(modelSpace = writeBlockRecordEntry(save, "*MODEL_SPACE", true));
+    if (!hasBlockNamedLower(blocks, "*paper_space")) save.blockRecords.push_back(writeBlockRecordEntry(save, "*PAPER_SPACE", false));
     for (const BLOCK_BLOCK& b : blocks) {
         // Only the first model space block is the model space.
-        const bool isModel = w.IsStandard() && modelSpace == 0 && EqualsNoCase(b.BlockName, "*MODEL_SPACE");
-        links.blockRecords.push_back(writeBlockRecordEntry(w, handle, b.BlockName, isModel));
-        if (isModel) modelSpace = links.blockRecords.back();
+        const bool isModel = save.Standard() && modelSpace == 0 && EqualsNoCase(b.BlockName, "*MODEL_SPACE");
+        save.blockRecords.push_back(writeBlockRecordEntry(save, b.BlockName, isModel));
+        if (isModel) modelSpace = save.blockRecords.back();
     }
-    links.modelSpaceRecord = modelSpace;
+    save.modelSpaceRecord = modelSpace;
 }
 
 }  // namespace ormavec

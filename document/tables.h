@@ -7,7 +7,7 @@
 #include <string_view>
 
 #include "document/blocks.h"
-#include "tables/tables.h"
+#include "tables/symbol_tables.h"
 
 namespace ormavec {
 
@@ -24,18 +24,17 @@ public:
 
     // Reads the section after its 2/"TABLES" pair up to "ENDSEC".
     void ReadSection(DXFReader& reader);
-    void WriteOut(DXFWriter& writer, const BLOCKS& blocks, int32_t& handle, double viewCenterX, double viewCenterY,
-                  double viewHeight) const;
+    void WriteOut(SaveContext& save, const BLOCKS& blocks, double viewCenterX, double viewCenterY, double viewHeight) const;
 
-    static void WriteVport(DXFWriter& writer, int32_t& handle, double viewCenterX, double viewCenterY, double viewHeight);
-    static void WriteView(DXFWriter& writer, int32_t& handle);
-    static void WriteUcs(DXFWriter& writer, int32_t& handle);
-    static void WriteAppid(DXFWriter& writer, int32_t& handle);
-    static void WriteDimstyle(DXFWriter& writer, int32_t& handle);
-    static void WriteBlockRecordHead(DXFWriter& writer, const BLOCKS& blocks, int32_t& handle);
+    static void WriteVport(SaveContext& save, double viewCenterX, double viewCenterY, double viewHeight);
+    static void WriteView(SaveContext& save);
+    static void WriteUcs(SaveContext& save);
+    static void WriteAppid(SaveContext& save);
+    static void WriteDimstyle(SaveContext& save);
+    static void WriteBlockRecordHead(SaveContext& save, const BLOCKS& blocks);
     // The head, then the model and paper space entries the blocks lack, then
     // one entry per block.
-    static void WriteBlockRecord(DXFWriter& writer, const BLOCKS& blocks, int32_t& handle);
+    static void WriteBlockRecord(SaveContext& save, const BLOCKS& blocks);
     static void BeginTables(DXFWriter& writer);
     static void BeginTable(DXFWriter& writer);
     static void EndTable(DXFWriter& writer);

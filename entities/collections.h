@@ -7,6 +7,7 @@
 
 #include "collections/array_list.h"
 #include "entities/kinds.h"
+#include "document/save_context.h"
 #include "entities/records.h"
 #include "io/reader.h"
 #include "io/writer.h"
@@ -66,39 +67,21 @@ inline void ReadEntity(DXFReader& reader, HATCH_ENT& record, ReadScratch& scratc
     ReadEntity(reader, scratch.Points(), record);
 }
 
-// Writing one record; every handle written takes the next value of the
-// running counter.
-void WriteEntity(DXFWriter& writer, const LINE_ENT& record, int32_t& handle);
-void WriteEntity(DXFWriter& writer, const ARC_ENT& record, int32_t& handle);
-void WriteEntity(DXFWriter& writer, const CIRCLE_ENT& record, int32_t& handle);
-void WriteEntity(DXFWriter& writer, const ELLIPSE_ENT& record, int32_t& handle);
-void WriteEntity(DXFWriter& writer, const POINT_ENT& record, int32_t& handle);
-void WriteEntity(DXFWriter& writer, const SOLID_ENT& record, int32_t& handle);
-void WriteEntity(DXFWriter& writer, const FACE3D_ENT& record, int32_t& handle);
-void WriteEntity(DXFWriter& writer, const TEXT_ENT& record, int32_t& handle);
-void WriteEntity(DXFWriter& writer, const MTEXT_ENT& record, int32_t& handle);
-void WriteEntity(DXFWriter& writer, const INSERT_ENT& record, int32_t& handle);
-void WriteEntity(DXFWriter& writer, const ATTDEF_ENT& record, int32_t& handle);
-void WriteEntity(DXFWriter& writer, const ATTRIB_ENT& record, int32_t& handle, int32_t ownerHandle);
-void WriteEntity(DXFWriter& writer, const POLYLINE_ENT& record, int32_t& handle);
-void WriteVertex(DXFWriter& writer, const VERTEX_ENT& vertex, const POLYLINE_ENT& owner, int32_t& handle);
-void WriteEntity(DXFWriter& writer, const LWPOLYLINE_ENT& record, int32_t& handle);
-void WriteEntity(DXFWriter& writer, const HATCH_ENT& record, int32_t& handle);
+// Writing one record of each kind, and the handles that takes: those of
+// its write order, and for an INSERT or a POLYLINE those of the sequence it
+// writes after itself.
+#define ORMAVEC_KIND_WRITER(K, Dxf, Record, ...)                   \
+    void WriteEntity(SaveContext& save, const Record& record);    \
+    int64_t HandleCount(const Record& record) noexcept;
+ORMAVEC_ENTITY_KINDS(ORMAVEC_KIND_WRITER)
+#undef ORMAVEC_KIND_WRITER
 
-// The handles WriteEntity takes beyond the record's own one: those of the
-// sequence an INSERT or a POLYLINE writes after itself.
-int64_t SequenceHandles(const INSERT_ENT& record) noexcept;
-int64_t SequenceHandles(const POLYLINE_ENT& record) noexcept;
+// The handles of a write order, counted once.
 template <class R>
-concept HasSequence = requires(const R& r) { SequenceHandles(r); };
-
-// The text style a record names under group 7 as WriteEntity writes it
-// (empty: none).
-std::string_view WrittenStyle(const TEXT_ENT& record) noexcept;
-std::string_view WrittenStyle(const MTEXT_ENT& record) noexcept;
-std::string_view WrittenStyle(const ATTDEF_ENT& record) noexcept;
-template <class R>
-concept NamesStyle = requires(const R& r) { WrittenStyle(r); };
+int64_t OrderHandles(const WriteOrder<R>& (*order)()) {
+    static const int32_t n = HandlesIn(order());
+    return n;
+}
 
 // The 2D box of one record for the drawing extent.
 void GetRecordExtent(const LINE_ENT& r, double& minX, double& minY, double& maxX, double& maxY);
@@ -139,10 +122,8 @@ public:
     using ArrayList<T, Derived>::ArrayList;
 
     // Writes every record in index order.
-    void WriteOut(DXFWriter& writer, int32_t& handle) const
-        requires(!std::is_same_v<T, ATTRIB_ENT>)
-    {
-        for (const T& r : *this) WriteEntity(writer, r, handle);
+    void WriteOut(SaveContext& save) const {
+        for (const T& r : *this) WriteEntity(save, r);
     }
 
     void GetRecordExtent(int32_t index, double& minX, double& minY, double& maxX, double& maxY) const

@@ -2,7 +2,6 @@
 #include <vector>
 
 #include "entities/collections.h"
-#include "entities/sequence_descriptions.h"
 
 namespace ormavec {
 
@@ -245,70 +244,45 @@ void WritePaths(DXFWriter& w, const HATCH_ENT& r) {
     }
 }
 
+// Names are written as they are; the fill is always written solid.
+const WriteOrder<HATCH_ENT>& writeOrder() {
+    using R = HATCH_ENT;
+    using O = W<R>;
+    static const WriteOrder<R> order{
+        O::Text(0, "HATCH"), O::Handle(), O::Text(100, "AcDbEntity"), O::Of(&R::Layer), O::Of(&R::LineType),
+        O::Of(&R::ColorNumber), O::Text(100, "AcDbHatch"), O::Of(&R::ElevationX), O::Of(&R::ElevationY), O::Of(&R::ElevationZ),
+        O::Of(&R::ExtrusionX), O::Of(&R::ExtrusionY), O::Of(&R::ExtrusionZ), O::Of(&R::HatchPatterName), O::Text(70, "1"),
+        O::Custom([](DXFWriter& w, const R& r) { w.WriteInteger(71, r.Associativity ? 1 : 0); }), O::Custom(WritePaths),
+        O::Of(&R::HatchStyle), O::Of(&R::HatchPatternType),
+        O::Of(&R::PixelSize).If([](const R& r) { return r.PixelSize != R::kNoPixelSize; }),
+        O::Int(98, &R::SeedPointCount), O::Custom([](DXFWriter& w, const R& r) {
+            for (int32_t i = 0; i < r.SeedPointCount; ++i) {
+                w.WriteDouble(10, r.Seedpoints[i].X);
+                w.WriteDouble(20, r.Seedpoints[i].Y);
+            }
+        })};
+    return order;
+}
+
 }  // namespace
 
-namespace entity {
-
-const Description<HATCH_ENT>& HatchDescription() {
-    using R = HATCH_ENT;
-    using Out = W<R>;
-    static const Description<R> d{
-        "HATCH",
-        [](R& r) {
-            r.Layer = "0";
-            r.LineType = "Continuous";
-            r.ColorNumber = 256;
-            r.PixelSize = R::kNoPixelSize;
-        },
-        {Str(2, &R::HatchPatterName), Str(6, &R::LineType), Str(8, &R::Layer), Dbl(10, &R::ElevationX),
-         Dbl(20, &R::ElevationY), Dbl(30, &R::ElevationZ), Dbl(47, &R::PixelSize), Int(62, &R::ColorNumber),
-         IsOne(70, &R::SolidFill), IsOne(71, &R::Associativity), Int(75, &R::HatchStyle),
-         Int(76, &R::HatchPatternType), Dbl(210, &R::ExtrusionX), Dbl(220, &R::ExtrusionY), Dbl(230, &R::ExtrusionZ)},
-        // Names are written as they are; the fill is always written solid.
-        {Out::Text(0, "HATCH"), Out::Handle(), Out::Text(100, "AcDbEntity"), Out::String(8, &R::Layer),
-         Out::String(6, &R::LineType), Out::Int(62, &R::ColorNumber), Out::Text(100, "AcDbHatch"),
-         Out::Double(10, &R::ElevationX), Out::Double(20, &R::ElevationY), Out::Double(30, &R::ElevationZ),
-         Out::Double(210, &R::ExtrusionX), Out::Double(220, &R::ExtrusionY), Out::Double(230, &R::ExtrusionZ),
-         Out::String(2, &R::HatchPatterName), Out::Text(70, "1"),
-         Out::Custom([](DXFWriter& w, const R& r) { w.WriteInteger(71, r.Associativity ? 1 : 0); }),
-         Out::Custom(WritePaths), Out::Int(75, &R::HatchStyle), Out::Int(76, &R::HatchPatternType),
-         Out::Double(47, &R::PixelSize).If([](const R& r) { return r.PixelSize != R::kNoPixelSize; }),
-         Out::Int(98, &R::SeedPointCount), Out::Custom([](DXFWriter& w, const R& r) {
-             for (int32_t i = 0; i < r.SeedPointCount; ++i) {
-                 w.WriteDouble(10, r.Seedpoints[i].X);
-                 w.WriteDouble(20, r.Seedpoints[i].Y);
-             }
-         })},
-    };
-    return d;
-}
-
-}  // namespace entity
-
 void ReadEntity(DXFReader& reader, XYZS& pointList, HATCH_ENT& record) {
-    const auto& d = entity::HatchDescription();
     pointList.EraseArray();
     EraseOnExit erase{pointList};
-    record = HATCH_ENT{};
-    d.defaults(record);
-    while (!reader.AtEnd()) {
-        const DXFReader::Pair& p = reader.Read();
-        if (p.Code == 0) {
-            reader.UnRead();
-            break;
+    ReadRecord(reader, record, [&reader](const DXFReader::Pair& p, HATCH_ENT& r) {
+        switch (p.Code) {
+        case 0: return PairIs::End;
+        case 91: ReadBoundaries(reader, p.Value, r); return PairIs::Taken;
+        case 98: ReadSeedPoints(reader, p.Value, r); return PairIs::Taken;
+        default: return PairIs::Field;
         }
-        if (p.Code == 91)
-            ReadBoundaries(reader, p.Value, record);
-        else if (p.Code == 98)
-            ReadSeedPoints(reader, p.Value, record);
-        else
-            entity::ApplyDescribedField(d, reader, p, record);
-    }
+    });
 }
 
-void WriteEntity(DXFWriter& writer, const HATCH_ENT& record, int32_t& handle) {
+void WriteEntity(SaveContext& save, const HATCH_ENT& record) {
     CheckCounts(record);
-    entity::WriteDescribed(writer, entity::HatchDescription(), record, handle);
+    WriteByOrder(save, writeOrder(), record);
 }
+int64_t HandleCount(const HATCH_ENT&) noexcept { return OrderHandles(writeOrder); }
 
 }  // namespace ormavec

@@ -1,133 +1,90 @@
 #include <memory>
 
 #include "entities/collections.h"
-#include "entities/sequence_descriptions.h"
 #include "io/text.h"
 
 namespace ormavec {
 
-namespace entity {
-
 namespace {
-template <class R>
-void AttributeDefaults(R& r) {
-    r.Layer = "0";
-    r.ColorNumber = 256;
-    r.LineType = "Continuous";
-    r.XScaleFactor = 1.0;
-    r.TextStyleName = "STANDARD";
+
+const WriteOrder<ATTDEF_ENT>& attdefOrder() {
+    using R = ATTDEF_ENT;
+    using O = W<R>;
+    static const WriteOrder<R> order{
+        O::Text(0, "ATTDEF"), O::Handle(), O::Text(100, "AcDbEntity"), O::Of(&R::Layer), O::Text(100, "AcDbText"), O::Of(&R::X),
+        O::Of(&R::Y), O::Of(&R::Z), O::Of(&R::TextHeight), O::Of(&R::Rotation), O::Of(&R::XScaleFactor), O::Of(&R::ObliqueAngle),
+        O::Of(&R::TextStyleName), O::Of(&R::HorTextJust), O::Of(&R::DefaultValue), O::Text(100, "AcDbAttributeDefinition"),
+        O::Of(&R::PromptString), O::Of(&R::TagString), O::Of(&R::AttributeFlag)};
+    return order;
 }
+
+// After the entity name, the handle and the owner, which an attribute writes
+// in every save.
+const WriteOrder<ATTRIB_ENT>& attribOrder() {
+    using R = ATTRIB_ENT;
+    using O = W<R>;
+    static const WriteOrder<R> order{O::Text(100, "AcDbEntity"), O::Of(&R::Layer),          O::Text(100, "AcDbText"),
+                                     O::Of(&R::X),                O::Of(&R::Y),              O::Of(&R::Z),
+                                     O::Of(&R::TextHeight),       O::Of(&R::DefaultValue),   O::Text(100, "AcDbAttribute"),
+                                     O::Of(&R::TagString),        O::Of(&R::AttributeFlag)};
+    return order;
+}
+
+bool scaled(const INSERT_ENT& r) { return r.XScale != 1.0 || r.YScale != 1.0 || r.ZScale != 1.0; }
+
+// The INSERT up to 50; the attributes and SEQEND follow in code.
+const WriteOrder<INSERT_ENT>& insertOrder() {
+    using R = INSERT_ENT;
+    using O = W<R>;
+    static const WriteOrder<R> order{
+        O::Text(0, "INSERT"), O::Handle(), O::Text(100, "AcDbEntity"), O::Of(&R::Layer), O::Of(&R::LineType),
+        O::Of(&R::ColorNumber), O::Text(100, "AcDbBlockReference"),
+        // An empty collection still announces attributes.
+        O::Text(66, "1").If([](const R& r) { return r.ATTRIBS != nullptr; }), O::Of(&R::Thickness), O::Of(&R::CenterX),
+        O::Of(&R::CenterY), O::Of(&R::CenterZ), O::Of(&R::BlockName), O::Of(&R::XScale).If(scaled),
+        O::Of(&R::YScale).If(scaled), O::Of(&R::ZScale).If(scaled), O::Of(&R::RotationAngle)};
+    return order;
+}
+
 }  // namespace
 
-const Description<ATTDEF_ENT>& AttdefDescription() {
-    using R = ATTDEF_ENT;
-    using Out = W<R>;
-    static const Description<R> d{
-        "ATTDEF",
-        AttributeDefaults<R>,
-        {Str(1, &R::DefaultValue), Str(2, &R::TagString), Str(3, &R::PromptString), Str(6, &R::LineType),
-         Str(7, &R::TextStyleName), Str(8, &R::Layer), Dbl(10, &R::X), Dbl(20, &R::Y), Dbl(30, &R::Z),
-         Dbl(40, &R::TextHeight), Dbl(41, &R::XScaleFactor), Dbl(50, &R::Rotation), Dbl(51, &R::ObliqueAngle),
-         Int(62, &R::ColorNumber), Int(70, &R::AttributeFlag), Int(72, &R::HorTextJust), Int(74, &R::VertTextJust)},
-        {Out::Text(0, "ATTDEF"), Out::Handle(), Out::Text(100, "AcDbEntity"), Out::String(8, &R::Layer, "0"),
-         Out::Text(100, "AcDbText"), Out::Double(10, &R::X), Out::Double(20, &R::Y), Out::Double(30, &R::Z),
-         Out::Double(40, &R::TextHeight), Out::Double(50, &R::Rotation), Out::Double(41, &R::XScaleFactor),
-         Out::Double(51, &R::ObliqueAngle), Out::String(7, &R::TextStyleName), Out::Int(72, &R::HorTextJust),
-         Out::String(1, &R::DefaultValue), Out::Text(100, "AcDbAttributeDefinition"), Out::String(3, &R::PromptString),
-         Out::String(2, &R::TagString), Out::Int(70, &R::AttributeFlag)},
-    };
-    return d;
-}
-
-const Description<ATTRIB_ENT>& AttribDescription() {
-    using R = ATTRIB_ENT;
-    using Out = W<R>;
-    static const Description<R> d{
-        "ATTRIB",
-        AttributeDefaults<R>,
-        {Str(1, &R::DefaultValue), Str(2, &R::TagString), Str(6, &R::LineType), Str(7, &R::TextStyleName),
-         Str(8, &R::Layer), Dbl(10, &R::X), Dbl(20, &R::Y), Dbl(30, &R::Z), Dbl(40, &R::TextHeight),
-         Dbl(41, &R::XScaleFactor), Dbl(50, &R::Rotation), Dbl(51, &R::ObliqueAngle), Int(62, &R::ColorNumber),
-         Int(70, &R::AttributeFlag), Int(72, &R::HorTextJust), Int(74, &R::VertTextJust)},
-        {Out::Text(100, "AcDbEntity"), Out::String(8, &R::Layer, "0"), Out::Text(100, "AcDbText"),
-         Out::Double(10, &R::X), Out::Double(20, &R::Y), Out::Double(30, &R::Z), Out::Double(40, &R::TextHeight),
-         Out::String(1, &R::DefaultValue), Out::Text(100, "AcDbAttribute"), Out::String(2, &R::TagString),
-         Out::Int(70, &R::AttributeFlag)},
-    };
-    return d;
-}
-
-const Description<INSERT_ENT>& InsertDescription() {
-    using R = INSERT_ENT;
-    using Out = W<R>;
-    static const Description<R> d{
-        "INSERT",
-        [](R& r) {
-            r.Layer = "0";
-            r.LineType = "Continuous";
-            r.ColorNumber = 256;
-            r.BlockName = "Alap";
-            r.XScale = 1.0;
-            r.YScale = 1.0;
-            r.ZScale = 1.0;
-        },
-        {Str(2, &R::BlockName), Str(6, &R::LineType), Str(8, &R::Layer), Dbl(10, &R::CenterX), Dbl(20, &R::CenterY),
-         Dbl(30, &R::CenterZ), Dbl(39, &R::Thickness), Dbl(41, &R::XScale), Dbl(42, &R::YScale), Dbl(43, &R::ZScale),
-         Dbl(50, &R::RotationAngle), Int(62, &R::ColorNumber)},
-        {Out::Text(0, "INSERT"), Out::Handle(), Out::Text(100, "AcDbEntity"), Out::String(8, &R::Layer, "0"),
-         Out::String(6, &R::LineType, "Continuous"), Out::Int(62, &R::ColorNumber),
-         Out::Text(100, "AcDbBlockReference"),
-         // An empty collection still announces attributes.
-         Out::Text(66, "1").If([](const R& r) { return r.ATTRIBS != nullptr; }), Out::Double(39, &R::Thickness),
-         Out::Double(10, &R::CenterX), Out::Double(20, &R::CenterY), Out::Double(30, &R::CenterZ),
-         Out::String(2, &R::BlockName),
-         Out::Double(41, &R::XScale).If([](const R& r) { return r.XScale != 1.0 || r.YScale != 1.0 || r.ZScale != 1.0; }),
-         Out::Double(42, &R::YScale).If([](const R& r) { return r.XScale != 1.0 || r.YScale != 1.0 || r.ZScale != 1.0; }),
-         Out::Double(43, &R::ZScale).If([](const R& r) { return r.XScale != 1.0 || r.YScale != 1.0 || r.ZScale != 1.0; }),
-         Out::Double(50, &R::RotationAngle)},
-    };
-    return d;
-}
-
-}  // namespace entity
-
 void ReadEntity(DXFReader& reader, INSERT_ENT& record) {
-    const auto& d = entity::InsertDescription();
-    record = INSERT_ENT{};
-    d.defaults(record);
-    while (!reader.AtEnd()) {
-        const DXFReader::Pair& p = reader.Read();
-        if (p.Code != 0) {
-            entity::ApplyDescribedField(d, reader, p, record);
-            continue;
-        }
-        if (!EqualsNoCase(p.Value, "ATTRIB")) {
-            reader.UnRead();
-            break;
-        }
+    ReadRecord(reader, record, [&reader](const DXFReader::Pair& p, INSERT_ENT& r) {
+        if (p.Code != 0) return PairIs::Field;
+        if (!EqualsNoCase(p.Value, "ATTRIB")) return PairIs::End;
         // The attribute consumes the closing SEQEND; the SEQEND's own pairs
         // then come here as the insert's pairs (its 8 sets the layer).
-        if (!record.ATTRIBS) record.ATTRIBS = std::make_shared<ATTRIBS>();
+        if (!r.ATTRIBS) r.ATTRIBS = std::make_shared<ATTRIBS>();
         ATTRIB_ENT attribute;
         ReadEntity(reader, attribute);
-        record.ATTRIBS->Add(std::move(attribute));
-    }
+        r.ATTRIBS->Add(std::move(attribute));
+        return PairIs::Taken;
+    });
 }
 
-void WriteEntity(DXFWriter& writer, const INSERT_ENT& record, int32_t& handle) {
-    entity::WriteDescribed(writer, entity::InsertDescription(), record, handle);
+void WriteEntity(SaveContext& save, const INSERT_ENT& record) {
+    WriteByOrder(save, insertOrder(), record);
     if (!record.ATTRIBS) return;
-    const int32_t owner = handle;  // the insert's own handle, its only one so far
-    for (const ATTRIB_ENT& attribute : *record.ATTRIBS) WriteEntity(writer, attribute, handle, owner);
+    DXFWriter& writer = save.Writer();
+    const int32_t insert = save.LastHandle();  // the insert's own handle, its only one so far
+    {
+        OwnerScope owned(save, insert);
+        for (const ATTRIB_ENT& attribute : *record.ATTRIBS) WriteEntity(save, attribute);
+    }
     writer.WriteString(0, "SEQEND");
-    writer.WriteHandle(5, NextHandle(handle));
-    writer.WriteHandle(330, owner);
+    writer.WriteHandle(5, save.TakeHandle());
+    writer.WriteHandle(330, insert);
     writer.WriteString(100, "AcDbEntity");
     writer.WriteString(8, record.Layer.empty() ? std::string_view("0") : std::string_view(record.Layer));
 }
 
-int64_t SequenceHandles(const INSERT_ENT& record) noexcept {
-    return record.ATTRIBS ? record.ATTRIBS->Count() + 1 : 0;  // the attributes and SEQEND
+int64_t HandleCount(const INSERT_ENT& record) noexcept {
+    int64_t n = OrderHandles(insertOrder);
+    if (record.ATTRIBS) {
+        for (const ATTRIB_ENT& attribute : *record.ATTRIBS) n += HandleCount(attribute);
+        n += 1;  // SEQEND
+    }
+    return n;
 }
 
 void GetRecordExtent(const INSERT_ENT& r, double& minX, double& minY, double& maxX, double& maxY) {
@@ -137,38 +94,26 @@ void GetRecordExtent(const INSERT_ENT& r, double& minX, double& minY, double& ma
     maxY = r.CenterY + 0.01;
 }
 
-void ReadEntity(DXFReader& reader, ATTDEF_ENT& record) {
-    entity::ReadDescribed(reader, entity::AttdefDescription(), record);
-}
-
-void WriteEntity(DXFWriter& writer, const ATTDEF_ENT& record, int32_t& handle) {
-    entity::WriteDescribed(writer, entity::AttdefDescription(), record, handle);
-}
-
-std::string_view WrittenStyle(const ATTDEF_ENT& record) noexcept { return record.TextStyleName; }
+void ReadEntity(DXFReader& reader, ATTDEF_ENT& record) { ReadRecord(reader, record); }
+void WriteEntity(SaveContext& save, const ATTDEF_ENT& record) { WriteByOrder(save, attdefOrder(), record); }
+int64_t HandleCount(const ATTDEF_ENT&) noexcept { return OrderHandles(attdefOrder); }
 
 void ReadEntity(DXFReader& reader, ATTRIB_ENT& record) {
-    const auto& d = entity::AttribDescription();
-    record = ATTRIB_ENT{};
-    d.defaults(record);
-    while (!reader.AtEnd()) {
-        const DXFReader::Pair& p = reader.Read();
-        if (p.Code != 0) {
-            entity::ApplyDescribedField(d, reader, p, record);
-            continue;
-        }
+    ReadRecord(reader, record, [](const DXFReader::Pair& p, ATTRIB_ENT&) {
+        if (p.Code != 0) return PairIs::Field;
         // SEQEND closes the insert's attributes and belongs to them; anything
         // else is the next attribute or the next entity.
-        if (!EqualsNoCase(p.Value, "SEQEND")) reader.UnRead();
-        break;
-    }
+        return EqualsNoCase(p.Value, "SEQEND") ? PairIs::EndTaken : PairIs::End;
+    });
 }
 
-void WriteEntity(DXFWriter& writer, const ATTRIB_ENT& record, int32_t& handle, int32_t ownerHandle) {
+void WriteEntity(SaveContext& save, const ATTRIB_ENT& record) {
+    DXFWriter& writer = save.Writer();
     writer.WriteString(0, "ATTRIB");
-    writer.WriteHandle(5, NextHandle(handle));
-    writer.WriteHandle(330, ownerHandle);
-    entity::WriteDescribed(writer, entity::AttribDescription(), record, handle);
+    writer.WriteHandle(5, save.TakeHandle());
+    writer.WriteHandle(330, save.Owner());
+    WriteByOrder(save, attribOrder(), record);
 }
+int64_t HandleCount(const ATTRIB_ENT&) noexcept { return 1; }
 
 }  // namespace ormavec

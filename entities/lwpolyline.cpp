@@ -1,5 +1,4 @@
 #include "entities/collections.h"
-#include "entities/sequence_descriptions.h"
 
 namespace ormavec {
 
@@ -14,65 +13,40 @@ struct EraseOnExit {
     ~EraseOnExit() { list.EraseArray(); }
 };
 
-}  // namespace
-
-namespace entity {
-
-const Description<LWPOLYLINE_ENT>& LwpolylineDescription() {
+const WriteOrder<LWPOLYLINE_ENT>& writeOrder() {
     using R = LWPOLYLINE_ENT;
-    using Out = W<R>;
-    static const Description<R> d{
-        "LWPOLYLINE",
-        [](R& r) {
-            r.Layer = "0";
-            r.LineType = "Continuous";
-            r.ColorNumber = 256;
-            r.ConstWidth = R::kNoConstWidth;
-        },
-        {Str(6, &R::LineType), Str(8, &R::Layer), Dbl(38, &R::Elevation), Dbl(39, &R::Thickness),
-         Dbl(43, &R::ConstWidth), Int(62, &R::ColorNumber)},
-        {Out::Text(0, "LWPOLYLINE"), Out::Handle(), Out::Text(100, "AcDbEntity"), Out::String(8, &R::Layer, "0"),
-         Out::String(6, &R::LineType, "Continuous"), Out::Int(62, &R::ColorNumber), Out::Text(100, "AcDbPolyline"),
-         Out::Double(39, &R::Thickness).If([](const R& r) { return r.Thickness != 0.0; }),
-         Out::Custom([](DXFWriter& w, const R& r) { w.WriteInteger(90, static_cast<int32_t>(r.POINTS.size())); }),
-         Out::Custom([](DXFWriter& w, const R& r) { w.WriteInteger(70, (r.IsClosed ? 1 : 0) + (r.PlineGen ? 128 : 0)); }),
-         Out::Double(43, &R::ConstWidth).If(HasConstWidth),
-         Out::Double(38, &R::Elevation).If([](const R& r) { return r.Elevation != 0.0; }),
-         Out::Custom([](DXFWriter& w, const R& r) {
-             const bool widths = !HasConstWidth(r);
-             for (const LWVERTEX& v : r.POINTS) {
-                 w.WriteDouble(10, v.X);
-                 w.WriteDouble(20, v.Y);
-                 if (widths) {
-                     w.WriteDouble(40, v.StartWidth);
-                     w.WriteDouble(41, v.EndWidth);
-                 }
-             }
-         })},
-    };
-    return d;
+    using O = W<R>;
+    static const WriteOrder<R> order{
+        O::Text(0, "LWPOLYLINE"), O::Handle(), O::Text(100, "AcDbEntity"), O::Of(&R::Layer), O::Of(&R::LineType),
+        O::Of(&R::ColorNumber), O::Text(100, "AcDbPolyline"), O::Of(&R::Thickness).If([](const R& r) { return r.Thickness != 0.0; }),
+        O::Custom([](DXFWriter& w, const R& r) { w.WriteInteger(90, static_cast<int32_t>(r.POINTS.size())); }),
+        O::Custom([](DXFWriter& w, const R& r) { w.WriteInteger(70, (r.IsClosed ? 1 : 0) + (r.PlineGen ? 128 : 0)); }),
+        O::Of(&R::ConstWidth).If(HasConstWidth), O::Of(&R::Elevation).If([](const R& r) { return r.Elevation != 0.0; }),
+        O::Custom([](DXFWriter& w, const R& r) {
+            const bool widths = !HasConstWidth(r);
+            for (const LWVERTEX& v : r.POINTS) {
+                w.WriteDouble(10, v.X);
+                w.WriteDouble(20, v.Y);
+                if (widths) {
+                    w.WriteDouble(40, v.StartWidth);
+                    w.WriteDouble(41, v.EndWidth);
+                }
+            }
+        })};
+    return order;
 }
 
-}  // namespace entity
+}  // namespace
 
 void ReadEntity(DXFReader& reader, LWVERTEXES& vertexList, LWPOLYLINE_ENT& record) {
-    const auto& d = entity::LwpolylineDescription();
     vertexList.EraseArray();
     EraseOnExit erase{vertexList};
-    record = LWPOLYLINE_ENT{};
-    d.defaults(record);
-
     LWVERTEX current;
     bool pending = false;
     int32_t flags = 0;
-    bool more = true;
-    while (more && !reader.AtEnd()) {
-        const DXFReader::Pair& p = reader.Read();
+    ReadRecord(reader, record, [&](const DXFReader::Pair& p, LWPOLYLINE_ENT&) {
         switch (p.Code) {
-        case 0:
-            reader.UnRead();
-            more = false;
-            break;
+        case 0: return PairIs::End;
         case 70: flags = reader.ToInt32(p.Value); break;
         case 10: {
             const double x = reader.ToDouble(p.Value);
@@ -91,9 +65,10 @@ void ReadEntity(DXFReader& reader, LWVERTEXES& vertexList, LWPOLYLINE_ENT& recor
         case 40: current.StartWidth = reader.ToDouble(p.Value); break;
         case 41: current.EndWidth = reader.ToDouble(p.Value); break;
         case 42: current.Bulge = reader.ToDouble(p.Value); break;
-        default: entity::ApplyDescribedField(d, reader, p, record); break;
+        default: return PairIs::Field;
         }
-    }
+        return PairIs::Taken;
+    });
     if (pending) vertexList.Add(current);
 
     if (flags >= 128) {
@@ -105,11 +80,12 @@ void ReadEntity(DXFReader& reader, LWVERTEXES& vertexList, LWPOLYLINE_ENT& recor
     record.POINTS = vertexList.GetArray();
 }
 
-void WriteEntity(DXFWriter& writer, const LWPOLYLINE_ENT& record, int32_t& handle) {
+void WriteEntity(SaveContext& save, const LWPOLYLINE_ENT& record) {
     if (record.POINTS.empty())
         RaiseError(err::SubscriptOutOfRange, "LWPOLYLINES", "Subscript out of range: the polyline has no vertices to write");
-    entity::WriteDescribed(writer, entity::LwpolylineDescription(), record, handle);
+    WriteByOrder(save, writeOrder(), record);
 }
+int64_t HandleCount(const LWPOLYLINE_ENT&) noexcept { return OrderHandles(writeOrder); }
 
 void GetRecordExtent(const LWPOLYLINE_ENT& r, double& minX, double& minY, double& maxX, double& maxY) {
     if (r.POINTS.empty())

@@ -1,7 +1,6 @@
 #include <vector>
 
 #include "entities/collections.h"
-#include "entities/sequence_descriptions.h"
 #include "io/text.h"
 
 namespace ormavec {
@@ -24,79 +23,72 @@ void DecodeFlags(int32_t value, POLYLINE_ENT& r) {
 // The pairs of the POLYLINE entity, and again those after its SEQEND, up to
 // the next code 0, which is pushed back.
 void ReadPolylinePairs(DXFReader& reader, POLYLINE_ENT& record) {
-    const auto& d = entity::PolylineDescription();
-    while (!reader.AtEnd()) {
-        const DXFReader::Pair& p = reader.Read();
-        if (p.Code == 0) {
-            reader.UnRead();
-            return;
-        }
-        if (p.Code == 70)
-            DecodeFlags(reader.ToInt32(p.Value), record);
-        else
-            entity::ApplyDescribedField(d, reader, p, record);
-    }
+    ReadPairs(reader, record, [&reader](const DXFReader::Pair& p, POLYLINE_ENT& r) {
+        if (p.Code == 0) return PairIs::End;
+        if (p.Code != 70) return PairIs::Field;
+        DecodeFlags(reader.ToInt32(p.Value), r);
+        return PairIs::Taken;
+    });
 }
 
 constexpr int32_t kFaceRecord = 128;
 constexpr int32_t kPolyFaceMeshVertex = 192;
 
+// The POLYLINE entity itself, up to its 70; vertices and SEQEND follow in code.
+const WriteOrder<POLYLINE_ENT>& polylineOrder() {
+    using R = POLYLINE_ENT;
+    using O = W<R>;
+    static const WriteOrder<R> order{
+        O::Text(0, "POLYLINE"), O::Handle(), O::Text(100, "AcDbEntity"), O::Of(&R::Layer), O::Of(&R::LineType),
+        O::Of(&R::DefaultStartWidth), O::Of(&R::DefaultEndWidth), O::Of(&R::ColorNumber),
+        O::Custom([](DXFWriter& w, const R& r) {
+            w.WriteString(100, r.IsPolyFaceMesh ? "AcDbPolyFaceMesh" : r.Is3DPolyLine ? "AcDb3dPolyline" : "AcDb2dPolyline");
+        }),
+        O::Text(66, "1"), O::Of(&R::Thickness), O::Custom([](DXFWriter& w, const R&) { w.WritePoint(0.0, 0.0, 0.0, 10, 20, 30); }),
+        O::Custom([](DXFWriter& w, const R& r) {
+            w.WriteInteger(70, (r.IsClosed ? 1 : 0) + (r.Is3DPolyLine ? 8 : 0) + (r.IsPolyFaceMesh ? 64 : 0));
+        })};
+    return order;
+}
+
+// The VERTEX pairs from the location on, after the subclass markers, which
+// depend on the owning polyline.
+const WriteOrder<VERTEX_ENT>& vertexOrder() {
+    using R = VERTEX_ENT;
+    using O = W<R>;
+    const auto face = [](const R& r) { return r.VertexFlag == kFaceRecord; };
+    static const WriteOrder<R> order{O::Of(&R::X),        O::Of(&R::Y),
+                                     O::Of(&R::Z),        O::Of(&R::StartWidth),
+                                     O::Of(&R::EndWidth), O::Of(&R::CurveFitTangentDirection),
+                                     O::Of(&R::VertexFlag), O::Of(&R::PolyFaceMesh1).If(face),
+                                     O::Of(&R::PolyFaceMesh2).If(face), O::Of(&R::PolyFaceMesh3).If(face),
+                                     O::Of(&R::PolyFaceMesh4).If(face)};
+    return order;
+}
+
+void WriteVertex(SaveContext& save, const VERTEX_ENT& vertex, const POLYLINE_ENT& owner) {
+    DXFWriter& writer = save.Writer();
+    writer.WriteString(0, "VERTEX");
+    save.WriteHandle();
+    writer.WriteString(100, "AcDbEntity");
+    writer.WriteString(8, owner.Layer.empty() ? std::string_view("0") : std::string_view(owner.Layer));
+    writer.WriteString(6, owner.LineType.empty() ? std::string_view("Continuous") : std::string_view(owner.LineType));
+    if (vertex.VertexFlag == kFaceRecord) {
+        writer.WriteString(100, "AcDbFaceRecord");
+    } else {
+        writer.WriteString(100, "AcDbVertex");
+        if (vertex.VertexFlag == kPolyFaceMeshVertex)
+            writer.WriteString(100, "AcDbPolyFaceMeshVertex");
+        else
+            writer.WriteString(100, owner.Is3DPolyLine ? "AcDb3dPolylineVertex" : "AcDb2dVertex");
+    }
+    WriteByOrder(save, vertexOrder(), vertex);
+}
+
 }  // namespace
 
-namespace entity {
-
-const Description<POLYLINE_ENT>& PolylineDescription() {
-    using R = POLYLINE_ENT;
-    using Out = W<R>;
-    static const Description<R> d{
-        "POLYLINE",
-        [](R& r) {
-            r.Layer = "0";
-            r.LineType = "Continuous";
-            r.ColorNumber = 256;
-        },
-        {Str(6, &R::LineType), Str(8, &R::Layer), Dbl(39, &R::Thickness), Dbl(40, &R::DefaultStartWidth),
-         Dbl(41, &R::DefaultEndWidth), Int(62, &R::ColorNumber), Int(71, &R::PolygonMeshMVertexCount),
-         Int(72, &R::PolygonMeshNVertexCount), Int(75, &R::SplineMode)},
-        {Out::Text(0, "POLYLINE"), Out::Handle(), Out::Text(100, "AcDbEntity"), Out::String(8, &R::Layer, "0"),
-         Out::String(6, &R::LineType, "Continuous"), Out::Double(40, &R::DefaultStartWidth),
-         Out::Double(41, &R::DefaultEndWidth), Out::Int(62, &R::ColorNumber),
-         Out::Custom([](DXFWriter& w, const R& r) {
-             w.WriteString(100, r.IsPolyFaceMesh ? "AcDbPolyFaceMesh" : r.Is3DPolyLine ? "AcDb3dPolyline" : "AcDb2dPolyline");
-         }),
-         Out::Text(66, "1"), Out::Double(39, &R::Thickness),
-         Out::Custom([](DXFWriter& w, const R&) { w.WritePoint(0.0, 0.0, 0.0, 10, 20, 30); }),
-         Out::Custom([](DXFWriter& w, const R& r) {
-             w.WriteInteger(70, (r.IsClosed ? 1 : 0) + (r.Is3DPolyLine ? 8 : 0) + (r.IsPolyFaceMesh ? 64 : 0));
-         })},
-    };
-    return d;
-}
-
-const Description<VERTEX_ENT>& VertexDescription() {
-    using R = VERTEX_ENT;
-    using Out = W<R>;
-    static const Description<R> d{
-        "VERTEX",
-        [](R&) {},
-        {Dbl(10, &R::X), Dbl(20, &R::Y), Dbl(30, &R::Z), Dbl(40, &R::StartWidth), Dbl(41, &R::EndWidth),
-         Dbl(42, &R::Bulge), Dbl(50, &R::CurveFitTangentDirection), Int(70, &R::VertexFlag),
-         Int(71, &R::PolyFaceMesh1), Int(72, &R::PolyFaceMesh2), Int(73, &R::PolyFaceMesh3), Int(74, &R::PolyFaceMesh4)},
-        {Out::Double(10, &R::X), Out::Double(20, &R::Y), Out::Double(30, &R::Z), Out::Double(40, &R::StartWidth),
-         Out::Double(41, &R::EndWidth), Out::Double(50, &R::CurveFitTangentDirection), Out::Int(70, &R::VertexFlag),
-         Out::Int(71, &R::PolyFaceMesh1).If([](const R& r) { return r.VertexFlag == kFaceRecord; }),
-         Out::Int(72, &R::PolyFaceMesh2).If([](const R& r) { return r.VertexFlag == kFaceRecord; }),
-         Out::Int(73, &R::PolyFaceMesh3).If([](const R& r) { return r.VertexFlag == kFaceRecord; }),
-         Out::Int(74, &R::PolyFaceMesh4).If([](const R& r) { return r.VertexFlag == kFaceRecord; })},
-    };
-    return d;
-}
-
-}  // namespace entity
-
 void ReadEntity(DXFReader& reader, POLYLINE_ENT& record) {
-    record = POLYLINE_ENT{};
-    entity::PolylineDescription().defaults(record);
+    ResetToDefaults(record);
     std::vector<VERTEX_ENT> vertices, faces;
 
     ReadPolylinePairs(reader, record);
@@ -124,51 +116,33 @@ void ReadEntity(DXFReader& reader, POLYLINE_ENT& record) {
     record.CommandVertices.assign(faces.begin(), faces.end());
 }
 
-void ReadVertex(DXFReader& reader, VERTEX_ENT& record) {
-    entity::ReadDescribed(reader, entity::VertexDescription(), record);
-}
+void ReadVertex(DXFReader& reader, VERTEX_ENT& record) { ReadRecord(reader, record); }
 
-void WriteEntity(DXFWriter& writer, const POLYLINE_ENT& record, int32_t& handle) {
+void WriteEntity(SaveContext& save, const POLYLINE_ENT& record) {
     if (record.Vertices.empty())
         RaiseError(err::SubscriptOutOfRange, "POLYLINES", "Subscript out of range: the polyline has no vertices to write");
-    entity::WriteDescribed(writer, entity::PolylineDescription(), record, handle);
-    OwnerScope owned(writer, handle);  // the polyline's own handle, its only one so far
-    for (const VERTEX_ENT& v : record.Vertices) WriteVertex(writer, v, record, handle);
-    for (const VERTEX_ENT& v : record.CommandVertices) WriteVertex(writer, v, record, handle);
-    writer.WriteString(0, "SEQEND");
-    if (writer.IsStandard()) {
-        // Handle and owner first, and the polyline's layer, as for every entity.
-        writer.WriteHandle(5, NextHandle(handle));
-        writer.WriteOwner();
-        writer.WriteString(100, "AcDbEntity");
-        writer.WriteString(8, record.Layer.empty() ? std::string_view("0") : std::string_view(record.Layer));
-        return;
+    WriteByOrder(save, polylineOrder(), record);
+    DXFWriter& writer = save.Writer();
+    {
+        OwnerScope owned(save, save.LastHandle());  // the polyline's own handle, its only one so far
+        for (const VERTEX_ENT& v : record.Vertices) WriteVertex(save, v, record);
+        for (const VERTEX_ENT& v : record.CommandVertices) WriteVertex(save, v, record);
+        writer.WriteString(0, "SEQEND");
+        if (save.Standard()) {
+            // Handle and owner first, and the polyline's layer, as for every entity.
+            save.WriteHandle();
+            writer.WriteString(100, "AcDbEntity");
+            writer.WriteString(8, record.Layer.empty() ? std::string_view("0") : std::string_view(record.Layer));
+            return;
+        }
     }
     writer.WriteString(100, "AcDbEntity");
-    writer.WriteHandle(5, NextHandle(handle));
+    writer.WriteHandle(5, save.TakeHandle());
 }
 
-void WriteVertex(DXFWriter& writer, const VERTEX_ENT& vertex, const POLYLINE_ENT& owner, int32_t& handle) {
-    writer.WriteString(0, "VERTEX");
-    writer.WriteHandle(5, NextHandle(handle));
-    writer.WriteOwner();
-    writer.WriteString(100, "AcDbEntity");
-    writer.WriteString(8, owner.Layer.empty() ? std::string_view("0") : std::string_view(owner.Layer));
-    writer.WriteString(6, owner.LineType.empty() ? std::string_view("Continuous") : std::string_view(owner.LineType));
-    if (vertex.VertexFlag == kFaceRecord) {
-        writer.WriteString(100, "AcDbFaceRecord");
-    } else {
-        writer.WriteString(100, "AcDbVertex");
-        if (vertex.VertexFlag == kPolyFaceMeshVertex)
-            writer.WriteString(100, "AcDbPolyFaceMeshVertex");
-        else
-            writer.WriteString(100, owner.Is3DPolyLine ? "AcDb3dPolylineVertex" : "AcDb2dVertex");
-    }
-    entity::WriteDescribed(writer, entity::VertexDescription(), vertex, handle);
-}
-
-int64_t SequenceHandles(const POLYLINE_ENT& record) noexcept {
-    return static_cast<int64_t>(record.Vertices.size() + record.CommandVertices.size()) + 1;  // with SEQEND
+int64_t HandleCount(const POLYLINE_ENT& record) noexcept {
+    // The polyline, its vertices and SEQEND.
+    return OrderHandles(polylineOrder) + static_cast<int64_t>(record.Vertices.size() + record.CommandVertices.size()) + 1;
 }
 
 void GetRecordExtent(const POLYLINE_ENT& r, double& minX, double& minY, double& maxX, double& maxY) {

@@ -1,8 +1,6 @@
 #include <cmath>
 
 #include "entities/collections.h"
-#include "entities/descriptions.h"
-#include "entities/descriptor.h"
 #include "io/text.h"
 
 namespace ormavec {
@@ -31,79 +29,40 @@ void writeMTextChunks(DXFWriter& w, std::string_view text) {
     w.WriteString(1, text.substr(pos));
 }
 
+const WriteOrder<TEXT_ENT>& textOrder() {
+    using R = TEXT_ENT;
+    using O = W<R>;
+    static const WriteOrder<R> order{
+        O::Text(0, "TEXT"), O::Handle(), O::Text(100, "AcDbEntity"), O::Of(&R::Layer), O::Text(6, "Continuous"),
+        O::Of(&R::ColorNumber), O::Text(100, "AcDbText"), O::Of(&R::Thickness), O::Of(&R::TextHeight), O::Of(&R::StartX),
+        O::Of(&R::StartY), O::Of(&R::StartZ), O::Of(&R::Text),
+        O::Of(&R::TextRotation).If([](const R& r) { return r.TextRotation != 0.0; }),
+        O::Of(&R::XScaleFactor).If([](const R& r) { return r.XScaleFactor != 1.0; }),
+        O::Of(&R::ObliqueAngle).If([](const R& r) { return r.ObliqueAngle != 0.0; }), O::Of(&R::TextStyleName),
+        // The second alignment point is always the insertion point.
+        O::Double(11, &R::StartX), O::Double(21, &R::StartY), O::Double(31, &R::StartZ), O::Of(&R::HorTextJust),
+        O::Text(100, "AcDbText"), O::Of(&R::VertTextJust)};
+    return order;
+}
+
+const WriteOrder<MTEXT_ENT>& mtextOrder() {
+    using R = MTEXT_ENT;
+    using O = W<R>;
+    static const WriteOrder<R> order{
+        O::Text(0, "MTEXT"), O::Handle(), O::Text(100, "AcDbEntity"), O::Of(&R::Layer), O::Of(&R::ColorNumber),
+        O::Text(100, "AcDbMText"), O::Of(&R::X), O::Of(&R::Y), O::Of(&R::Z), O::Of(&R::TextHeight), O::Of(&R::Width),
+        O::Of(&R::Align), O::Of(&R::Direction), O::Custom([](DXFWriter& w, const R& r) { writeMTextChunks(w, r.Text); }),
+        O::Of(&R::Style),
+        O::Custom([](DXFWriter& w, const R& r) { w.WriteDouble(42, r.CharWidth > r.Width ? r.Width : r.CharWidth); }),
+        O::Of(&R::EntityHeight), O::Of(&R::TextRotation), O::Of(&R::LineSpacing), O::Of(&R::LineSpacing2)};
+    return order;
+}
+
 }  // namespace
 
-namespace entity {
-
-const Description<TEXT_ENT>& TextDescription() {
-    using R = TEXT_ENT;
-    using Out = W<R>;
-    static const Description<R> d{
-        "TEXT",
-        [](R& r) {
-            r.Layer = "0";
-            r.ColorNumber = 256;
-            r.Text = "Alap";
-            r.XScaleFactor = 1.0;
-            r.TextStyleName = "Standard";
-        },
-        {Str(1, &R::Text), Str(7, &R::TextStyleName), Str(8, &R::Layer), Dbl(10, &R::StartX), Dbl(20, &R::StartY),
-         Dbl(30, &R::StartZ), Dbl(39, &R::Thickness), Dbl(40, &R::TextHeight), Dbl(41, &R::XScaleFactor),
-         Dbl(50, &R::TextRotation), Dbl(51, &R::ObliqueAngle), Int(62, &R::ColorNumber), Int(72, &R::HorTextJust),
-         Int(73, &R::VertTextJust)},
-        {Out::Text(0, "TEXT"), Out::Handle(), Out::Text(100, "AcDbEntity"), Out::String(8, &R::Layer, "0"),
-         Out::Text(6, "Continuous"), Out::Int(62, &R::ColorNumber), Out::Text(100, "AcDbText"),
-         Out::Double(39, &R::Thickness), Out::Double(40, &R::TextHeight), Out::Double(10, &R::StartX),
-         Out::Double(20, &R::StartY), Out::Double(30, &R::StartZ), Out::String(1, &R::Text, "0"),
-         Out::Double(50, &R::TextRotation).If([](const R& r) { return r.TextRotation != 0.0; }),
-         Out::Double(41, &R::XScaleFactor).If([](const R& r) { return r.XScaleFactor != 1.0; }),
-         Out::Double(51, &R::ObliqueAngle).If([](const R& r) { return r.ObliqueAngle != 0.0; }),
-         Out::String(7, &R::TextStyleName, "0"),
-         // The second alignment point is always the insertion point.
-         Out::Double(11, &R::StartX), Out::Double(21, &R::StartY), Out::Double(31, &R::StartZ),
-         Out::Int(72, &R::HorTextJust), Out::Text(100, "AcDbText"), Out::Int(73, &R::VertTextJust)},
-    };
-    return d;
-}
-
-const Description<MTEXT_ENT>& MTextDescription() {
-    using R = MTEXT_ENT;
-    using Out = W<R>;
-    static const Description<R> d{
-        "MTEXT",
-        [](R& r) {
-            r.Align = 1;
-            r.Direction = 1;
-            r.Style = "Standard";
-            r.Layer = "0";
-            r.ColorNumber = 0;
-            r.LineSpacing = 1;
-        },
-        {Str(7, &R::Style), Str(8, &R::Layer), Dbl(10, &R::X), Dbl(20, &R::Y), Dbl(30, &R::Z),
-         Dbl(40, &R::TextHeight), Dbl(41, &R::Width), Dbl(42, &R::CharWidth), Dbl(43, &R::EntityHeight),
-         Dbl(44, &R::LineSpacing2), Dbl(50, &R::TextRotation), Int(62, &R::ColorNumber), Int(71, &R::Align),
-         Int(72, &R::Direction), Int(73, &R::LineSpacing)},
-        {Out::Text(0, "MTEXT"), Out::Handle(), Out::Text(100, "AcDbEntity"), Out::String(8, &R::Layer, "0"),
-         Out::Int(62, &R::ColorNumber), Out::Text(100, "AcDbMText"), Out::Double(10, &R::X), Out::Double(20, &R::Y),
-         Out::Double(30, &R::Z), Out::Double(40, &R::TextHeight), Out::Double(41, &R::Width), Out::Int(71, &R::Align),
-         Out::Int(72, &R::Direction), Out::Custom([](DXFWriter& w, const R& r) { writeMTextChunks(w, r.Text); }),
-         Out::String(7, &R::Style, "Standard"),
-         Out::Custom([](DXFWriter& w, const R& r) { w.WriteDouble(42, r.CharWidth > r.Width ? r.Width : r.CharWidth); }),
-         Out::Double(43, &R::EntityHeight), Out::Double(50, &R::TextRotation), Out::Int(73, &R::LineSpacing),
-         Out::Double(44, &R::LineSpacing2)},
-    };
-    return d;
-}
-
-}  // namespace entity
-
-void ReadEntity(DXFReader& reader, TEXT_ENT& record) { entity::ReadDescribed(reader, entity::TextDescription(), record); }
-void WriteEntity(DXFWriter& writer, const TEXT_ENT& record, int32_t& handle) {
-    entity::WriteDescribed(writer, entity::TextDescription(), record, handle);
-}
-std::string_view WrittenStyle(const TEXT_ENT& record) noexcept {
-    return record.TextStyleName.empty() ? std::string_view("0") : std::string_view(record.TextStyleName);
-}
+void ReadEntity(DXFReader& reader, TEXT_ENT& record) { ReadRecord(reader, record); }
+void WriteEntity(SaveContext& save, const TEXT_ENT& record) { WriteByOrder(save, textOrder(), record); }
+int64_t HandleCount(const TEXT_ENT&) noexcept { return OrderHandles(textOrder); }
 void GetRecordExtent(const TEXT_ENT& r, double& minX, double& minY, double& maxX, double& maxY) {
     minX = r.StartX;
     minY = r.StartY;
@@ -114,27 +73,24 @@ void GetRecordExtent(const TEXT_ENT& r, double& minX, double& minY, double& maxX
 void ReadEntity(DXFReader& reader, MTEXT_ENT& record) {
     bool hasDirection = false;
     double dirX = 0, dirY = 0;
-    entity::ReadDescribedWith(reader, entity::MTextDescription(), record, [&](const DXFReader::Pair& p, MTEXT_ENT& r) {
+    ReadRecord(reader, record, [&](const DXFReader::Pair& p, MTEXT_ENT& r) {
         switch (p.Code) {
+        case 0: return PairIs::End;
         case 1:
-        case 3: r.Text.append(p.Value); return true;
+        case 3: r.Text.append(p.Value); return PairIs::Taken;
         case 11: dirX = reader.ToDouble(p.Value); break;
         case 21: dirY = reader.ToDouble(p.Value); break;
         case 31: (void)reader.ToDouble(p.Value); break;
-        default: return false;
+        default: return PairIs::Field;
         }
         hasDirection = true;
-        return true;
+        return PairIs::Taken;
     });
     // The direction wins over group 50 wherever that came; principal value only.
     if (hasDirection && dirX != 0.0) record.TextRotation = std::atan(dirY / dirX);
 }
-void WriteEntity(DXFWriter& writer, const MTEXT_ENT& record, int32_t& handle) {
-    entity::WriteDescribed(writer, entity::MTextDescription(), record, handle);
-}
-std::string_view WrittenStyle(const MTEXT_ENT& record) noexcept {
-    return record.Style.empty() ? std::string_view("Standard") : std::string_view(record.Style);
-}
+void WriteEntity(SaveContext& save, const MTEXT_ENT& record) { WriteByOrder(save, mtextOrder(), record); }
+int64_t HandleCount(const MTEXT_ENT&) noexcept { return OrderHandles(mtextOrder); }
 void GetRecordExtent(const MTEXT_ENT& r, double& minX, double& minY, double& maxX, double& maxY) {
     minX = r.X;
     minY = r.Y;

@@ -41,11 +41,6 @@ std::string folderOf(const std::string& path) {
 }
 }  // namespace
 
-int32_t NextHandle(int32_t& counter) {
-    if (counter == INT32_MAX) RaiseError(err::Overflow, kSource, "Overflow: the handle counter passed the 32-bit range");
-    return ++counter;
-}
-
 DXFWriter::DXFWriter(CodePage codePage) : codePage_(codePage) {}
 
 DXFWriter::~DXFWriter() { discard(); }

@@ -8,15 +8,10 @@
 #include <memory>
 #include <string>
 #include <string_view>
-#include <vector>
 
 #include "io/text.h"
 
 namespace ormavec {
-
-// Takes the next handle: adds 1 to the running counter of a save and
-// returns the new value; fails with an overflow at the 32-bit limit.
-int32_t NextHandle(int32_t& counter);
 
 // What a save writes. Classic: the fixed structure of the original component
 // under whatever version the model declares, text in the code page. Standard:
@@ -39,32 +34,6 @@ public:
     void SetUtf8Output(bool on) noexcept { utf8Output_ = on; }
     bool Utf8Output() const noexcept { return utf8Output_; }
     bool IsStandard() const noexcept { return saveMode_ == SaveMode::Standard; }
-
-    // The owner handle of what is written next; Standard saves write it under
-    // 330 after each handle. The writer carries it so that the entity writers
-    // need no extra parameter.
-    void SetOwner(int32_t handle) noexcept { owner_ = handle; }
-    int32_t GetOwner() const noexcept { return owner_; }
-    void WriteOwner() {
-        if (IsStandard()) WriteHandle(330, owner_);
-    }
-    // What one section of a Standard save hands to a later one.
-    struct Links {
-        // BLOCK_RECORD handles in the order the BLOCKS section writes its
-        // blocks (the default model and paper space blocks first).
-        std::vector<int32_t> blockRecords;
-        int32_t modelSpaceRecord = 0;  // owner of the ENTITIES section
-        // The layout object of each model or paper space record, in record order;
-        // its handle is taken with the record, the object written with OBJECTS.
-        struct Layout {
-            int32_t record = 0;
-            int32_t object = 0;
-        };
-        std::vector<Layout> layouts;
-        // Text styles that entities name and the STYLE table lacks.
-        std::vector<std::string> extraStyles;
-    };
-    Links& StandardLinks() noexcept { return links_; }
 
     void OpenOutput(const std::string& fileName);
     // Writes into a string instead of a file (tests); the string holds every
@@ -106,8 +75,6 @@ private:
     CodePage codePage_;
     SaveMode saveMode_ = SaveMode::Classic;
     bool utf8Output_ = false;
-    int32_t owner_ = 0;
-    Links links_;
     bool open_ = false;
     int fd_ = -1;
     std::string target_;
@@ -117,21 +84,6 @@ private:
     std::size_t size_ = 0;
     std::size_t capacity_ = 0;
     std::string encoded_;
-};
-
-// Sets the writer's owner handle for a scope and restores the one before.
-class OwnerScope {
-public:
-    OwnerScope(DXFWriter& writer, int32_t owner) noexcept : writer_(writer), before_(writer.GetOwner()) {
-        writer.SetOwner(owner);
-    }
-    ~OwnerScope() { writer_.SetOwner(before_); }
-    OwnerScope(const OwnerScope&) = delete;
-    OwnerScope& operator=(const OwnerScope&) = delete;
-
-private:
-    DXFWriter& writer_;
-    int32_t before_;
 };
 
 }  // namespace ormavec

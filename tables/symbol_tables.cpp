@@ -1,25 +1,14 @@
-#include "tables/tables.h"
+#include "tables/symbol_tables.h"
 
 namespace ormavec {
 
-int32_t WriteTableHead(DXFWriter& w, std::string_view name, int32_t count, int32_t& handle) {
+int32_t WriteTableHead(SaveContext& save, std::string_view name, int32_t count) {
+    DXFWriter& w = save.Writer();
     w.WriteString(2, name);
-    const int32_t table = NextHandle(handle);
-    w.WriteHandle(5, table);
-    w.WriteOwner();
+    const int32_t table = save.WriteHandle();
     w.WriteString(100, "AcDbSymbolTable");
     w.WriteInteger(70, count);
     return table;
-}
-
-int32_t WriteTableEntryHead(DXFWriter& w, std::string_view type, std::string_view subclass, int32_t& handle) {
-    w.WriteString(0, type);
-    const int32_t entry = NextHandle(handle);
-    w.WriteHandle(5, entry);
-    w.WriteOwner();
-    w.WriteString(100, "AcDbSymbolTableRecord");
-    w.WriteString(100, subclass);
-    return entry;
 }
 
 }  // namespace ormavec

@@ -229,7 +229,7 @@ TEST(BlocksWrite, OwnModelSpaceReplacesDefaultAndBareBlockHasNoEntities) {
     model.BlockName = "*Model_Space";
     blocks.Add(model);
     int32_t handle = 0;
-    EXPECT_EQ(Written([&](DXFWriter& w) { blocks.WriteOut(w, handle); }), Dxf(R"(
+    EXPECT_EQ(Written([&](DXFWriter& w) { WithSave(w, handle, [&](SaveContext& s) { blocks.WriteOut(s); }); }), Dxf(R"(
         0 SECTION
         2 BLOCKS
         0 BLOCK
@@ -293,7 +293,7 @@ TEST(BlocksWrite, EntitiesGroupedByTypeAndMissingPathWrittenAsAlap) {
     )");
     ASSERT_EQ(blocks.Count(), 1);
     int32_t handle = 0;
-    std::string out = Written([&](DXFWriter& w) { BLOCKS::WriteBlock(w, blocks.Item(0), handle); });
+    std::string out = Written([&](DXFWriter& w) { WithSave(w, handle, [&](SaveContext& s) { BLOCKS::WriteBlock(s, blocks.Item(0)); }); });
     EXPECT_EQ(EntityNames(out),
               (std::vector<std::string>{"BLOCK", "ARC", "CIRCLE", "LINE", "LINE", "POINT", "TEXT", "ENDBLK"}));
     EXPECT_TRUE(out.starts_with(Dxf(R"(

@@ -261,7 +261,7 @@ TEST(FixedSections, ObjectsContinueTheHandleCounter) {
     DXFWriter w;
     w.OpenString(&out);
     int32_t h = 9;
-    DXFDocument::WriteObjects(w, h);
+    WithSave(w, h, [&](ormavec::SaveContext& s) { DXFDocument::WriteObjects(s); });
     EXPECT_EQ(h, 14);
     EXPECT_EQ(out, CrlfLines({"0",   "SECTION",        "2",   "OBJECTS",         "0",   "DICTIONARY",
                          "5",   "A",              "100", "AcDbDictionary",  "3",   "ACAD_GROUP",
@@ -283,11 +283,11 @@ TEST(FixedSections, ObjectsHandlesFromZeroAndAtTheLimit) {
     DXFWriter w;
     w.OpenString(&out);
     int32_t h = 0;
-    DXFDocument::WriteObjects(w, h);
+    WithSave(w, h, [&](ormavec::SaveContext& s) { DXFDocument::WriteObjects(s); });
     EXPECT_EQ(h, 5);
     EXPECT_NE(out.find("0\r\nMLINESTYLE\r\n5\r\n5\r\n"), std::string::npos);
     h = INT32_MAX - 2;
-    EXPECT_THROW(DXFDocument::WriteObjects(w, h), Error);
+    EXPECT_THROW(WithSave(w, h, [&](ormavec::SaveContext& s) { DXFDocument::WriteObjects(s); }), Error);
 }
 
 TEST(FixedSections, Eof) {

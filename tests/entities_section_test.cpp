@@ -28,7 +28,7 @@ std::string ReadSection(ENTITIES& e, const std::string& body) {
 }
 
 std::string WriteSection(const ENTITIES& e, int32_t& handle) {
-    return Written([&](DXFWriter& writer) { e.WriteOut(writer, handle); });
+    return Written([&](DXFWriter& writer) { WithSave(writer, handle, [&](SaveContext& s) { e.WriteOut(s); }); });
 }
 
 struct Extent {

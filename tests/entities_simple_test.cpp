@@ -7,7 +7,6 @@
 #include <vector>
 
 #include "entities/collections.h"
-#include "entities/descriptions.h"
 #include "io/error.h"
 #include "test_support.h"
 
@@ -43,14 +42,6 @@ std::string WriteOne(const T& record) {
     return WriteOne(record, handle);
 }
 
-template <class T>
-std::vector<int32_t> CodesOf(const entity::Description<T>& d) {
-    std::vector<int32_t> codes;
-    for (const auto& f : d.read) codes.push_back(f.code);
-    std::sort(codes.begin(), codes.end());
-    return codes;
-}
-
 struct Box {
     double minX, minY, maxX, maxY;
 };
@@ -70,22 +61,6 @@ void ExpectBox(const Box& b, double minX, double minY, double maxX, double maxY)
 }
 
 }  // namespace
-
-// Every code a type reads, as listed for that type; nothing more.
-TEST(EntitiesSimpleDescriptions, ReadTablesHoldExactlyTheTypesCodes) {
-    using V = std::vector<int32_t>;
-    EXPECT_EQ(CodesOf(entity::ArcDescription()), (V{6, 8, 10, 20, 30, 39, 40, 50, 51, 62, 210, 220, 230}));
-    EXPECT_EQ(CodesOf(entity::CircleDescription()), (V{6, 8, 10, 20, 30, 39, 40, 62}));
-    EXPECT_EQ(CodesOf(entity::EllipseDescription()), (V{6, 8, 10, 11, 20, 21, 30, 31, 40, 41, 42, 62}));
-    EXPECT_EQ(CodesOf(entity::PointDescription()), (V{8, 10, 20, 30, 39, 62}));
-    EXPECT_EQ(CodesOf(entity::SolidDescription()),
-              (V{6, 8, 10, 11, 12, 13, 20, 21, 22, 23, 30, 31, 32, 33, 39, 62, 210, 220, 230}));
-    // 70 is read by the face's own step.
-    EXPECT_EQ(CodesOf(entity::Face3DDescription()), (V{6, 8, 10, 11, 12, 13, 20, 21, 22, 23, 30, 31, 32, 33, 62}));
-    EXPECT_EQ(CodesOf(entity::TextDescription()), (V{1, 7, 8, 10, 20, 30, 39, 40, 41, 50, 51, 62, 72, 73}));
-    // 1, 3, 11, 21, 31 are read by the MTEXT's own step.
-    EXPECT_EQ(CodesOf(entity::MTextDescription()), (V{7, 8, 10, 20, 30, 40, 41, 42, 43, 44, 50, 62, 71, 72, 73}));
-}
 
 // Each double code of the SOLID table lands in its own corner coordinate.
 TEST(EntitiesSimpleDescriptions, EachSolidCornerCodeLandsInItsField) {

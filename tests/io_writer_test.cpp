@@ -5,6 +5,7 @@
 #include <limits>
 #include <string>
 
+#include "document/save_context.h"
 #include "io/error.h"
 #include "io/writer.h"
 #include "test_support.h"

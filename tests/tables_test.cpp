@@ -160,7 +160,7 @@ TEST(TablesWrite, LayersAddDefaultLayerZeroWithoutCountingIt) {
     LAYERS layers;
     layers.Add({"Wall", "", -5, 1});
     int32_t handle = 9;
-    std::string out = Written([&](DXFWriter& w) { layers.WriteOut(w, handle); });
+    std::string out = Written([&](DXFWriter& w) { WithSave(w, handle, [&](SaveContext& s) { layers.WriteOut(s); }); });
     EXPECT_EQ(out, Dxf(R"(
         2 LAYER
         5 A
@@ -188,7 +188,7 @@ TEST(TablesWrite, LayersAddDefaultLayerZeroWithoutCountingIt) {
     EXPECT_EQ(handle, 12);
 
     layers.Add({"0", "Dashed", 7, 0});
-    out = Written([&](DXFWriter& w) { layers.WriteOut(w, handle); });
+    out = Written([&](DXFWriter& w) { WithSave(w, handle, [&](SaveContext& s) { layers.WriteOut(s); }); });
     EXPECT_EQ(out.find("6\r\nContinuous"), std::string::npos);  // no default layer now
     EXPECT_NE(out.find("70\r\n2\r\n0\r\nLAYER"), std::string::npos);
     EXPECT_EQ(handle, 15);
@@ -197,7 +197,7 @@ TEST(TablesWrite, LayersAddDefaultLayerZeroWithoutCountingIt) {
 TEST(TablesWrite, LtypesAddByBlockAndByLayerWhenMissing) {
     LTYPES lt;
     int32_t handle = 0;
-    EXPECT_EQ(Written([&](DXFWriter& w) { lt.WriteOut(w, handle); }), Dxf(R"(
+    EXPECT_EQ(Written([&](DXFWriter& w) { WithSave(w, handle, [&](SaveContext& s) { lt.WriteOut(s); }); }), Dxf(R"(
         2 LTYPE
         5 1
         100 AcDbSymbolTable
@@ -227,7 +227,7 @@ TEST(TablesWrite, LtypesAddByBlockAndByLayerWhenMissing) {
     lt.Add({"byblock", "", 0, 0, {}});
     lt.Add({"Dashdot", "d", 1.5, 2, {{1.0}, {-0.25}, {0.5}}});
     handle = 0;
-    EXPECT_EQ(Written([&](DXFWriter& w) { lt.WriteOut(w, handle); }), Dxf(R"(
+    EXPECT_EQ(Written([&](DXFWriter& w) { WithSave(w, handle, [&](SaveContext& s) { lt.WriteOut(s); }); }), Dxf(R"(
         2 LTYPE
         5 1
         100 AcDbSymbolTable
@@ -278,23 +278,23 @@ TEST(TablesWrite, LineElementCountAbovePatternFailsAtFirstMissingElement) {
     DXFWriter w;
     w.OpenString(&out);
     int32_t handle = 0;
-    EXPECT_EQ(ErrorNumberOf([&] { lt.WriteOut(w, handle); }), err::SubscriptOutOfRange);
+    EXPECT_EQ(ErrorNumberOf([&] { WithSave(w, handle, [&](SaveContext& s) { lt.WriteOut(s); }); }), err::SubscriptOutOfRange);
     w.CloseOutput();
     EXPECT_TRUE(out.ends_with("40\r\n1.\r\n49\r\n0.5\r\n74\r\n0\r\n")) << out;
 
     LTYPES unallocated;
     unallocated.Add({"None", "", 0, 1, {}});
-    EXPECT_EQ(ErrorNumberOf([&] { Written([&](DXFWriter& x) { unallocated.WriteOut(x, handle); }); }),
+    EXPECT_EQ(ErrorNumberOf([&] { Written([&](DXFWriter& x) { WithSave(x, handle, [&](SaveContext& s) { unallocated.WriteOut(s); }); }); }),
               err::SubscriptOutOfRange);
 }
 
 TEST(TablesWrite, StylesWriteExactlyTheirRecords) {
     STYLES st;
     int32_t handle = 0;
-    EXPECT_EQ(Written([&](DXFWriter& w) { st.WriteOut(w, handle); }),
+    EXPECT_EQ(Written([&](DXFWriter& w) { WithSave(w, handle, [&](SaveContext& s) { st.WriteOut(s); }); }),
               Dxf("2 STYLE\n5 1\n100 AcDbSymbolTable\n70 0\n"));
     st.Add({"Slanted", "romans.shx", 2.5, 0.8, 15.0, 1, 4, 3.0});
-    EXPECT_EQ(Written([&](DXFWriter& w) { st.WriteOut(w, handle); }), Dxf(R"(
+    EXPECT_EQ(Written([&](DXFWriter& w) { WithSave(w, handle, [&](SaveContext& s) { st.WriteOut(s); }); }), Dxf(R"(
         2 STYLE
         5 2
         100 AcDbSymbolTable
@@ -323,7 +323,7 @@ TEST(TablesWrite, BlockRecordCountsBlocksAndKeepsOwnSpaceBlocks) {
     b.BlockName = "Door";
     blocks.Add(b);
     int32_t handle = 0;
-    EXPECT_EQ(Written([&](DXFWriter& w) { TABLES::WriteBlockRecord(w, blocks, handle); }), Dxf(R"(
+    EXPECT_EQ(Written([&](DXFWriter& w) { WithSave(w, handle, [&](SaveContext& s) { TABLES::WriteBlockRecord(s, blocks); }); }), Dxf(R"(
         2 BLOCK_RECORD
         5 1
         100 AcDbSymbolTable
@@ -348,7 +348,7 @@ TEST(TablesWrite, BlockRecordCountsBlocksAndKeepsOwnSpaceBlocks) {
 
 TEST(TablesWrite, VportCarriesTheView) {
     int32_t handle = 0;
-    std::string out = Written([&](DXFWriter& w) { TABLES::WriteVport(w, handle, 12.5, -3.0, 40.0); });
+    std::string out = Written([&](DXFWriter& w) { WithSave(w, handle, [&](SaveContext& s) { TABLES::WriteVport(s, 12.5, -3.0, 40.0); }); });
     EXPECT_NE(out.find("12\r\n12.5\r\n22\r\n-3.\r\n"), std::string::npos);
     EXPECT_NE(out.find("40\r\n40.\r\n41\r\n1.826004\r\n"), std::string::npos);
     EXPECT_EQ(handle, 2);

@@ -22,6 +22,8 @@
 #include "io/error.h"
 #include "io/reader.h"
 #include "io/writer.h"
+#include "document/save_context.h"
+#include "entities/collections.h"
 
 namespace ormavec::test {
 
@@ -108,6 +110,21 @@ std::string Written(Fn&& fn) {
     fn(w);
     w.CloseOutput();
     return out;
+}
+
+// Runs fn(save) with a save that numbers on from handle, and keeps the
+// counter.
+template <class Fn>
+void WithSave(DXFWriter& writer, int32_t& handle, Fn&& fn) {
+    SaveContext save(writer, handle);
+    fn(save);
+    handle = save.LastHandle();
+}
+
+// One record written on its own, numbering on from handle.
+template <class R>
+void WriteEntity(DXFWriter& writer, const R& record, int32_t& handle) {
+    WithSave(writer, handle, [&](SaveContext& save) { ::ormavec::WriteEntity(save, record); });
 }
 
 // Reads one record from text; `Lists` are the companion lists the record's

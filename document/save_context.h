@@ -1,0 +1,88 @@
+// The running state of one save that the writers of records and sections
+// share beside the group writer: the handle counter, the owner of what is
+// written now, and what one section of a Standard save hands to a later one.
+// The group writer only writes pairs; handles, owners and links are here.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "io/error.h"
+#include "io/writer.h"
+
+namespace ormavec {
+
+// Takes the next handle: adds 1 to the running counter of a save and
+// returns the new value; fails with an overflow at the 32-bit limit.
+inline int32_t NextHandle(int32_t& counter) {
+    if (counter == INT32_MAX) RaiseError(err::Overflow, "DXFWriter", "Overflow: the handle counter passed the 32-bit range");
+    return ++counter;
+}
+
+class SaveContext {
+public:
+    // Numbers from lastHandle + 1 on.
+    explicit SaveContext(DXFWriter& writer, int32_t lastHandle = 0) noexcept
+        : writer_(writer), standard_(writer.IsStandard()), last_(lastHandle) {}
+    SaveContext(const SaveContext&) = delete;
+    SaveContext& operator=(const SaveContext&) = delete;
+
+    DXFWriter& Writer() const noexcept { return writer_; }
+    bool Standard() const noexcept { return standard_; }
+
+    // Takes the next handle; fails with an overflow at the 32-bit limit.
+    int32_t TakeHandle() { return NextHandle(last_); }
+    // The handle taken last (0 before the first).
+    int32_t LastHandle() const noexcept { return last_; }
+
+    // The owner of what is written now; a Standard save writes it under 330
+    // after each handle.
+    int32_t Owner() const noexcept { return owner_; }
+    void SetOwner(int32_t handle) noexcept { owner_ = handle; }
+    void WriteOwner() {
+        if (standard_) writer_.WriteHandle(330, owner_);
+    }
+    // Group 5 with the next handle, then the owner; returns the handle.
+    int32_t WriteHandle() {
+        const int32_t h = TakeHandle();
+        writer_.WriteHandle(5, h);
+        WriteOwner();
+        return h;
+    }
+
+    // BLOCK_RECORD handles in the order the BLOCKS section writes its blocks
+    // (the default model and paper space blocks first).
+    std::vector<int32_t> blockRecords;
+    int32_t modelSpaceRecord = 0;  // owner of the ENTITIES section
+    // The layout object of each model or paper space record, in record order;
+    // its handle is taken with the record, the object written with OBJECTS.
+    struct Layout {
+        int32_t record = 0;
+        int32_t object = 0;
+    };
+    std::vector<Layout> layouts;
+    // Text styles that entities name and the STYLE table lacks.
+    std::vector<std::string> extraStyles;
+
+private:
+    DXFWriter& writer_;
+    bool standard_;
+    int32_t last_;
+    int32_t owner_ = 0;
+};
+
+// Sets the owner for a scope and restores the one before.
+class OwnerScope {
+public:
+    OwnerScope(SaveContext& save, int32_t owner) noexcept : save_(save), before_(save.Owner()) { save.SetOwner(owner); }
+    ~OwnerScope() { save_.SetOwner(before_); }
+    OwnerScope(const OwnerScope&) = delete;
+    OwnerScope& operator=(const OwnerScope&) = delete;
+
+private:
+    SaveContext& save_;
+    int32_t before_;
+};
+
+}  // namespace ormavec

@@ -1,0 +1,208 @@
+// The Python classes of the records, and the conversions between the
+// model's values and Python objects.
+#include "python/bindings.h"
+
+namespace ormavec::python {
+
+namespace {
+
+template <class... R>
+py::object recordToPython(const Variant& v, TypeList<R...>) {
+    py::object out = py::none();
+    bool done = false;
+    (
+        [&] {
+            if (done) return;
+            if (const R* r = v.RecordIf<R>()) {
+                out = py::cast(*r);
+                done = true;
+            }
+        }(),
+        ...);
+    return out;
+}
+
+template <class... R>
+py::object arrayToPython(const Variant& v, TypeList<R...>) {
+    py::list out;
+    bool done = false;
+    (
+        [&] {
+            if (done) return;
+            if (const auto* a = v.ArrayIf<R>()) {
+                for (const R& r : a->items) out.append(py::cast(r));
+                done = true;
+            }
+        }(),
+        ...);
+    if (!done) {
+        if (const auto* a = v.ArrayIf<Variant>()) {
+            for (const Variant& item : a->items) out.append(toPython(item));
+        } else if (const auto* d = v.ArrayIf<double>()) {
+            for (double x : d->items) out.append(x);
+        }
+    }
+    return out;
+}
+
+}  // namespace
+
+py::object toPython(const Variant& v) {
+    switch (v.GetKind()) {
+    case Variant::Kind::Empty: return py::none();
+    case Variant::Kind::Int16:
+    case Variant::Kind::Int32: return py::int_(v.ToInt32());
+    case Variant::Kind::Single:
+    case Variant::Kind::Double: return py::float_(v.ToDouble());
+    case Variant::Kind::Bool: return py::bool_(v.ToBool());
+    case Variant::Kind::String: return py::str(v.ToString());
+    case Variant::Kind::Object: return py::cast(v.ToObject());
+    case Variant::Kind::Record: return recordToPython(v, AllRecords{});
+    case Variant::Kind::Array: return arrayToPython(v, AllRecords{});
+    }
+    return py::none();
+}
+
+namespace {
+
+template <class... R>
+bool recordFromPython(py::handle h, Variant& out, TypeList<R...>) {
+    bool done = false;
+    (
+        [&] {
+            if (done) return;
+            if (py::isinstance<R>(h)) {
+                out = Variant::FromRecord(h.cast<R>());
+                done = true;
+            }
+        }(),
+        ...);
+    return done;
+}
+
+}  // namespace
+
+Variant fromPython(py::handle h) {
+    if (h.is_none()) return {};
+    if (py::isinstance<py::bool_>(h)) return Variant(h.cast<bool>());
+    if (py::isinstance<py::int_>(h)) return Variant(h.cast<int32_t>());
+    if (py::isinstance<py::float_>(h)) return Variant(h.cast<double>());
+    if (py::isinstance<py::str>(h)) return Variant(h.cast<std::string>());
+    Variant v;
+    if (recordFromPython(h, v, AllRecords{})) return v;
+    if (py::isinstance<py::list>(h) || py::isinstance<py::tuple>(h)) {
+        std::vector<Variant> items;
+        for (py::handle item : h) items.push_back(fromPython(item));
+        return Variant::FromArray<Variant>(std::move(items));
+    }
+    if (py::isinstance<Object>(h)) return Variant(h.cast<std::shared_ptr<Object>>());
+    throw py::type_error("cannot convert a " + std::string(py::str(h.get_type().attr("__name__"))) + " to a value of the model");
+}
+
+namespace {
+
+class PyComparer final : public IComparer {
+public:
+    explicit PyComparer(py::object fn) : fn_(std::move(fn)) {}
+    int16_t Compare(const Variant& a, const Variant& b) override {
+        py::gil_scoped_acquire gil;
+        py::object result = fn_(toPython(a), toPython(b));
+        long value = result.cast<long>();
+        return static_cast<int16_t>(value < 0 ? -1 : (value > 0 ? 1 : 0));
+    }
+
+private:
+    py::object fn_;
+};
+
+}  // namespace
+
+std::shared_ptr<IComparer> comparerFrom(const py::object& c) {
+    if (c.is_none()) return nullptr;
+    if (py::isinstance<IComparer>(c)) return c.cast<std::shared_ptr<IComparer>>();
+    if (py::hasattr(c, "Compare")) return std::make_shared<PyComparer>(c.attr("Compare"));
+    if (PyCallable_Check(c.ptr())) return std::make_shared<PyComparer>(c);
+    throw py::type_error("Comparer must be an IComparer, an object with a Compare method, or a callable");
+}
+
+namespace {
+
+template <class R>
+std::string reprOf(const R& r);
+
+std::string pyRepr(py::handle h) { return py::str(py::repr(h)); }
+
+template <class M>
+void reprValue(std::string& out, const M& value) {
+    if constexpr (std::is_same_v<M, std::string> || std::is_arithmetic_v<M>) {
+        out += pyRepr(py::cast(value));
+    } else if constexpr (std::is_same_v<M, XYZ>) {
+        out += reprOf(value);
+    } else if constexpr (requires { value.size(); value.begin(); }) {
+        out += "[" + std::to_string(value.size()) + " items]";
+    } else {
+        out += value ? "<shared collection>" : "None";
+    }
+}
+
+template <class R>
+std::string reprOf(const R& r) {
+    std::string out(R::kTypeName);
+    out += "(";
+    bool first = true;
+    ForEachField<R>([&](std::string_view name, auto member) {
+        if (!first) out += ", ";
+        first = false;
+        out += name;
+        out += "=";
+        reprValue(out, r.*member);
+    });
+    out += ")";
+    return out;
+}
+
+template <class R>
+void bindRecord(py::module_& m) {
+    py::class_<R> cls(m, std::string(R::kTypeName).c_str());
+    cls.def(py::init<>());
+    ForEachField<R>([&](std::string_view name, auto member) {
+        using M = std::remove_reference_t<decltype(std::declval<R&>().*member)>;
+        std::string n(name);
+        if constexpr (std::is_same_v<M, std::vector<Variant>>) {
+            cls.def_property(
+                n.c_str(),
+                [member](const R& r) {
+                    py::list out;
+                    for (const Variant& v : r.*member) out.append(toPython(v));
+                    return out;
+                },
+                [member](R& r, const py::iterable& items) {
+                    std::vector<Variant> values;
+                    for (py::handle h : items) values.push_back(fromPython(h));
+                    r.*member = std::move(values);
+                });
+        } else {
+            cls.def_readwrite(n.c_str(), member);
+        }
+    });
+    cls.def("__repr__", [](const R& r) { return reprOf(r); });
+    cls.def("__copy__", [](const R& r) { return R(r); });
+    cls.def("__deepcopy__", [](const R& r, py::dict) { return R(r); });
+}
+
+template <class... R>
+void bindRecords(py::module_& m, TypeList<R...>) {
+    (bindRecord<R>(m), ...);
+}
+
+}  // namespace
+
+void BindRecords(py::module_& m) { bindRecords(m, AllRecords{}); }
+
+int32_t pyIndex(int32_t count, int64_t index) {
+    if (index < 0) index += count;
+    if (index < 0 || index >= count) throw py::index_error("index out of range");
+    return static_cast<int32_t>(index);
+}
+
+}  // namespace ormavec::python
