@@ -163,6 +163,81 @@ const Interface* DebugInterface(TypeLibrary& lib) {
     return b.get();
 }
 
+// The rows of the members both faces of an array list share.
+struct ListMemberRow {
+    const char* name;
+    int32_t kind;
+    std::vector<Param> params;
+    std::string result;
+    const char* help;
+    ListCall call;
+};
+
+const std::vector<ListMemberRow>& ListMemberRows() {
+    using L = IArrayList;
+    static const std::vector<ListMemberRow> rows{
+        {"VarType", kGet, {}, "Long", kHelpVarType, [](L& l, Args&) { return Variant(l.VarType()); }},
+        {"ShrinkFactor", kLet, {Ref("Value", "Single")}, "", kHelpShrinkFactor,
+         [](L& l, Args& a) {
+             l.SetShrinkFactor(static_cast<float>(a[0].ToDouble()));
+             return None();
+         }},
+        {"ShrinkFactor", kGet, {}, "Single", kHelpShrinkFactor, [](L& l, Args&) { return Variant(l.ShrinkFactor()); }},
+        {"LowerBound", kGet, {}, "Long", kHelpLowerBound, [](L& l, Args&) { return Variant(l.LowerBound()); }},
+        {"UpperBound", kGet, {}, "Long", kHelpUpperBound, [](L& l, Args&) { return Variant(l.UpperBound()); }},
+        {"GrowLength", kLet, {Ref("Value", "Long")}, "", kHelpGrowLength,
+         [](L& l, Args& a) {
+             l.SetGrowLength(a[0].ToInt32());
+             return None();
+         }},
+        {"GrowLength", kGet, {}, "Long", kHelpGrowLength, [](L& l, Args&) { return Variant(l.GrowLength()); }},
+        {"Shrink", kMethod, {Ref("DestroyCache", "Long")}, "", kHelpShrink,
+         [](L& l, Args& a) {
+             l.Shrink(a[0].ToInt32());
+             return None();
+         }},
+        {"EraseArray", kMethod, {}, "", kHelpEraseArray,
+         [](L& l, Args&) {
+             l.EraseArray();
+             return None();
+         }},
+        {"SetCount", kMethod, {Ref("Count", "Long"), Ref("PreserveValues", "Boolean")}, "", kHelpSetCount,
+         [](L& l, Args& a) {
+             l.SetCount(a[0].ToInt32(), a[1].ToBool());
+             return None();
+         }},
+        {"Count", kGet, {}, "Long", kHelpCount, [](L& l, Args&) { return Variant(l.Count()); }},
+        {"AddItem", kMethod, {Ref("Value", "R")}, "", kHelpAddItem,
+         [](L& l, Args& a) {
+             l.AddItem(a[0]);
+             return None();
+         }},
+        {"RemoveItem", kMethod, {Ref("Index", "Long"), Ref("KeepSequence", "Boolean")}, "", kHelpRemoveItem,
+         [](L& l, Args& a) {
+             l.RemoveItem(a[0].ToInt32(), a[1].ToBool());
+             return None();
+         }},
+        {"Item", kLet, {Ref("Index", "Long"), Ref("Value", "R")}, "", kHelpItem,
+         [](L& l, Args& a) {
+             l.LetItem(a[0].ToInt32(), a[1]);
+             return None();
+         }},
+        {"Item", kGet, {Ref("Index", "Long")}, "R", kHelpItem, [](L& l, Args& a) { return l.Item(a[0].ToInt32()); }},
+        {"Find", kMethod, {Ref("Value", "R"), Out("retIndex", "Long")}, "Boolean", kHelpFind,
+         [](L& l, Args& a) {
+             int32_t index = a[1].ToInt32();
+             const bool found = l.Find(a[0], index);
+             if (found) a[1] = Variant(index);
+             return Variant(found);
+         }},
+        {"Copy", kMethod, {Opt("m", "Variant"), Opt("n", "Variant")}, "IArrayList", nullptr,
+         [](L& l, Args& a) { return Variant(l.Copy(a[0], a[1])); }},
+    };
+    return rows;
+}
+
+Variant ViaArrayList(Object& self, Args& args, ListCall call) { return call(Self<IArrayList>(self), args); }
+
 const Interface* ArrayListInterface(TypeLibrary& lib) {
     Builder b(lib, "_IArrayList", "{72442825-B37F-40F9-8A11-B577A06BC0F6}");
     using L = IArrayList;
@@ -171,78 +246,20 @@ const Interface* ArrayListInterface(TypeLibrary& lib) {
         return None();
     });
     b.Auto("GetArray", kMethod, {}, "Variant", [](Object& o, Args&) { return Self<L>(o).GetArray(); });
-    b.Auto("Copy", kMethod, {Opt("m", "Variant"), Opt("n", "Variant")}, "IArrayList",
-           [](Object& o, Args& a) { return Variant(Self<L>(o).Copy(a[0], a[1])); });
-    b.Auto("ShrinkFactor", kLet, {Ref("Value", "Single")}, "",
-           [](Object& o, Args& a) {
-               Self<L>(o).SetShrinkFactor(static_cast<float>(a[0].ToDouble()));
-               return None();
-           },
-           kHelpShrinkFactor);
-    b.Auto("ShrinkFactor", kGet, {}, "Single", [](Object& o, Args&) { return Variant(Self<L>(o).ShrinkFactor()); }, kHelpShrinkFactor);
-    b.Auto("LowerBound", kGet, {}, "Long", [](Object& o, Args&) { return Variant(Self<L>(o).LowerBound()); }, kHelpLowerBound);
-    b.Auto("UpperBound", kGet, {}, "Long", [](Object& o, Args&) { return Variant(Self<L>(o).UpperBound()); }, kHelpUpperBound);
-    b.Auto("GrowLength", kLet, {Ref("Value", "Long")}, "",
-           [](Object& o, Args& a) {
-               Self<L>(o).SetGrowLength(a[0].ToInt32());
-               return None();
-           },
-           kHelpGrowLength);
-    b.Auto("GrowLength", kGet, {}, "Long", [](Object& o, Args&) { return Variant(Self<L>(o).GrowLength()); }, kHelpGrowLength);
-    b.Auto("Shrink", kMethod, {Ref("DestroyCache", "Long")}, "",
-           [](Object& o, Args& a) {
-               Self<L>(o).Shrink(a[0].ToInt32());
-               return None();
-           },
-           kHelpShrink);
-    b.Auto("EraseArray", kMethod, {}, "",
-           [](Object& o, Args&) {
-               Self<L>(o).EraseArray();
-               return None();
-           },
-           kHelpEraseArray);
-    b.Auto("SetCount", kMethod, {Ref("Count", "Long"), Ref("PreserveValues", "Boolean")}, "",
-           [](Object& o, Args& a) {
-               Self<L>(o).SetCount(a[0].ToInt32(), a[1].ToBool());
-               return None();
-           },
-           kHelpSetCount);
-    b.Auto("Count", kGet, {}, "Long", [](Object& o, Args&) { return Variant(Self<L>(o).Count()); }, kHelpCount);
-    b.Auto("AddItem", kMethod, {Ref("Value", "Variant")}, "",
-           [](Object& o, Args& a) {
-               Self<L>(o).AddItem(a[0]);
-               return None();
-           },
-           kHelpAddItem);
-    b.Auto("RemoveItem", kMethod, {Ref("Index", "Long"), Ref("KeepSequence", "Boolean")}, "",
-           [](Object& o, Args& a) {
-               Self<L>(o).RemoveItem(a[0].ToInt32(), a[1].ToBool());
-               return None();
-           },
-           kHelpRemoveItem);
-    b.Auto("Item", kLet, {Ref("Index", "Long"), Ref("Value", "Variant")}, "",
-           [](Object& o, Args& a) {
-               Self<L>(o).LetItem(a[0].ToInt32(), a[1]);
-               return None();
-           },
-           kHelpItem);
+    static constexpr SharedMember kShared[] = {
+        {"Copy", kMethod},       {"ShrinkFactor", kLet}, {"ShrinkFactor", kGet}, {"LowerBound", kGet}, {"UpperBound", kGet},
+        {"GrowLength", kLet},    {"GrowLength", kGet},   {"Shrink", kMethod},    {"EraseArray", kMethod}, {"SetCount", kMethod},
+        {"Count", kGet},         {"AddItem", kMethod},   {"RemoveItem", kMethod}, {"Item", kLet}};
+    for (const SharedMember& m : kShared) AddListMember(b, m, "Variant", &ViaArrayList);
+    // Storing by reference: only this face has it.
     b.Auto("Item", kSet, {Ref("Index", "Long"), Ref("Value", "Variant")}, "",
            [](Object& o, Args& a) {
                Self<L>(o).SetItem(a[0].ToInt32(), a[1]);
                return None();
            },
            kHelpItem);
-    b.Auto("Item", kGet, {Ref("Index", "Long")}, "Variant", [](Object& o, Args& a) { return Self<L>(o).Item(a[0].ToInt32()); },
-           kHelpItem);
-    b.Auto("Find", kMethod, {Ref("Value", "Variant"), Out("retIndex", "Long")}, "Boolean",
-           [](Object& o, Args& a) {
-               int32_t index = a[1].ToInt32();
-               const bool found = Self<L>(o).Find(a[0], index);
-               if (found) a[1] = Variant(index);
-               return Variant(found);
-           },
-           kHelpFind);
-    b.Auto("VarType", kGet, {}, "Long", [](Object& o, Args&) { return Variant(Self<L>(o).VarType()); }, kHelpVarType);
+    for (const SharedMember& m : {SharedMember{"Item", kGet}, SharedMember{"Find", kMethod}, SharedMember{"VarType", kGet}})
+        AddListMember(b, m, "Variant", &ViaArrayList);
     b.Auto("CreateNew", kMethod, {}, "IArrayList", [](Object& o, Args&) { return Variant(Self<L>(o).CreateNew()); });
     b.Auto("Sort", kMethod, {Opt("m", "Long"), Opt("n", "Long"), Opt("Comparer", "IComparer")}, "",
            [](Object& o, Args& a) {
@@ -409,6 +426,19 @@ const RecordInfo* TypeLibrary::RecordByName(std::string_view n) const noexcept {
     for (const RecordInfo& r : records)
         if (EqualsNoCase(r.name, n)) return &r;
     return nullptr;
+}
+
+void build::AddListMember(Builder& b, const SharedMember& member, std::string_view element, ListFace face) {
+    for (const ListMemberRow& row : ListMemberRows()) {
+        if (row.kind != member.kind || std::string_view(row.name) != member.name) continue;
+        std::vector<Param> params = row.params;
+        for (Param& p : params)
+            if (p.type == "R") p.type = element;
+        const ListCall call = row.call;
+        b.Auto(row.name, row.kind, std::move(params), row.result == "R" ? std::string(element) : row.result,
+               [face, call](Object& o, Args& a) { return face(o, a, call); }, row.help ? row.help : "");
+        return;
+    }
 }
 
 const TypeLibrary& Library() {

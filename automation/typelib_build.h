@@ -93,6 +93,31 @@ private:
     std::vector<std::string> names_;
 };
 
+// The members an array list offers alike on the interface of its own class
+// and on _IArrayList: one row each (typelib.cpp), called on the list's
+// IArrayList view. Each face lists them in its own order; "R" in a type
+// stands for the element: the record on a class's own face, Variant on
+// _IArrayList.
+using ListCall = Variant (*)(IArrayList& list, Args& args);
+using ListFace = Variant (*)(Object& self, Args& args, ListCall call);
+struct SharedMember {
+    const char* name;
+    int32_t kind;
+};
+inline constexpr SharedMember kClassFaceMembers[] = {
+    {"VarType", kGet},    {"ShrinkFactor", kLet}, {"ShrinkFactor", kGet}, {"LowerBound", kGet}, {"UpperBound", kGet},
+    {"GrowLength", kLet}, {"GrowLength", kGet},   {"Shrink", kMethod},    {"EraseArray", kMethod}, {"SetCount", kMethod},
+    {"Count", kGet},      {"AddItem", kMethod},   {"RemoveItem", kMethod}, {"Item", kLet},         {"Item", kGet},
+    {"Find", kMethod},    {"Copy", kMethod}};
+void AddListMember(Builder& b, const SharedMember& member, std::string_view element, ListFace face);
+
+// A collection class's face: the call goes to the view of the list.
+template <class C>
+Variant ViaClass(Object& self, Args& args, ListCall call) {
+    const std::shared_ptr<IArrayList> view = Self<C>(self).AsIArrayList();
+    return call(*view, args);
+}
+
 // The template members of every collection class, in slot order.
 template <class C>
 Builder CollectionInterface(TypeLibrary& lib, std::string_view iid) {
@@ -115,73 +140,7 @@ Builder CollectionInterface(TypeLibrary& lib, std::string_view iid) {
         const C& c = Self<C>(o);
         return c.Count() == 0 ? Variant::UnallocatedArray<T>() : Variant::FromArray<T>(c.GetArray());
     });
-    b.Auto("VarType", kGet, {}, "Long", [](Object& o, Args&) { return Variant(Self<C>(o).VarType()); }, kHelpVarType);
-    b.Auto("ShrinkFactor", kLet, {Ref("Value", "Single")}, "",
-           [](Object& o, Args& a) {
-               Self<C>(o).SetShrinkFactor(static_cast<float>(a[0].ToDouble()));
-               return None();
-           },
-           kHelpShrinkFactor);
-    b.Auto("ShrinkFactor", kGet, {}, "Single", [](Object& o, Args&) { return Variant(Self<C>(o).ShrinkFactor()); }, kHelpShrinkFactor);
-    b.Auto("LowerBound", kGet, {}, "Long", [](Object& o, Args&) { return Variant(Self<C>(o).LowerBound()); }, kHelpLowerBound);
-    b.Auto("UpperBound", kGet, {}, "Long", [](Object& o, Args&) { return Variant(Self<C>(o).UpperBound()); }, kHelpUpperBound);
-    b.Auto("GrowLength", kLet, {Ref("Value", "Long")}, "",
-           [](Object& o, Args& a) {
-               Self<C>(o).SetGrowLength(a[0].ToInt32());
-               return None();
-           },
-           kHelpGrowLength);
-    b.Auto("GrowLength", kGet, {}, "Long", [](Object& o, Args&) { return Variant(Self<C>(o).GrowLength()); }, kHelpGrowLength);
-    b.Auto("Shrink", kMethod, {Ref("DestroyCache", "Long")}, "",
-           [](Object& o, Args& a) {
-               Self<C>(o).Shrink(a[0].ToInt32());
-               return None();
-           },
-           kHelpShrink);
-    b.Auto("EraseArray", kMethod, {}, "",
-           [](Object& o, Args&) {
-               Self<C>(o).EraseArray();
-               return None();
-           },
-           kHelpEraseArray);
-    b.Auto("SetCount", kMethod, {Ref("Count", "Long"), Ref("PreserveValues", "Boolean")}, "",
-           [](Object& o, Args& a) {
-               Self<C>(o).SetCount(a[0].ToInt32(), a[1].ToBool());
-               return None();
-           },
-           kHelpSetCount);
-    b.Auto("Count", kGet, {}, "Long", [](Object& o, Args&) { return Variant(Self<C>(o).Count()); }, kHelpCount);
-    b.Auto("AddItem", kMethod, {Ref("Value", rec)}, "",
-           [](Object& o, Args& a) {
-               Self<C>(o).AddItem(C::ToRecord(a[0]));
-               return None();
-           },
-           kHelpAddItem);
-    b.Auto("RemoveItem", kMethod, {Ref("Index", "Long"), Ref("KeepSequence", "Boolean")}, "",
-           [](Object& o, Args& a) {
-               Self<C>(o).RemoveItem(a[0].ToInt32(), a[1].ToBool());
-               return None();
-           },
-           kHelpRemoveItem);
-    b.Auto("Item", kLet, {Ref("Index", "Long"), Ref("Value", rec)}, "",
-           [](Object& o, Args& a) {
-               Self<C>(o).LetItem(a[0].ToInt32(), C::ToRecord(a[1]));
-               return None();
-           },
-           kHelpItem);
-    b.Auto("Item", kGet, {Ref("Index", "Long")}, rec,
-           [](Object& o, Args& a) { return Variant::FromRecord<T>(Self<C>(o).Item(a[0].ToInt32())); }, kHelpItem);
-    b.Auto("Find", kMethod, {Ref("Value", rec), Out("retIndex", "Long")}, "Boolean",
-           [](Object& o, Args& a) {
-               int32_t index = a[1].ToInt32();
-               const bool found = Self<C>(o).Find(C::ToRecord(a[0]), index);
-               if (found) a[1] = Variant(index);
-               return Variant(found);
-           },
-           kHelpFind);
-    b.Auto("Copy", kMethod, {Opt("m", "Variant"), Opt("n", "Variant")}, "IArrayList", [](Object& o, Args& a) {
-        return Variant(Self<C>(o).Copy(OptInt(a[0]), OptInt(a[1]))->AsIArrayList());
-    });
+    for (const SharedMember& m : kClassFaceMembers) AddListMember(b, m, rec, &ViaClass<C>);
     b.Auto("Add", kMethod, {Ref("Item", rec)}, "", [](Object& o, Args& a) {
         Self<C>(o).Add(C::ToRecord(a[0]));
         return None();
