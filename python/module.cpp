@@ -314,6 +314,7 @@ void bindList(py::module_& m) {
 
 PYBIND11_MODULE(ormavec, m) {
     m.doc() = "Read, change and write ASCII DXF drawings.";
+    m.attr("__version__") = ORMAVEC_VERSION;
 
     gError = PyErr_NewException("ormavec.Error", PyExc_Exception, nullptr);
     {
