@@ -81,11 +81,11 @@ include(CPack)
 
 # The installed tree, used from other projects both ways, and the .deb.
 if(ORMAVEC_BUILD_TESTS AND TARGET ormavec_shared AND TARGET ormavec)
-  add_test(NAME install_test COMMAND ${PROJECT_SOURCE_DIR}/tests/install_test.sh ${PROJECT_BINARY_DIR} ${PROJECT_VERSION})
+  add_test(NAME install_test COMMAND ${PROJECT_SOURCE_DIR}/tests/install_test.sh ${PROJECT_BINARY_DIR} ${PROJECT_VERSION} cmake)
   set_tests_properties(install_test PROPERTIES RESOURCE_LOCK build_tree)
 endif()
 # pip installs the Python package into a fresh virtual environment.
 if(ORMAVEC_BUILD_TESTS AND TARGET ormavec_python)
-  add_test(NAME pip_install_test COMMAND ${PROJECT_SOURCE_DIR}/tests/pip_install_test.sh ${PROJECT_BINARY_DIR} ${PROJECT_VERSION})
+  add_test(NAME pip_install_test COMMAND ${PROJECT_SOURCE_DIR}/tests/install_test.sh ${PROJECT_BINARY_DIR} ${PROJECT_VERSION} pip)
   set_tests_properties(pip_install_test PROPERTIES RESOURCE_LOCK build_tree)
 endif()
