@@ -18,7 +18,7 @@
 #include "ormavec.h"
 
 #ifndef ORMAVEC_VERSION
-#define ORMAVEC_VERSION "7.2.0"
+#error "ORMAVEC_VERSION comes from the build: the project version in CMakeLists.txt"
 #endif
 
 namespace {

@@ -91,7 +91,7 @@ def member_stub(cls, name, obj, instance):
 
 
 def main():
-    out = ["# Type stubs of the ormavec module (written by the build).", "import typing", ""]
+    out = ["# Type stubs of the ormavec module (written by the build).", "import typing", "", "__version__: str", ""]
     for name, obj in sorted(vars(ormavec).items()):
         if name.startswith("_"):
             continue

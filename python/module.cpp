@@ -37,6 +37,7 @@ void raisePython(const Error& e) {
 
 PYBIND11_MODULE(ormavec, m) {
     m.doc() = "Read, change and write ASCII DXF drawings.";
+    m.attr("__version__") = ORMAVEC_VERSION;
 
     gError = PyErr_NewException("ormavec.Error", PyExc_Exception, nullptr);
     {

@@ -1,0 +1,5 @@
+"""Read, change and write ASCII DXF drawings."""
+# The installed package: the compiled module lies beside this file, and its
+# names are the package's.
+from .ormavec import *  # noqa: F401,F403
+from .ormavec import __doc__, __version__  # noqa: F401
