@@ -190,7 +190,16 @@ PYBIND11_MODULE(ormavec, m) {
                 }
                 // The callable runs with the interpreter lock held; a number
                 // it returns replaces the percentage.
-                auto holder = std::make_shared<py::object>(std::move(fn));
+                // Freed with the lock held, whichever thread drops the document.
+                std::shared_ptr<py::object> holder(new py::object(std::move(fn)), [](py::object* o) {
+                    if (Py_IsInitialized()) {
+                        py::gil_scoped_acquire gil;
+                        delete o;
+                    } else {
+                        o->release();
+                        delete o;
+                    }
+                });
                 d.Progress = [holder](int32_t& percent) {
                     py::gil_scoped_acquire gil;
                     py::object result = (*holder)(percent);

@@ -104,11 +104,27 @@ namespace {
 class PyComparer final : public IComparer {
 public:
     explicit PyComparer(py::object fn) : fn_(std::move(fn)) {}
+    // The list drops its previous comparer inside Sort, where the interpreter
+    // lock is released: the callable must only be released with the lock held.
+    ~PyComparer() override {
+        if (!Py_IsInitialized()) {
+            fn_.release();  // the interpreter is gone; nothing left to free it into
+            return;
+        }
+        py::gil_scoped_acquire gil;
+        fn_ = py::object();
+    }
     int16_t Compare(const Variant& a, const Variant& b) override {
         py::gil_scoped_acquire gil;
         py::object result = fn_(toPython(a), toPython(b));
-        long value = result.cast<long>();
-        return static_cast<int16_t>(value < 0 ? -1 : (value > 0 ? 1 : 0));
+        // A bool or a float would sort silently wrong: only an integer orders.
+        if (!PyLong_Check(result.ptr()) || PyBool_Check(result.ptr()))
+            throw py::type_error("a comparer must return an integer (negative, 0 or positive), not " +
+                                 std::string(py::str(result.get_type().attr("__name__"))));
+        int overflow = 0;
+        const long value = PyLong_AsLongAndOverflow(result.ptr(), &overflow);
+        const int sign = overflow != 0 ? overflow : (value > 0) - (value < 0);
+        return static_cast<int16_t>(sign);
     }
 
 private:
