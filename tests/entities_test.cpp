@@ -441,7 +441,7 @@ TEST(EntityRecords, MTextWrittenInPiecesOf250Utf16Units) {
     EXPECT_EQ(PiecesOf(times(astral, 125) + "x"), (Pieces{{3, std::string(125, '?')}, {1, "x"}}));
 }
 
-TEST(EntityRecords, HatchCountsBeyondTheirArraysFailBeforeWriting) {
+TEST(EntityRecords, HatchCountsBeyondTheirArraysFail) {
     for (int i = 0; i < 4; ++i) {
         HATCH_BOUNDARY_POLYLINE path;
         path.VerticesCount = i == 1 ? 3 : 2;
@@ -452,20 +452,24 @@ TEST(EntityRecords, HatchCountsBeyondTheirArraysFailBeforeWriting) {
         h.BoundaryCount = i == 0 ? 2 : 1;
         h.Boundaries = {Variant::FromRecord(path)};
         h.SeedPointCount = i == 3;
-        std::string out;
-        DXFWriter w;
-        w.OpenString(&out);
-        int32_t handle = 0;
-        EXPECT_EQ(ErrorNumberOf([&] { WriteEntity(w, h, handle); }), err::SubscriptOutOfRange) << i;
-        EXPECT_EQ(out, "");
+        EXPECT_EQ(ErrorNumberOf([&] { WrittenAlone(h); }), err::SubscriptOutOfRange) << i;
     }
+}
+
+// An empty attribute collection is still announced and closed.
+TEST(EntityRecords, InsertWithAnEmptyAttributeCollection) {
+    INSERT_ENT insert;
+    insert.ATTRIBS = std::make_shared<ATTRIBS>();
+    EXPECT_EQ(SplitCrLf(WrittenAlone(insert)),
+              SplitCrLf(P("0 INSERT|5 1|100 AcDbEntity|8 0|6 Continuous|62 0|100 AcDbBlockReference|66 1|39 0.|10 0.|20 0.|30 0.|2|"
+                          "41 0.|42 0.|43 0.|50 0.|0 SEQEND|5 2|330 1|100 AcDbEntity|8 0")));
 }
 
 // A count is bounded by what the file holds, not by what the reader has buffered.
 TEST(EntityRecords, HatchCountBoundedByTheFile) {
     TempDir dir;
     std::string text = "0\nHATCH\n98\n200000\n";
-    for (int i = 0; i < 200000; ++i) text += "10\n" + std::to_string(i) + "\n20\n1\n";
+    for (int i = 0; i < 200000; ++i) text += "10\n1\n20\n2\n";  // more than the reader buffers
     WriteFile(dir / "seeds.dxf", text);
     DXFReader reader;
     reader.OpenInput(dir / "seeds.dxf");
@@ -474,7 +478,7 @@ TEST(EntityRecords, HatchCountBoundedByTheFile) {
     ReadScratch scratch;
     ReadEntity(reader, h, scratch);
     ASSERT_EQ(h.Seedpoints.size(), 200000u);
-    EXPECT_EQ(h.Seedpoints.back().X, 199999);
+    EXPECT_EQ(h.Seedpoints.back(), (XYZ{1, 2, 0}));
 }
 
 namespace {
