@@ -7,27 +7,8 @@ namespace ormavec {
 
 namespace {
 
+// 3 / each full piece of 250 UTF-16 units, then 1 / the rest.
 constexpr std::size_t kChunkUnits = 250;
-
-// Length in UTF-16 code units, the unit in which MTEXT pieces are measured.
-std::size_t unitsOf(char32_t ch) noexcept { return ch >= 0x10000 ? 2 : 1; }
-
-// 3 / each full piece, then 1 / the rest. A character outside the BMP that
-// starts at the 250th unit stays whole in the piece where it starts, which
-// then holds 251 units: a surrogate pair is never split across two pieces.
-void writeMTextChunks(DXFWriter& w, std::string_view text) {
-    std::size_t rest = 0;
-    if (text.size() > kChunkUnits)  // at most one unit per byte
-        for (std::size_t pos = 0; pos < text.size();) rest += unitsOf(NextUtf8(text, pos));
-    std::size_t pos = 0;
-    while (rest > kChunkUnits) {
-        std::size_t start = pos, units = 0;
-        while (units < kChunkUnits) units += unitsOf(NextUtf8(text, pos));
-        w.WriteString(3, text.substr(start, pos - start));
-        rest -= units;
-    }
-    w.WriteString(1, text.substr(pos));
-}
 
 const WriteOrder<TEXT_ENT>& textOrder() {
     using R = TEXT_ENT;
@@ -51,7 +32,7 @@ const WriteOrder<MTEXT_ENT>& mtextOrder() {
     static const WriteOrder<R> order{
         O::Text(0, "MTEXT"), O::Handle(), O::Text(100, "AcDbEntity"), O::Of(&R::Layer), O::Of(&R::ColorNumber),
         O::Text(100, "AcDbMText"), O::Of(&R::X), O::Of(&R::Y), O::Of(&R::Z), O::Of(&R::TextHeight), O::Of(&R::Width),
-        O::Of(&R::Align), O::Of(&R::Direction), O::Custom([](DXFWriter& w, const R& r) { writeMTextChunks(w, r.Text); }),
+        O::Of(&R::Align), O::Of(&R::Direction), O::Custom([](DXFWriter& w, const R& r) { w.WriteTextPieces(r.Text, kChunkUnits, 3, 1); }),
         O::Of(&R::Style),
         O::Custom([](DXFWriter& w, const R& r) { w.WriteDouble(42, r.CharWidth > r.Width ? r.Width : r.CharWidth); }),
         O::Of(&R::EntityHeight), O::Of(&R::TextRotation), O::Of(&R::LineSpacing), O::Of(&R::LineSpacing2)};
@@ -73,6 +54,12 @@ void GetRecordExtent(const TEXT_ENT& r, double& minX, double& minY, double& maxX
 void ReadEntity(DXFReader& reader, MTEXT_ENT& record) {
     bool hasDirection = false;
     double dirX = 0, dirY = 0;
+    // The pieces are decoded once joined; the hold ends with the record, read or not.
+    struct Hold {
+        DXFReader& reader;
+        explicit Hold(DXFReader& r) : reader(r) { reader.HoldPieces(true); }
+        ~Hold() { reader.HoldPieces(false); }
+    } hold(reader);
     ReadRecord(reader, record, [&](const DXFReader::Pair& p, MTEXT_ENT& r) {
         switch (p.Code) {
         case 0: return PairIs::End;
@@ -86,6 +73,7 @@ void ReadEntity(DXFReader& reader, MTEXT_ENT& record) {
         hasDirection = true;
         return PairIs::Taken;
     });
+    reader.DecodePieces(record.Text);
     // The direction wins over group 50 wherever that came; principal value only.
     if (hasDirection && dirX != 0.0) record.TextRotation = std::atan(dirY / dirX);
 }

@@ -48,46 +48,6 @@ char32_t repairedLetter(unsigned char lead, unsigned char trail) noexcept {
     }
 }
 
-int hex4(std::string_view s, std::size_t at) noexcept {
-    if (at + 4 > s.size()) return -1;
-    int v = 0;
-    for (std::size_t i = at; i < at + 4; ++i) {
-        const char c = s[i];
-        int d;
-        if (c >= '0' && c <= '9')
-            d = c - '0';
-        else if (c >= 'A' && c <= 'F')
-            d = c - 'A' + 10;
-        else if (c >= 'a' && c <= 'f')
-            d = c - 'a' + 10;
-        else
-            return -1;
-        v = v * 16 + d;
-    }
-    return v;
-}
-
-bool escapeAt(std::string_view s, std::size_t at) noexcept { return s.size() >= at + 3 && s.compare(at, 3, "\\U+") == 0; }
-
-// The character of the \U+XXXX escape at text[at], or of two escapes that
-// form a surrogate pair; 0 when it is none, so that it stays as text. Control
-// characters stay escaped: a line break would split the value's line.
-char32_t unicodeEscape(std::string_view text, std::size_t at, std::size_t& length) noexcept {
-    if (!escapeAt(text, at)) return 0;
-    const int v = hex4(text, at + 3);
-    if (v < 0x20) return 0;
-    if (v >= 0xDC00 && v <= 0xDFFF) return 0;
-    if (v >= 0xD800 && v <= 0xDBFF) {
-        if (!escapeAt(text, at + 7)) return 0;
-        const int low = hex4(text, at + 10);
-        if (low < 0xDC00 || low > 0xDFFF) return 0;
-        length = 14;
-        return 0x10000 + ((static_cast<char32_t>(v) - 0xD800) << 10) + (static_cast<char32_t>(low) - 0xDC00);
-    }
-    length = 7;
-    return static_cast<char32_t>(v);
-}
-
 }  // namespace
 
 DXFReader::DXFReader(CodePage codePage) : codePage_(codePage) {}
@@ -243,36 +203,56 @@ std::string_view DXFReader::decodeSlow(std::string_view raw, int32_t code) {
 // Utf8 and Auto modes: UTF-8 (when on) with the code page for every byte
 // that does not start a valid sequence, and escapes in text codes.
 std::string_view DXFReader::decodeText(std::string_view raw, int32_t code) {
+    // Held pieces are decoded once joined (DecodePieces).
+    if (holdPieces_ && (code == 1 || code == 3)) return raw;
     const bool escapes = IsTextCode(code);
     if (utf8_ && !(escapes && raw.find('\\') != std::string_view::npos) && IsValidUtf8(raw)) return raw;
     decoded_.clear();
+    decodeInto(decoded_, raw, escapes, false);
+    return decoded_;
+}
+
+void DXFReader::decodeInto(std::string& out, std::string_view raw, bool escapes, bool pairs) const {
     std::size_t pos = 0;
     while (pos < raw.size()) {
         const unsigned char c = static_cast<unsigned char>(raw[pos]);
         if (c == '\\' && escapes) {
+            if (pairs && pos + 1 < raw.size() && raw[pos + 1] == '\\') {
+                out.append(raw.data() + pos, 2);
+                pos += 2;
+                continue;
+            }
             std::size_t length = 0;
-            if (char32_t ch = unicodeEscape(raw, pos, length)) {
-                AppendUtf8(decoded_, ch);
+            if (char32_t ch = DecodeEscape(raw, pos, length)) {
+                AppendUtf8(out, ch);
                 pos += length;
                 continue;
             }
         }
         if (c < 0x80) {
-            decoded_.push_back(static_cast<char>(c));
+            out.push_back(static_cast<char>(c));
             ++pos;
         } else if (utf8_) {
             const std::size_t start = pos;
             const char32_t ch = NextUtf8(raw, pos);
             if (ch >= 0xDC80 && ch <= 0xDCFF)
-                AppendUtf8(decoded_, DecodeByte(codePage_, c));
+                AppendUtf8(out, DecodeByte(codePage_, c));
             else
-                decoded_.append(raw.data() + start, pos - start);
+                out.append(raw.data() + start, pos - start);
         } else {
-            AppendUtf8(decoded_, DecodeByte(codePage_, c));
+            AppendUtf8(out, DecodeByte(codePage_, c));
             ++pos;
         }
     }
-    return decoded_;
+}
+
+void DXFReader::DecodePieces(std::string& text) {
+    if (!holdPieces_) return;
+    const bool slashes = std::memchr(text.data(), '\\', text.size()) != nullptr;
+    if (!slashes && (IsAscii(text) || (utf8_ && IsValidUtf8(text)))) return;
+    pieces_.clear();
+    decodeInto(pieces_, text, true, true);
+    text.swap(pieces_);
 }
 
 // Auto mode: the header's $ACADVER (AC1021 and later) or $DWGCODEPAGE

@@ -43,6 +43,7 @@ public:
         utf8_ = mode == TextConvertMode::Utf8;
         escapes_ = mode == TextConvertMode::Utf8 || mode == TextConvertMode::Auto;
         watchHeader_ = mode == TextConvertMode::Auto;
+        holdPieces_ = false;
         pendingVariable_ = 0;
     }
     TextConvertMode GetTextConvertMode() const noexcept { return mode_; }
@@ -51,15 +52,18 @@ public:
     bool DecodesUtf8() const noexcept { return utf8_; }
 
     // Group codes whose values are names or text, where \U+XXXX escapes are
-    // decoded: 0-9, 100, 102, 300-309, 410-419, 430-439, 470-479, 999 and
-    // 1000-1003. Handles, numbers and binary chunks never hold one.
-    static bool IsTextCode(int32_t code) noexcept {
-        if (code >= 0 && code <= 9) return true;
-        if (code < 100) return false;
-        return code == 100 || code == 102 || (code >= 300 && code <= 309) || (code >= 410 && code <= 419) ||
-               (code >= 430 && code <= 439) || (code >= 470 && code <= 479) || code == 999 || (code >= 1000 && code <= 1003);
-    }
+    // decoded (IsTextCode of io/text.h).
+    static bool IsTextCode(int32_t code) noexcept { return ::ormavec::IsTextCode(code); }
     CodePage GetCodePage() const noexcept { return codePage_; }
+
+    // MTEXT text comes in pieces (codes 3 and 1) that are decoded only once
+    // joined, so that an escape or a UTF-8 sequence cut between two pieces is
+    // one character. While held (Utf8 and Auto modes only; the classic modes
+    // decode each piece), values of codes 1 and 3 come out as in the file,
+    // trimmed; DecodePieces then decodes the joined text in place, keeping
+    // "\\", the formatting codes' own backslash, so that it starts no escape.
+    void HoldPieces(bool on) noexcept { holdPieces_ = on && escapes_; }
+    void DecodePieces(std::string& text);
 
     void OpenInput(const std::string& fileName);
     // Reads from memory instead of a file (tests, fuzzing); the name is used
@@ -125,6 +129,7 @@ private:
     }
     std::string_view decodeSlow(std::string_view raw, int32_t code);
     std::string_view decodeText(std::string_view raw, int32_t code);
+    void decodeInto(std::string& out, std::string_view raw, bool escapes, bool pairs) const;
     void watchHeader(int32_t code, std::string_view value);
     std::string_view finishValue(std::string_view value, bool trimValue, bool upperCase) {
         if (trimValue) {
@@ -155,6 +160,7 @@ private:
     bool utf8_ = false;         // value lines are UTF-8
     bool escapes_ = false;      // \U+XXXX escapes are decoded
     bool watchHeader_ = false;  // Auto mode, still on the code page
+    bool holdPieces_ = false;   // codes 1 and 3 come out undecoded
     uint8_t pendingVariable_ = 0;  // 1 after 9/$ACADVER, 2 after 9/$DWGCODEPAGE
     std::string fileName_;
     int fd_ = -1;
@@ -182,6 +188,7 @@ private:
 
     Pair pair_;
     std::string decoded_;
+    std::string pieces_;  // DecodePieces' output, swapped with its text
     std::string upper_;
 };
 

@@ -108,15 +108,40 @@ char32_t NextUtf8(std::string_view s, std::size_t& pos) noexcept {
 }
 
 namespace {
-// A character the code page lacks becomes '?' or, with escapes, \U+XXXX
-// (above U+FFFF a surrogate pair of two). A byte that is not valid UTF-8 is
-// '?' either way.
+constexpr char kHex[] = "0123456789ABCDEF";
+
+void appendEscape(std::string& out, char32_t unit) {
+    const char text[7] = {'\\', 'U', '+', kHex[(unit >> 12) & 15], kHex[(unit >> 8) & 15], kHex[(unit >> 4) & 15], kHex[unit & 15]};
+    out.append(text, 7);
+}
+
+// True when the character at utf8[pos] is written as an escape: valid, and
+// missing from the code page.
+bool missing(std::string_view utf8, std::size_t pos, const Reverse& r) noexcept {
+    if (static_cast<unsigned char>(utf8[pos]) < 0x80) return false;
+    const char32_t ch = NextUtf8(utf8, pos);
+    return !(ch >= 0xDC80 && ch <= 0xDCFF) && (ch >= 0x10000 || r.find(ch) < 0);
+}
+
+// One character at utf8[pos], which is not ASCII. The code page lacks it:
+// '?' or, with escapes, \U+XXXX (above U+FFFF a surrogate pair of two). A
+// byte that is not valid UTF-8 is '?' either way.
+void encodeChar(std::string& out, std::string_view utf8, std::size_t& pos, const Reverse& r, bool escapes) {
+    const char32_t ch = NextUtf8(utf8, pos);
+    const int b = ch < 0x10000 ? r.find(ch) : -1;
+    if (b >= 0) {
+        out.push_back(static_cast<char>(b));
+    } else if (!escapes || (ch >= 0xDC80 && ch <= 0xDCFF)) {
+        out.push_back('?');
+    } else if (ch >= 0x10000) {
+        appendEscape(out, 0xD800 + ((ch - 0x10000) >> 10));
+        appendEscape(out, 0xDC00 + ((ch - 0x10000) & 0x3FF));
+    } else {
+        appendEscape(out, ch);
+    }
+}
+
 void encode(std::string& out, std::string_view utf8, CodePage cp, bool escapes) {
-    static constexpr char kHex[] = "0123456789ABCDEF";
-    const auto escape = [&out](char32_t unit) {
-        const char text[7] = {'\\', 'U', '+', kHex[(unit >> 12) & 15], kHex[(unit >> 8) & 15], kHex[(unit >> 4) & 15], kHex[unit & 15]};
-        out.append(text, 7);
-    };
     const Reverse& r = reverse(cp);
     std::size_t pos = 0;
     while (pos < utf8.size()) {
@@ -126,25 +151,83 @@ void encode(std::string& out, std::string_view utf8, CodePage cp, bool escapes) 
             ++pos;
             continue;
         }
-        const char32_t ch = NextUtf8(utf8, pos);
-        const int b = ch < 0x10000 ? r.find(ch) : -1;
-        if (b >= 0) {
-            out.push_back(static_cast<char>(b));
-        } else if (!escapes || (ch >= 0xDC80 && ch <= 0xDCFF)) {
-            out.push_back('?');
-        } else if (ch >= 0x10000) {
-            escape(0xD800 + ((ch - 0x10000) >> 10));
-            escape(0xDC00 + ((ch - 0x10000) & 0x3FF));
-        } else {
-            escape(ch);
-        }
+        encodeChar(out, utf8, pos, r, escapes);
     }
 }
+
+int hex4(std::string_view s, std::size_t at) noexcept {
+    if (at + 4 > s.size()) return -1;
+    int v = 0;
+    for (std::size_t i = at; i < at + 4; ++i) {
+        const char c = s[i];
+        int d;
+        if (c >= '0' && c <= '9')
+            d = c - '0';
+        else if (c >= 'A' && c <= 'F')
+            d = c - 'A' + 10;
+        else if (c >= 'a' && c <= 'f')
+            d = c - 'a' + 10;
+        else
+            return -1;
+        v = v * 16 + d;
+    }
+    return v;
+}
+
+bool escapeAt(std::string_view s, std::size_t at) noexcept { return s.size() >= at + 3 && s.compare(at, 3, "\\U+") == 0; }
 }  // namespace
 
 void EncodeAppend(std::string& out, std::string_view utf8, CodePage cp) { encode(out, utf8, cp, false); }
 
 void EncodeEscapedAppend(std::string& out, std::string_view utf8, CodePage cp) { encode(out, utf8, cp, true); }
+
+// Control characters stay escaped: a line break would split the value's line.
+char32_t DecodeEscape(std::string_view text, std::size_t at, std::size_t& length) noexcept {
+    if (!escapeAt(text, at)) return 0;
+    const int v = hex4(text, at + 3);
+    if (v < 0x20) return 0;
+    if (v >= 0xDC00 && v <= 0xDFFF) return 0;
+    if (v >= 0xD800 && v <= 0xDBFF) {
+        if (!escapeAt(text, at + 7)) return 0;
+        const int low = hex4(text, at + 10);
+        if (low < 0xDC00 || low > 0xDFFF) return 0;
+        length = 14;
+        return 0x10000 + ((static_cast<char32_t>(v) - 0xD800) << 10) + (static_cast<char32_t>(low) - 0xDC00);
+    }
+    length = 7;
+    return static_cast<char32_t>(v);
+}
+
+void EncodeProtectedAppend(std::string& out, std::string_view text, std::size_t from, std::size_t to, CodePage cp, bool utf8,
+                           bool pairs, bool& paired) {
+    const Reverse& r = reverse(cp);
+    std::size_t pos = from;
+    while (pos < to) {
+        const unsigned char c = static_cast<unsigned char>(text[pos]);
+        if (c == '\\') {
+            // Written as it is where the reader decodes nothing: a pair, or a
+            // backslash that no escape follows.
+            std::size_t length = 0;
+            const bool second = paired;
+            paired = pairs && !second && pos + 1 < text.size() && text[pos + 1] == '\\';
+            bool literal = second || paired || DecodeEscape(text, pos, length) == 0;
+            // Between pairs, the escape written for the next character would pair with it.
+            if (literal && pairs && !second && !paired && !utf8 && pos + 1 < text.size()) literal = !missing(text, pos + 1, r);
+            if (literal)
+                out.push_back('\\');
+            else
+                appendEscape(out, '\\');
+            ++pos;
+        } else if (c < 0x80 || utf8) {
+            // UTF-8 output copies every other byte as it is.
+            const std::size_t start = pos++;
+            while (pos < to && text[pos] != '\\' && (utf8 || static_cast<unsigned char>(text[pos]) < 0x80)) ++pos;
+            out.append(text.data() + start, pos - start);
+        } else {
+            encodeChar(out, text, pos, r, true);
+        }
+    }
+}
 
 bool IsValidUtf8(std::string_view text) noexcept {
     std::size_t pos = 0;

@@ -59,6 +59,36 @@ void EncodeAppend(std::string& out, std::string_view utf8, CodePage cp);
 // U+FFFF), a byte that is not valid UTF-8 becomes '?'.
 void EncodeEscapedAppend(std::string& out, std::string_view utf8, CodePage cp);
 
+// Group codes whose values are names or text, where \U+XXXX escapes are
+// decoded: 0-9, 100, 102, 300-309, 410-419, 430-439, 470-479, 999 and
+// 1000-1003. Handles, numbers and binary chunks never hold one.
+inline bool IsTextCode(int32_t code) noexcept {
+    if (code >= 0 && code <= 9) return true;
+    if (code < 100) return false;
+    return code == 100 || code == 102 || (code >= 300 && code <= 309) || (code >= 410 && code <= 419) ||
+           (code >= 430 && code <= 439) || (code >= 470 && code <= 479) || code == 999 || (code >= 1000 && code <= 1003);
+}
+
+// The character of the \U+XXXX escape at text[at], or of two escapes that
+// form a surrogate pair, with the length it takes; 0 when there is none
+// there, so that the characters stay as they are.
+char32_t DecodeEscape(std::string_view text, std::size_t at, std::size_t& length) noexcept;
+
+// The output of a text whose escapes the reader decodes: its UTF-8 bytes as
+// they are (utf8) or the code page with \U+XXXX for a missing character, and
+// a backslash that would read back as the start of an escape written as
+// \U+005C, the escape of a backslash, so that it reads back as itself. This
+// holds for every text value, MTEXT too: the formatting codes' own "\\"
+// stays two characters in the model, so it cannot stand for one.
+// `text` is the whole value as the reader sees it and [from, to) the part
+// written now: pieces that are joined before decoding (MTEXT) are looked at
+// whole. With `pairs` the reader keeps "\\" as one backslash of formatting
+// codes that starts no escape: a lone backslash that would pair with an
+// escape written after it becomes \U+005C too, and `paired` carries a pair
+// that the end of the part cuts.
+void EncodeProtectedAppend(std::string& out, std::string_view text, std::size_t from, std::size_t to, CodePage cp, bool utf8,
+                           bool pairs, bool& paired);
+
 // True when the text is well-formed UTF-8 (no overlong forms, surrogates or
 // truncated sequences).
 bool IsValidUtf8(std::string_view text) noexcept;

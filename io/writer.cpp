@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <atomic>
 #include <cerrno>
@@ -237,7 +238,21 @@ void DXFWriter::WriteLine(std::string_view text, bool rightTrim) {
     lineDone();
 }
 
+void DXFWriter::putEncoded(int32_t code) {
+    putCode(code);
+    put(encoded_.data(), encoded_.size());
+    endLine();
+    lineDone();
+}
+
 void DXFWriter::WriteString(int32_t code, std::string_view text) {
+    if (saveMode_ == SaveMode::Standard && IsTextCode(code) && std::memchr(text.data(), '\\', text.size())) {
+        encoded_.clear();
+        bool paired = false;
+        EncodeProtectedAppend(encoded_, text, 0, text.size(), codePage_, utf8Output_, false, paired);
+        putEncoded(code);
+        return;
+    }
     if (!IsAscii(text)) {
         putCode(code);
         WriteLine(text, false);
@@ -252,6 +267,49 @@ void DXFWriter::WriteString(int32_t code, std::string_view text) {
     p[1] = '\n';
     size_ += static_cast<std::size_t>(p + 2 - start);
     lineDone();
+}
+
+void DXFWriter::WriteTextPieces(std::string_view text, std::size_t pieceUnits, int32_t pieceCode, int32_t lastCode) {
+    const auto units = [](char32_t ch) -> std::size_t { return ch >= 0x10000 ? 2 : 1; };
+    std::size_t rest = 0;
+    if (text.size() > pieceUnits)  // at most one unit per byte
+        for (std::size_t pos = 0; pos < text.size();) rest += units(NextUtf8(text, pos));
+    pieces_.clear();
+    std::size_t pos = 0;
+    while (rest > pieceUnits) {
+        std::size_t n = 0;
+        while (n < pieceUnits) n += units(NextUtf8(text, pos));
+        pieces_.push_back(pos);
+        rest -= n;
+    }
+    pieces_.push_back(text.size());
+    const auto code = [&](std::size_t k) { return k + 1 < pieces_.size() ? pieceCode : lastCode; };
+    if (saveMode_ != SaveMode::Standard || !std::memchr(text.data(), '\\', text.size())) {
+        for (std::size_t k = 0, start = 0; k < pieces_.size(); start = pieces_[k++])
+            WriteString(code(k), text.substr(start, pieces_[k] - start));
+        return;
+    }
+    // Whether a backslash reads back as an escape depends on what follows it
+    // once the reader has trimmed and joined the pieces.
+    joined_.clear();
+    for (std::size_t k = 0, start = 0; k < pieces_.size(); start = pieces_[k++]) {
+        std::string_view piece = text.substr(start, pieces_[k] - start);
+        while (!piece.empty() && piece.front() == ' ') piece.remove_prefix(1);
+        while (!piece.empty() && piece.back() == ' ') piece.remove_suffix(1);
+        joined_.append(piece);
+    }
+    bool paired = false;
+    std::size_t from = 0;
+    for (std::size_t k = 0, start = 0; k < pieces_.size(); start = pieces_[k++]) {
+        const std::string_view piece = text.substr(start, pieces_[k] - start);
+        const std::size_t lead = std::min(piece.find_first_not_of(' '), piece.size());
+        const std::size_t inner = lead == piece.size() ? 0 : piece.find_last_not_of(' ') + 1 - lead;
+        encoded_.assign(lead, ' ');
+        EncodeProtectedAppend(encoded_, joined_, from, from + inner, codePage_, utf8Output_, true, paired);
+        encoded_.append(piece.size() - lead - inner, ' ');
+        from += inner;
+        putEncoded(code(k));
+    }
 }
 
 void DXFWriter::WriteInteger(int32_t code, int32_t number) {

@@ -8,6 +8,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "io/text.h"
 
@@ -44,7 +45,14 @@ public:
     bool IsOpen() const noexcept { return open_; }
 
     void WriteLine(std::string_view text, bool rightTrim);
+    // In Standard mode a backslash in a text code's value that would read
+    // back as the start of an escape is written as one (EncodeProtectedAppend).
     void WriteString(int32_t code, std::string_view text);
+    // A text in pieces of `pieceUnits` UTF-16 code units (a character outside
+    // the BMP that starts at the last unit stays whole in its piece), written
+    // with `pieceCode`, and the rest, possibly empty, with `lastCode` (MTEXT).
+    // The reader trims the pieces and decodes them joined, keeping "\\".
+    void WriteTextPieces(std::string_view text, std::size_t pieceUnits, int32_t pieceCode, int32_t lastCode);
     void WriteInteger(int32_t code, int32_t number);
     void WriteDouble(int32_t code, double number);
     void WriteHandle(int32_t code, int32_t handle);
@@ -66,6 +74,7 @@ private:
     static char* codeLine(char* p, int32_t code) noexcept;
     void put(const char* data, std::size_t size);
     void endLine() { put("\r\n", 2); }
+    void putEncoded(int32_t code);  // encoded_ as the value line
     // Output into a string is written through, so the string is complete
     // after every pair even before CloseOutput.
     void lineDone() {
@@ -84,6 +93,8 @@ private:
     std::size_t size_ = 0;
     std::size_t capacity_ = 0;
     std::string encoded_;
+    std::string joined_;               // WriteTextPieces: the pieces trimmed and joined
+    std::vector<std::size_t> pieces_;  // and the ends of the pieces in the text
 };
 
 }  // namespace ormavec
