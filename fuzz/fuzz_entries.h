@@ -17,13 +17,15 @@
 
 namespace ormavec::fuzz {
 
-// A private scratch folder per process (in memory when /dev/shm exists).
+// A private scratch folder per process (in memory when /dev/shm exists),
+// removed at exit. The path is never destroyed: a static one would be gone
+// before the handler that removes the folder runs.
 inline const std::filesystem::path& ScratchDir() {
-    static const std::filesystem::path dir = [] {
+    static const std::filesystem::path& dir = *[] {
         std::filesystem::path base = std::filesystem::is_directory("/dev/shm") ? std::filesystem::path("/dev/shm")
                                                                                  : std::filesystem::temp_directory_path();
-        std::filesystem::path d = base / ("ormavec_fuzz_" + std::to_string(::getpid()));
-        std::filesystem::create_directories(d);
+        auto* d = new std::filesystem::path(base / ("ormavec_fuzz_" + std::to_string(::getpid())));
+        std::filesystem::create_directories(*d);
         std::atexit([] {
             std::error_code ec;
             std::filesystem::remove_all(ScratchDir(), ec);
