@@ -119,7 +119,7 @@ const Shape kShapes[] = {
      "23 50.|33 1.|70 1"},
     {"3DFACE", "70 all", "!13", ""},
     // 11/21/31 are written as the insertion point; 72/73 are rounded, halves to even.
-    {"TEXT", "100 AcDbText|6 DASHED|8 T|62 1|39 0.5|10 1|20 2|30 3|11 7|21 8|31 9|40 2.5|1 Hello|50 30|41 0.8|51 15|7 ROMANS|72 1.5|73 2.5",
+    {"TEXT", "6 DASHED|8 T|62 1|39 0.5|10 1|20 2|30 3|11 7|21 8|31 9|40 2.5|1 Hello|50 30|41 0.8|51 15|7 ROMANS|72 1.5|73 2.5",
      "Layer=T ColorNumber=1 Thickness=0.5 StartX=1 StartY=2 StartZ=3 TextHeight=2.5 Text=Hello TextRotation=30 XScaleFactor=0.8 "
      "ObliqueAngle=15 TextStyleName=ROMANS HorTextJust=2 VertTextJust=2",
      "0 TEXT|5 A|100 AcDbEntity|8 T|6 Continuous|62 1|100 AcDbText|39 0.5|40 2.5|10 1.|20 2.|30 3.|1 Hello|50 30.|41 0.8|51 15.|"
@@ -243,7 +243,7 @@ const Shape kShapes[] = {
      "Boundaries[1].POINTS=1 Boundaries[1].POINTS[0].X=5 Boundaries[1].POINTS[0].Y=6 Boundaries[2].IsClosed=1 HatchStyle=2",
      ""},
     // An unknown path type ends the paths; the boundary pairs up to 75 are passed over.
-    {"HATCH", "91 3|92 2|72 1|92 16|93 1|10 9|20 9|30 9|92 2|75 1|76 0",
+    {"HATCH", "91 3|92 2|72 1|42 0|92 16|93 1|10 9|20 9|30 9|92 2|75 1|76 0",
      HATCH_READ "BoundaryCount=3 Boundaries=3 Boundaries[0].HasBulge=1 Boundaries[1]=- Boundaries[2]=- HatchStyle=1", ""},
     // An unknown edge type: the edges before it stay, the rest up to the next entity is passed over.
     {"HATCH", "91 2|92 1|93 3|72 1|10 1|20 2|11 3|21 4|72 9|10 9|20 9|92 2|62 1",
@@ -507,18 +507,19 @@ std::string Names(const std::string& text) {
 
 }  // namespace
 
-// Names are found in any case but the section ends only at an exact ENDSEC; kinds the section does not read,
-// and names it does not know, are passed over with their pairs.
+// Names are found in any case (a dotless i is an I) but the section ends only at an exact ENDSEC; kinds the
+// section does not read, and names it does not know, are passed over with their pairs.
 TEST(EntitySections, EntitiesReadByNameAndWrittenKindAfterKind) {
     DXFReader reader;
-    reader.OpenString(P("0 line|10 1|0  Line |10 2|0 DIMENSION|8 DIM|10 5|1 LINE|0 HATCH|8 H|91 1|10 0|0 ATTDEF|2 TAG|0 ATTRIB|2 T|"
-                        "0 CIRCLE|40 2|0 INSERT|2 B|0 ATTRIB|2 T|0 SEQEND|0 POLYLINE|0 VERTEX|10 1|0 SEQEND|0 LWPOLYLINE|10 1|40 2|"
-                        "0 LWPOLYLINE|10 5|0 ARC|0 ELLIPSE|0 3DFACE|0 MTEXT|0 POINT|0 TEXT|0 SOLID|0 endsec|0 SECTION|2 BLOCKS|"
-                        "0 LINE|0 ENDSEC|0 EOF"));
+    reader.SetTextConvertMode(TextConvertMode::Utf8);
+    reader.OpenString(P("0 line|10 1|0  Line |10 2|0 l\xC4\xB1ne|0 DIMENSION|8 DIM|10 5|1 LINE|0 HATCH|8 H|91 1|10 0|0 ATTDEF|"
+                        "2 TAG|0 ATTRIB|2 T|0 CIRCLE|40 2|0 INSERT|2 B|0 ATTRIB|2 T|0 SEQEND|0 POLYLINE|0 VERTEX|10 1|0 SEQEND|"
+                        "0 LWPOLYLINE|10 1|40 2|0 LWPOLYLINE|10 5|0 ARC|0 ELLIPSE|0 3DFACE|0 MTEXT|0 POINT|0 TEXT|0 SOLID|0 endsec|"
+                        "0 SECTION|2 BLOCKS|0 LINE|0 ENDSEC|0 EOF"));
     ENTITIES e;
     e.ReadSection(reader);
     EXPECT_EQ(reader.Read().Value, "EOF");
-    EXPECT_EQ(Counts(e), "ARCS=1 CIRCLES=1 ELLIPSES=1 FACE3DS=1 INSERTS=1 LINES=3 LWPOLYLINES=2 POLYLINES=1 POINTS=1 TEXTS=1 "
+    EXPECT_EQ(Counts(e), "ARCS=1 CIRCLES=1 ELLIPSES=1 FACE3DS=1 INSERTS=1 LINES=4 LWPOLYLINES=2 POLYLINES=1 POINTS=1 TEXTS=1 "
                          "MTEXTS=1 SOLIDS=1 ");
     EXPECT_EQ(e.LINES()->Item(1).StartX, 2);
     // Each LWPOLYLINE starts from an empty vertex list.
@@ -529,9 +530,9 @@ TEST(EntitySections, EntitiesReadByNameAndWrittenKindAfterKind) {
     int32_t handle = 0;
     const std::string out =
         Written([&](DXFWriter& w) { WithSave(w, handle, [&](SaveContext& save) { e.WriteOut(save); }); });
-    EXPECT_EQ(Names(out), "SECTION ARC CIRCLE ELLIPSE 3DFACE INSERT ATTRIB SEQEND LINE LINE LINE LWPOLYLINE LWPOLYLINE MTEXT "
+    EXPECT_EQ(Names(out), "SECTION ARC CIRCLE ELLIPSE 3DFACE INSERT ATTRIB SEQEND LINE LINE LINE LINE LWPOLYLINE LWPOLYLINE MTEXT "
                           "POLYLINE VERTEX SEQEND POINT TEXT SOLID ATTDEF ENDSEC ");
-    EXPECT_EQ(handle, 20);
+    EXPECT_EQ(handle, 21);
 }
 
 TEST(EntitySections, EntitiesEndAtAnEndsecValueOrAtTheEndOrAtAnError) {
