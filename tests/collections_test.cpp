@@ -8,8 +8,8 @@
 #include <cmath>
 #include <functional>
 #include <memory>
-#include <numeric>
 #include <random>
+#include <set>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -115,7 +115,7 @@ RC_GTEST_PROP(Collections, BehavesLikeTheModel, ()) {
         const bool inside = i >= 0 && i < m.count;
         const std::string name = "r" + std::to_string(step);
         auto& s = m.slots;
-        switch (*rc::gen::inRange(0, 7)) {
+        switch (*rc::gen::inRange(0, 6)) {
         case 0:
             typed ? list->Add(Line(name)) : view->AddItem(Variant::FromRecord(Line(name)));
             if (m.count == m.capacity()) s.resize(s.size() + m.grow);
@@ -150,16 +150,6 @@ RC_GTEST_PROP(Collections, BehavesLikeTheModel, ()) {
             typed ? list->Shrink(flag) : view->Shrink(flag);
             m.shrink(flag);
             break;
-        case 5: {
-            const int32_t to = *rc::gen::inRange(-1, m.count + 1);
-            const bool valid = i >= 0 && i <= to && to < m.count;
-            std::shared_ptr<IArrayList> copy;
-            RC_ASSERT(Outcome([&] { copy = typed ? list->Copy(i, to)->AsIArrayList() : view->Copy(i, to); }) == (valid ? "" : kBad));
-            auto c = valid ? std::static_pointer_cast<LINES>(copy->Target()) : std::make_shared<LINES>();
-            RC_ASSERT(!valid || (c->Capacity() == std::max(to - i + 1, 1000) && c->GrowLength() == 1000 && c->ShrinkFactor() == 1.5f));
-            for (int32_t k = 0; k < c->Count(); ++k) RC_ASSERT(c->ItemRef(k).Layer == s[i + k]);
-            break;
-        }
         default: {  // replaced by an array, or erased
             const std::vector<LINE_ENT> items(i + 1, Line(name));
             if (i < 0) typed ? list->EraseArray() : view->EraseArray();
@@ -199,11 +189,15 @@ TEST(Collections, NewListsViewsAndRefusals) {
     const std::pair<Variant, std::string> refused[] = {
         {Variant(5), kBad}, {Variant::FromArray<LINE_ENT>({Line("b")}, 1), kBad}, {Variant::FromArray<ARC_ENT>({}), kMismatch},
         {Variant::UnallocatedArray<ARC_ENT>(), kMismatch}, {Variant::FromArray<Variant>({Variant(1)}), kMismatch}};
-    for (const auto& [value, outcome] : refused) EXPECT_TRUE(Outcome([&] { view->SetArray(value); }).starts_with(outcome));
+    for (const auto& c : refused) EXPECT_TRUE(Outcome([&] { view->SetArray(c.first); }).starts_with(c.second));
     EXPECT_TRUE(Outcome([&] { view->AddItem(Variant::FromRecord(ARC_ENT{})); }).starts_with(kMismatch));
     EXPECT_EQ(lines->Item(0).Layer, "a");
     view->SetArray(Variant::FromArray<Variant>({Variant::FromRecord(Line("v"))}));
     EXPECT_EQ(lines->Item(0).Layer, "v");
+    for (int k = 0; k < 4; ++k) lines->Add(Line(std::to_string(k)));
+    const auto copy = std::static_pointer_cast<LINES>(view->Copy(Variant(1), Variant(2))->Target());  // a new list of the same class
+    EXPECT_TRUE(copy->Count() == 2 && copy->Capacity() == 1000 && copy->Item(1).Layer == "1" && lines->Copy()->Count() == 5);
+    EXPECT_EQ(Outcome([&] { lines->Copy(2, 1); }) + Outcome([&] { lines->Copy(-1, 0); }) + Outcome([&] { lines->Copy(0, 5); }), kBad + kBad + kBad);
     EXPECT_TRUE(Outcome([] { LINES onStack; onStack.AsIArrayList(); }).starts_with(std::to_string(ErrInvalidOperation)));
     lines->SetArray(std::vector<LINE_ENT>(1000, Line("x")));  // one of its own records, added while the storage grows
     lines->Add(lines->ItemRef(999));
@@ -238,11 +232,10 @@ RC_GTEST_PROP(Sort, MatchesThePlainQuicksortAndStaysInRange, (bool typed)) {
     const std::string outcome = Outcome([&] { typed ? list->Sort(lo, hi, host) : list->AsIArrayList()->Sort(lo, hi, host); });
     RC_ASSERT(outcome == "" || outcome == std::to_string(ErrInvalidOperation) + " stop");
     for (auto [x, p] : host->calls) RC_ASSERT(x >= lo && x <= hi && p >= lo && p <= hi);
-    std::vector<int32_t> tags, all(n);
+    std::vector<int32_t> tags;
     for (const LINE_ENT& r : *list) tags.push_back(r.ColorNumber);
     for (int32_t k = 0; k < n; ++k) RC_ASSERT((k >= lo && k <= hi) || tags[k] == k);
-    std::iota(all.begin(), all.end(), 0);
-    RC_ASSERT(std::is_permutation(tags.begin(), tags.end(), all.begin()));
+    RC_ASSERT(std::set<int32_t>(tags.begin(), tags.end()).size() == static_cast<std::size_t>(n));
     RC_SUCCEED_IF(kind != 0 || !outcome.empty());
     std::vector<std::pair<int32_t, int32_t>> calls;
     Reference(records, lo, hi, calls);
@@ -258,15 +251,10 @@ TEST(Sort, WithoutAComparerOrWithAListAsComparer) {
     EXPECT_TRUE(l->ItemRef(0).ColorNumber == 0 && l->LastComparer() != nullptr);
     l->SortWith(0, 2, ByKey);
     EXPECT_EQ(l->ItemRef(0).ColorNumber, 2);
-    for (bool refill : {false, true}) {  // a comparer that resizes the list, or empties and refills it, is stopped
+    for (int32_t slots : {5000, 3}) {  // a comparer that resizes the list, or empties and refills it alike, is stopped
         auto host = std::make_shared<Host>();
-        host->order = [&](const LINE_ENT&, const LINE_ENT&) {
-            if (refill) l->SetCount(0, false);
-            l->SetCount(refill ? 3 : 5000, false);
-            return 1;
-        };
-        l->SetCount(3, false);
-        l->Shrink(1);
+        host->order = [&](const LINE_ENT&, const LINE_ENT&) { return l->SetCount(0, false), l->SetCount(slots, false), 1; };
+        l->SetCount(3, false), l->Shrink(1);
         EXPECT_TRUE(Outcome([&] { l->Sort({}, {}, host); }).starts_with(std::to_string(ErrInvalidOperation)));
     }
 }
@@ -278,12 +266,11 @@ TEST(Variant, TypesConversionsAndCopies) {
         std::string_view typeName;
         std::string asInt32, asString;  // the value, or the start of the error raised
     } cases[] = {
-        {Variant(), 0, "Empty", "0", ""},                  {Variant(int16_t{-3}), 2, "Integer", "-3", "-3"},
-        {Variant(7), 3, "Long", "7", "7"},                  {Variant(2.5f), 4, "Single", "2", "2.5"},
-        {Variant(3.5), 5, "Double", "4", "3.5"},            {Variant(-2.5), 5, "Double", "-2", "-2.5"},
-        {Variant(" -7 "), 8, "String", "-7", " -7 "},       {Variant(-2147483649.0), 5, "Double", "6 Overflow", "-2147483649"},
-        {Variant("1.5"), 8, "String", "2", "1.5"},          {Variant("1e999"), 8, "String", "6 Overflow: \"1e999\"", "1e999"},
-        {Variant(true), 11, "Boolean", "-1", "True"},       {Variant("1,5"), 8, "String", "13 Type mismatch: expected Double, got String", "1,5"},
+        {Variant(), 0, "Empty", "0", ""},        {Variant(int16_t{-3}), 2, "Integer", "-3", "-3"}, {Variant(7), 3, "Long", "7", "7"},
+        {Variant(2.5f), 4, "Single", "2", "2.5"}, {Variant(3.5), 5, "Double", "4", "3.5"},          {Variant(-2.5), 5, "Double", "-2", "-2.5"},
+        {Variant(" -7 "), 8, "String", "-7", " -7 "}, {Variant("1.5"), 8, "String", "2", "1.5"},   {Variant(true), 11, "Boolean", "-1", "True"},
+        {Variant(-2147483649.0), 5, "Double", "6 Overflow", "-2147483649"}, {Variant("1e999"), 8, "String", "6 Overflow: \"1e999\"", "1e999"},
+        {Variant("1,5"), 8, "String", "13 Type mismatch: expected Double, got String", "1,5"},
         {Variant(std::make_shared<LINES>()), 9, "LINES", "13 Type mismatch: expected Long, got LINES", "13"},
         {Variant::FromRecord(LINE_ENT{}), 36, "LINE_ENT", "13", "13 Type mismatch: expected String, got LINE_ENT"},
         {Variant::FromArray<LINE_ENT>({}, 1), 0x2024, "LINE_ENT", "13 Type mismatch: expected Long, got LINE_ENT()", "13"},
@@ -306,16 +293,11 @@ TEST(Variant, TypesConversionsAndCopies) {
     EXPECT_TRUE(Variant("True").ToBool() && !Variant("false").ToBool() && !Variant("0").ToBool() && Variant(-32768).ToInt16() == -32768);
     EXPECT_EQ(Outcome([] { Variant(40000).ToInt16(); }), "6 Overflow");
     EXPECT_TRUE(Outcome([] { Variant(2).ToObject(); }).starts_with(kMismatch));
-    POLYLINE_ENT p;
-    p.Vertices.resize(2);
-    Variant r = Variant::FromRecord(p), rCopy = r;  // copies are deep, objects shared
-    rCopy.RecordIf<POLYLINE_ENT>()->Vertices.clear();
-    EXPECT_TRUE(r.RecordIf<POLYLINE_ENT>()->Vertices.size() == 2u && r.RecordIf<LINE_ENT>() == nullptr);
-    const Variant a = Variant::FromArray<Variant>({r}), aCopy = a, moved = std::move(r);
-    EXPECT_NE(&aCopy.ArrayIf<Variant>()->items[0], &a.ArrayIf<Variant>()->items[0]);
-    EXPECT_TRUE(r.IsEmpty() && moved.IsRecord());  // NOLINT(bugprone-use-after-move)
-    auto lines = std::make_shared<LINES>();
-    EXPECT_EQ(Variant(lines).ToObject(), lines);
+    Variant r = Variant::FromRecord(Line("a")), rCopy = r;  // copies are deep, objects shared
+    rCopy.RecordIf<LINE_ENT>()->Layer = "b";
+    const Variant moved = std::move(r), lines = Variant(std::make_shared<LINES>());
+    EXPECT_TRUE(moved.RecordIf<LINE_ENT>()->Layer == "a" && !moved.RecordIf<ARC_ENT>() && r.IsEmpty());  // NOLINT(bugprone-use-after-move)
+    EXPECT_EQ(Variant(lines).ToObject(), lines.ToObject());
 }
 
 
@@ -341,10 +323,9 @@ RC_GTEST_PROP(SegmentedStore, BehavesLikeAVectorWhoseElementsNeverMove, ()) {
             RC_ASSERT(s.size() == model.size() && Counted::live == static_cast<int>(model.size()) && s.capacity() >= s.size());
             RC_ASSERT(s.capacity() == Store::slotsBefore(s.blockCount()) && s.allocatedBytes() >= s.capacity() * sizeof(Counted));
             if (s.blockCount() > 0) RC_ASSERT(Store::slotsBefore(s.blockCount() - 1) < s.size());
-            for (std::size_t b = 0; b < s.blockCount() + 3; ++b) {
-                RC_ASSERT(Store::slotsBefore(b + 1) - Store::slotsBefore(b) == Store::blockSize(b));
-                RC_ASSERT(Store::blockSize(b) == std::min<std::size_t>(std::size_t{1} << std::min<std::size_t>(b, 20), 128));
-                if (b < s.blockCount() && b >= 3) RC_ASSERT(reinterpret_cast<std::uintptr_t>(&s[Store::slotsBefore(b)]) % 64 == 0);
+            for (std::size_t b = 0; b < s.blockCount(); ++b) {  // blocks of 1, 2, 4 ... 128; from 8 on, aligned
+                RC_ASSERT(Store::slotsBefore(b + 1) - Store::slotsBefore(b) == std::min<std::size_t>(std::size_t{1} << std::min<std::size_t>(b, 20), 128));
+                if (b >= 3) RC_ASSERT(reinterpret_cast<std::uintptr_t>(&s[Store::slotsBefore(b)]) % 64 == 0);
             }
             where.resize(std::min(where.size(), s.size()));
             for (std::size_t i = 0; i < s.size(); ++i) RC_ASSERT(s[i].value == model[i] && (i >= where.size() || &s[i] == where[i]));
