@@ -28,11 +28,7 @@ LINE_ENT Line(std::string layer, double key = 0, int32_t tag = 0) {
 
 // What `f` raises, as "number description"; "" when it raises nothing.
 std::string Outcome(const std::function<void()>& f) {
-    try {
-        f();
-    } catch (const Error& e) {
-        return std::to_string(e.number()) + " " + e.description();
-    }
+    try { f(); } catch (const Error& e) { return std::to_string(e.number()) + " " + e.description(); }
     return "";
 }
 const std::string kBad = std::to_string(ErrInvalidArgument) + " ", kMismatch = "13 ", kNoCompare = std::to_string(ErrNotSupported) + " Compare/1";
@@ -147,15 +143,13 @@ RC_GTEST_PROP(Collections, BehavesLikeTheModel, ()) {
             if (inside) s[i] = name;
             break;
         case 4:
-            typed ? list->Shrink(flag) : view->Shrink(flag);
-            m.shrink(flag);
+            typed ? list->Shrink(flag) : view->Shrink(flag), m.shrink(flag);
             break;
         default: {  // replaced by an array, or erased
             const std::vector<LINE_ENT> items(i + 1, Line(name));
             if (i < 0) typed ? list->EraseArray() : view->EraseArray();
             else typed ? list->SetArray(items) : view->SetArray(Variant::FromArray<LINE_ENT>(items));
-            s.assign(items.size(), name);
-            m.count = m.capacity();
+            s.assign(items.size(), name), m.count = m.capacity();
         }
         }
         RC_ASSERT(view->Count() == m.count && view->UpperBound() == m.count - 1 && (list->StorageBytes() == 0) == (m.capacity() == 0));
@@ -180,8 +174,7 @@ TEST(Collections, NewListsViewsAndRefusals) {
     EXPECT_FALSE(lines->Find(Line("a"), index));
     lines->Add(Line("a"));
     auto view = lines->AsIArrayList();
-    EXPECT_EQ(Outcome([&] { view->Find(view->Item(0), index); }), kNoCompare);
-    EXPECT_EQ(index, 7);
+    EXPECT_EQ(Outcome([&] { view->Find(view->Item(0), index); }) + std::to_string(index), kNoCompare + "7");
     EXPECT_EQ(Outcome([&] { view->SetItem(0, view->Item(0)); }),
               std::to_string(ErrNotSupported) + " Value type container does not support Set statement!");
     for (int32_t g : {0, -1}) EXPECT_EQ(Outcome([&] { lines->SetGrowLength(g); }), kBad + "GrowLength value must be greater than 0");
@@ -189,9 +182,8 @@ TEST(Collections, NewListsViewsAndRefusals) {
     const std::pair<Variant, std::string> refused[] = {
         {Variant(5), kBad}, {Variant::FromArray<LINE_ENT>({Line("b")}, 1), kBad}, {Variant::FromArray<ARC_ENT>({}), kMismatch},
         {Variant::UnallocatedArray<ARC_ENT>(), kMismatch}, {Variant::FromArray<Variant>({Variant(1)}), kMismatch}};
-    for (const auto& c : refused) EXPECT_TRUE(Outcome([&] { view->SetArray(c.first); }).starts_with(c.second));
+    for (const auto& c : refused) EXPECT_TRUE(Outcome([&] { view->SetArray(c.first); }).starts_with(c.second) && lines->Item(0).Layer == "a");
     EXPECT_TRUE(Outcome([&] { view->AddItem(Variant::FromRecord(ARC_ENT{})); }).starts_with(kMismatch));
-    EXPECT_EQ(lines->Item(0).Layer, "a");
     view->SetArray(Variant::FromArray<Variant>({Variant::FromRecord(Line("v"))}));
     EXPECT_EQ(lines->Item(0).Layer, "v");
     for (int k = 0; k < 4; ++k) lines->Add(Line(std::to_string(k)));
@@ -227,8 +219,7 @@ RC_GTEST_PROP(Sort, MatchesThePlainQuicksortAndStaysInRange, (bool typed)) {
     list->SetArray(records);  // exactly n slots: a read past either end leaves the storage
     auto host = std::make_shared<Host>();
     host->failAt = *rc::gen::arbitrary<bool>() ? -1 : *rc::gen::inRange(0, 2 * n);
-    host->order = ByKey;
-    if (kind != 0) host->order = [kind, &rng](const LINE_ENT&, const LINE_ENT&) { return kind == 3 ? int(rng() % 3) - 1 : kind == 1 ? -1 : 1; };
+    host->order = [kind, &rng](const LINE_ENT& x, const LINE_ENT& p) { return kind == 0 ? ByKey(x, p) : kind == 3 ? int(rng() % 3) - 1 : kind == 1 ? -1 : 1; };
     const std::string outcome = Outcome([&] { typed ? list->Sort(lo, hi, host) : list->AsIArrayList()->Sort(lo, hi, host); });
     RC_ASSERT(outcome == "" || outcome == std::to_string(ErrInvalidOperation) + " stop");
     for (auto [x, p] : host->calls) RC_ASSERT(x >= lo && x <= hi && p >= lo && p <= hi);
@@ -260,12 +251,8 @@ TEST(Sort, WithoutAComparerOrWithAListAsComparer) {
 }
 
 TEST(Variant, TypesConversionsAndCopies) {
-    const struct {
-        Variant value;
-        int32_t varType;
-        std::string_view typeName;
-        std::string asInt32, asString;  // the value, or the start of the error raised
-    } cases[] = {
+    // ToInt32 and ToString give the value, or raise an error that starts so.
+    const struct { Variant value; int32_t varType; std::string_view typeName; std::string asInt32, asString; } cases[] = {
         {Variant(), 0, "Empty", "0", ""},        {Variant(int16_t{-3}), 2, "Integer", "-3", "-3"}, {Variant(7), 3, "Long", "7", "7"},
         {Variant(2.5f), 4, "Single", "2", "2.5"}, {Variant(3.5), 5, "Double", "4", "3.5"},          {Variant(-2.5), 5, "Double", "-2", "-2.5"},
         {Variant(" -7 "), 8, "String", "-7", " -7 "}, {Variant("1.5"), 8, "String", "2", "1.5"},   {Variant(true), 11, "Boolean", "-1", "True"},
@@ -274,8 +261,7 @@ TEST(Variant, TypesConversionsAndCopies) {
         {Variant(std::make_shared<LINES>()), 9, "LINES", "13 Type mismatch: expected Long, got LINES", "13"},
         {Variant::FromRecord(LINE_ENT{}), 36, "LINE_ENT", "13", "13 Type mismatch: expected String, got LINE_ENT"},
         {Variant::FromArray<LINE_ENT>({}, 1), 0x2024, "LINE_ENT", "13 Type mismatch: expected Long, got LINE_ENT()", "13"},
-        {Variant::UnallocatedArray<ARC_ENT>(), 0x2024, "ARC_ENT", "13", "13"},
-        {Variant::FromArray<Variant>({Variant(1)}), 0x200C, "Variant", "13", "13"},
+        {Variant::UnallocatedArray<ARC_ENT>(), 0x2024, "ARC_ENT", "13", "13"}, {Variant::FromArray<Variant>({Variant(1)}), 0x200C, "Variant", "13", "13"},
         {Variant::FromArray<double>({1.0}), 0x2005, "Double", "13", "13"}, {Variant::FromArray<std::string>({}), 0x2008, "String", "13", "13"},
         {Variant::FromArray<bool>({}), 0x200B, "Boolean", "13", "13"},    {Variant::FromArray<int32_t>({}), 0x2003, "Long", "13", "13"},
     };
@@ -302,46 +288,44 @@ TEST(Variant, TypesConversionsAndCopies) {
 
 
 RC_GTEST_PROP(SegmentedStore, BehavesLikeAVectorWhoseElementsNeverMove, ()) {
-    {
-        Store s;
-        std::vector<int64_t> model;
-        std::vector<const Counted*> where;
-        for (int step = 0, steps = *rc::gen::inRange(1, 20); step < steps; ++step) {
-            const std::size_t n = *rc::gen::inRange<std::size_t>(0, 400);
-            Counted::throwAfter = *rc::gen::arbitrary<bool>() ? -1 : *rc::gen::inRange(0, 20);
-            try {
-                switch (*rc::gen::inRange(0, 4)) {
-                case 0: s.resize(n), model.resize(n); break;
-                case 1: s.emplace_back(step), model.push_back(step); break;
-                case 2: if (!model.empty()) s.push_back(s[n % s.size()]), model.push_back(model[n % model.size()]); break;
-                default: s.clear(), model.clear();
-                }
-            } catch (const std::runtime_error&) {
+    Store s;
+    std::vector<int64_t> model;
+    std::vector<const Counted*> where;
+    for (int step = 0, steps = *rc::gen::inRange(1, 20); step < steps; ++step) {
+        const std::size_t n = *rc::gen::inRange<std::size_t>(0, 400);
+        Counted::throwAfter = *rc::gen::arbitrary<bool>() ? -1 : *rc::gen::inRange(0, 20);
+        try {
+            switch (*rc::gen::inRange(0, 4)) {
+            case 0: s.resize(n), model.resize(n); break;
+            case 1: s.emplace_back(step), model.push_back(step); break;
+            case 2: if (!model.empty()) s.push_back(s[n % s.size()]), model.push_back(model[n % model.size()]); break;
+            default: s.clear(), model.clear();
             }
-            Counted::throwAfter = -1;
-            // The fewest blocks that hold the elements; large blocks start on a cache line.
-            RC_ASSERT(s.size() == model.size() && Counted::live == static_cast<int>(model.size()) && s.capacity() >= s.size());
-            RC_ASSERT(s.capacity() == Store::slotsBefore(s.blockCount()) && s.allocatedBytes() >= s.capacity() * sizeof(Counted));
-            if (s.blockCount() > 0) RC_ASSERT(Store::slotsBefore(s.blockCount() - 1) < s.size());
-            for (std::size_t b = 0; b < s.blockCount(); ++b) {  // blocks of 1, 2, 4 ... 128; from 8 on, aligned
-                RC_ASSERT(Store::slotsBefore(b + 1) - Store::slotsBefore(b) == std::min<std::size_t>(std::size_t{1} << std::min<std::size_t>(b, 20), 128));
-                if (b >= 3) RC_ASSERT(reinterpret_cast<std::uintptr_t>(&s[Store::slotsBefore(b)]) % 64 == 0);
-            }
-            where.resize(std::min(where.size(), s.size()));
-            for (std::size_t i = 0; i < s.size(); ++i) RC_ASSERT(s[i].value == model[i] && (i >= where.size() || &s[i] == where[i]));
-            while (where.size() < s.size()) where.push_back(&s[where.size()]);
+        } catch (const std::runtime_error&) {
         }
-        std::mt19937 rng(static_cast<uint32_t>(s.size()));
-        std::shuffle(s.begin(), s.end(), rng);
-        std::sort(s.begin(), s.end(), [](const Counted& a, const Counted& b) { return a.value < b.value; });
-        std::sort(model.begin(), model.end());
-        const auto n = static_cast<std::ptrdiff_t>(s.size());
-        Store::const_iterator b = s.begin(), e = std::as_const(s).end();
-        auto it = s.begin();
-        it++, it -= 1;
-        RC_ASSERT(e - b == n && std::distance(s.begin(), s.end()) == n && it == s.begin());
-        for (std::ptrdiff_t k = 0; k < n; ++k)
-            RC_ASSERT(b[k].value == model[k] && (k + b)->value == model[k] && (e - (n - k))->value == model[k] && b + k < e && b + k >= b);
+        Counted::throwAfter = -1;
+        // The fewest blocks that hold the elements; large blocks start on a cache line.
+        RC_ASSERT(s.size() == model.size() && Counted::live == static_cast<int>(model.size()) && s.capacity() >= s.size());
+        RC_ASSERT(s.capacity() == Store::slotsBefore(s.blockCount()) && s.allocatedBytes() >= s.capacity() * sizeof(Counted));
+        if (s.blockCount() > 0) RC_ASSERT(Store::slotsBefore(s.blockCount() - 1) < s.size());
+        for (std::size_t b = 0; b < s.blockCount(); ++b) {  // blocks of 1, 2, 4 ... 128; from 8 on, aligned
+            RC_ASSERT(Store::slotsBefore(b + 1) - Store::slotsBefore(b) == std::min<std::size_t>(std::size_t{1} << std::min<std::size_t>(b, 20), 128));
+            if (b >= 3) RC_ASSERT(reinterpret_cast<std::uintptr_t>(&s[Store::slotsBefore(b)]) % 64 == 0);
+        }
+        where.resize(std::min(where.size(), s.size()));
+        for (std::size_t i = 0; i < s.size(); ++i) RC_ASSERT(s[i].value == model[i] && (i >= where.size() || &s[i] == where[i]));
+        while (where.size() < s.size()) where.push_back(&s[where.size()]);
     }
+    std::reverse(s.begin(), s.end());
+    std::sort(s.begin(), s.end(), [](const Counted& a, const Counted& b) { return a.value < b.value; });
+    std::sort(model.begin(), model.end());
+    const auto n = static_cast<std::ptrdiff_t>(s.size());
+    Store::const_iterator b = s.begin(), e = std::as_const(s).end();
+    auto it = s.begin();
+    it++, it -= 1;
+    RC_ASSERT(e - b == n && std::distance(s.begin(), s.end()) == n && it == s.begin());
+    for (std::ptrdiff_t k = 0; k < n; ++k)
+        RC_ASSERT(b[k].value == model[k] && (k + b)->value == model[k] && (e - (n - k))->value == model[k] && b + k < e && b + k >= b);
+    s.clear();
     RC_ASSERT(Counted::live == 0);
 }

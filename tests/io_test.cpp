@@ -22,11 +22,7 @@ using namespace ormavec::test;
 namespace {
 // The number and message of the error `f` raises; 0 and "" when none.
 std::pair<int32_t, std::string> Caught(const std::function<void()>& f) {
-    try {
-        f();
-    } catch (const Error& e) {
-        return {e.number(), e.what()};
-    }
+    try { f(); } catch (const Error& e) { return {e.number(), e.what()}; }
     return {0, ""};
 }
 std::string Text(char* (*format)(char*, double) noexcept, double v) {
@@ -39,13 +35,8 @@ const std::string kRepaired = "öüóőúéáűíÖÜÓŐÚÉÁŰÍ";  // the le
 }  // namespace
 
 TEST(IoReader, CodesConversionsAndErrorsNamingFileAndLine) {
-    const struct {
-        const char* text;
-        int pairs;     // read before the conversion
-        char convert;  // 'd' ToDouble, 'i' ToInt32 of the last value
-        int32_t code, error;
-        const char* where;
-    } cases[] = {
+    // Reads `pairs` pairs, then converts the last value: 'd' ToDouble, 'i' ToInt32.
+    const struct { const char* text; int pairs; char convert; int32_t code, error; const char* where; } cases[] = {
         {"0\r\nS\r\n 11.5 \r\nv\r\n", 2, 0, 12, 0, ""},        {"0\r\nS\r\nABC\r\nv\r\n", 2, 0, 0, err::TypeMismatch, "f:3"},
         {"0\r\nS\r\n\r\nv\r\n", 2, 0, 0, err::TypeMismatch, "f:3"}, {"0\r\nS\r\n99999999999\r\nv\r\n", 2, 0, 0, err::Overflow, "f:3"},
         {"0\r\nLINE\r\n8\r\n", 2, 0, 0, err::InputPastEndOfFile, "f:3"}, {"0\r\nLINE\r\n8", 2, 0, 0, err::InputPastEndOfFile, "f:3"},
@@ -78,9 +69,7 @@ TEST(IoReader, PushBackTrimLineEnds) {
         r.UnRead();
         EXPECT_THROW(r.UnRead(), Error);
     }
-    EXPECT_TRUE(r.AtEnd());  // the end of the file ignores the push-back
-    EXPECT_EQ(r.Read(true, true).Value, "$EXTMIN");
-    EXPECT_EQ(r.LineNumber(), 6);
+    EXPECT_TRUE(r.AtEnd() && r.Read(true, true).Value == "$EXTMIN" && r.LineNumber() == 6);  // the end ignores the push-back
     r.OpenString("0\nLINE\n8\r\nA\rB\r\n62\n7\r\r\n1\nlast");  // LF, CR LF, a CR inside, no line end at the end
     std::string got;
     while (!r.AtEnd()) got += std::string(r.Read(false, true).Value) + "|";
@@ -94,16 +83,15 @@ TEST(IoReader, PushBackTrimLineEnds) {
 RC_GTEST_PROP(IoReader, ProgressFollowsThePlainRule, (bool lfOnly, bool fromFile)) {
     const int32_t handlerSets = *rc::gen::elementOf(std::vector<int32_t>{-1, 0, 100});
     std::mt19937 rng(*rc::gen::arbitrary<uint32_t>());
-    std::vector<std::size_t> lengths;
+    std::vector<int> lengths;
     std::string text;
-    for (int i = 2 * *rc::gen::inRange(1, 3000); i > 0; --i) {
-        lengths.push_back(i % 2 ? rng() % 40 : 1 + rng() % 5);  // a code line, then a value line
+    for (int i = 2 * *rc::gen::inRange(1, 3000); i > 0; --i) {  // code lines and value lines
+        lengths.push_back(static_cast<int>(i % 2 ? rng() % 40 : 1 + rng() % 5));
         text += std::string(lengths.back(), i % 2 ? 'v' : '7') + (lfOnly ? "\n" : "\r\n");
     }
     std::vector<std::pair<int64_t, int32_t>> want, got;
-    for (int32_t i = 0, last = 0, chars = 0; i < static_cast<int32_t>(lengths.size()); ++i) {
-        chars += static_cast<int32_t>(lengths[i]) + 2;
-        const auto p = static_cast<int32_t>(RoundHalfEven(static_cast<double>(chars) / static_cast<double>(text.size()) * 100.0));
+    for (int i = 0, last = 0, chars = 0; i < static_cast<int>(lengths.size()); ++i) {
+        const auto p = static_cast<int32_t>(RoundHalfEven((chars += lengths[i] + 2) / static_cast<double>(text.size()) * 100.0));
         if (p != last) want.emplace_back(i + 1, std::min(p, 100)), last = handlerSets < 0 ? std::min(p, 100) : handlerSets;
     }
     TempDir dir;
@@ -145,8 +133,8 @@ TEST(IoWriter, PairFormsAndErrors) {
                        "1   text  \n1\n2000 \xF5\x80?\n0 b  \n11 1.\n21 -2.5\n31 0.\n0 SECTION\n2 HEADER\n0 ENDSEC"));
     w.CloseOutput(), w.CloseOutput();
     EXPECT_EQ(ErrorNumberOf([&] { w.WriteInteger(70, 1); }) + ErrorNumberOf([&] { w.WriteHandle(5, 1); }), 2 * err::BadFileNameOrNumber);
-    EXPECT_EQ(ErrorNumberOf([&] { w.OpenString(nullptr); }), ErrInvalidArgument);
-    EXPECT_TRUE(!w.IsOpen() && DXFWriter::NumberFormat(9) == "0.#########");
+    EXPECT_TRUE(ErrorNumberOf([&] { w.OpenString(nullptr); }) == ErrInvalidArgument && !w.IsOpen() && DXFWriter::NumberFormat(9) == "0.#########");
+    EXPECT_STREQ(Error(1, "", "").what(), "Application-defined or object-defined error");  // a number without a text of its own
 }
 
 TEST(Io, FilesReplacedOnlyWhenClosedAndOpenFailures) {
@@ -203,13 +191,11 @@ RC_GTEST_PROP(IoNumber, ParseAgreesWithFromChars, (bool point, bool negativeExpo
         for (int n = *rc::gen::inRange(0, 26); n > 0; --n) d += static_cast<char>('0' + *rc::gen::inRange(0, 10));
     std::string number = digits[0] + (point || !digits[1].empty() ? "." : "") + digits[1];
     if (*rc::gen::inRange(0, 4) == 0) number += (negativeExponent ? "e-" : "E+") + std::to_string(*rc::gen::inRange(0, 400));
-    const std::string sign = *rc::gen::elementOf(std::vector<std::string>{"", "-", "+"});
-    const std::string blank = *rc::gen::elementOf(std::vector<std::string>{"", "", " ", "\t "});
+    const auto sign = *rc::gen::elementOf(std::vector<std::string>{"", "-", "+"}), blank = *rc::gen::elementOf(std::vector<std::string>{"", "", " ", "\t "});
     double parsed = 7, expected = 0;
     const ParseStatus status = ParseDouble(blank + sign + number + blank, parsed);
-    const bool noDigit = digits[0].empty() && digits[1].empty();
-    RC_ASSERT(!noDigit || status == ParseStatus::TypeMismatch);
-    RC_SUCCEED_IF(noDigit);
+    RC_ASSERT(!(digits[0] + digits[1]).empty() || status == ParseStatus::TypeMismatch);
+    RC_SUCCEED_IF((digits[0] + digits[1]).empty());
     if (std::from_chars(number.data(), number.data() + number.size(), expected).ec == std::errc::result_out_of_range) {
         RC_ASSERT(status == (negativeExponent ? ParseStatus::Ok : ParseStatus::Overflow));
         RC_SUCCEED_IF(!negativeExponent);
@@ -225,19 +211,15 @@ TEST(IoNumber, IntegersAndRefusedShapes) {
     int32_t i = 0;
     for (const char* text : {"", "  ", "inf", "-Infinity", "nan", "0x1A", "1,5", ".", "1e", "1.2.3", "+-1", "1 2", "12abc", "-", "LINE"})
         EXPECT_TRUE(ParseDouble(text, d) == ParseStatus::TypeMismatch && ParseInt32(text, i) == ParseStatus::TypeMismatch) << text;
-    for (const auto& [text, value] : {std::pair<const char*, int32_t>{"-2.5", -2}, {"-3.5", -4}, {" -2147483648", INT32_MIN}, {"0000000000010", 10}})
+    for (const auto& [text, value] : {std::pair<const char*, int32_t>{"-2.5", -2}, {"-3.5", -4}, {" -2147483648", INT32_MIN},
+                                      {"0000000000010", 10}, {"1e-400", 0}})
         EXPECT_TRUE(ParseInt32(text, i) == ParseStatus::Ok && i == value) << text;
     for (const char* text : {"2147483648", "2147483647.5", "-99999999999", "179769313486231570e291", "-1e400"})
         EXPECT_EQ(ParseInt32(text, i), ParseStatus::Overflow) << text;
 }
 
 TEST(UnicodeRead, ValueDecodingPerMode) {
-    const struct {
-        CodePage cp;
-        TextConvertMode mode;
-        int32_t code;
-        std::string raw, expected;
-    } cases[] = {
+    const struct { CodePage cp; TextConvertMode mode; int32_t code; std::string raw, expected; } cases[] = {
         // Bytes outside a valid sequence go through the code page one by one: truncated,
         // a trail byte as lead, overlong, surrogate, a bad trail byte, above U+10FFFF.
         {k1250, kUtf8, 1, "\xCE\x95\xF0\x9F\x98\x80", "Ε😀"}, {k1250, kUtf8, 1, "caf\xE9", "café"},
@@ -285,12 +267,7 @@ TEST(UnicodeRead, AutoSwitchesOnTheHeaderOnly) {
 }
 
 TEST(UnicodeWrite, EncodingPerSaveModeAndCaseMapping) {
-    const struct {
-        CodePage cp;
-        SaveMode mode;
-        bool utf8;
-        std::string text, expected;
-    } cases[] = {
+    const struct { CodePage cp; SaveMode mode; bool utf8; std::string text, expected; } cases[] = {
         {k1250, SaveMode::Classic, false, "Árvíztűrő 中\xFF", "\xC1rv\xEDzt\xFBr\xF5 ??"}, {k1252, SaveMode::Classic, false, "Árvíztűrő", "\xC1rv\xEDzt?r?"},
         {k1252, SaveMode::Standard, false, "Árvíztűrő", "\xC1rv\xEDzt\\U+0171r\\U+0151"}, {k1250, SaveMode::Standard, true, "中文", "中文"},
         {k1250, SaveMode::Standard, false, "Ελ中😀x\xFFy", "\\U+0395\\U+03BB\\U+4E2D\\U+D83D\\U+DE00x?y"}};
