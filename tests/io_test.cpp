@@ -1,0 +1,284 @@
+// Numbers, the group reader and writer, and text: the fast number forms
+// against the general conversions, errors that name the file and line,
+// push-back, line ends, progress, files, code pages, UTF-8 and escapes.
+#include <gtest/gtest.h>
+#include <rapidcheck/gtest.h>
+
+#include <bit>
+#include <charconv>
+#include <cmath>
+#include <functional>
+#include <random>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "io/number.h"
+#include "test_support.h"
+
+using namespace ormavec;
+using namespace ormavec::test;
+
+namespace {
+// The number and message of the error `f` raises; 0 and "" when none.
+std::pair<int32_t, std::string> Caught(const std::function<void()>& f) {
+    try { f(); } catch (const Error& e) { return {e.number(), e.what()}; }
+    return {0, ""};
+}
+std::string Text(char* (*format)(char*, double) noexcept, double v) {
+    char buf[kNumberBufferSize];
+    return std::string(buf, format(buf, v));
+}
+constexpr auto k1250 = CodePage::Windows1250, k1252 = CodePage::Windows1252;
+constexpr auto kNone = TextConvertMode::None, kRepair = TextConvertMode::FromUTF8, kUtf8 = TextConvertMode::Utf8, kAuto = TextConvertMode::Auto;
+const std::string kRepaired = "öüóőúéáűíÖÜÓŐÚÉÁŰÍ";  // the letters repaired under codes 0-9
+}  // namespace
+
+TEST(IoReader, CodesConversionsAndErrorsNamingFileAndLine) {
+    // Reads `pairs` pairs, then converts the last value: 'd' ToDouble, 'i' ToInt32.
+    const struct { const char* text; int pairs; char convert; int32_t code, error; const char* where; } cases[] = {
+        {"0\r\nS\r\n 11.5 \r\nv\r\n", 2, 0, 12, 0, ""},        {"0\r\nS\r\nABC\r\nv\r\n", 2, 0, 0, err::TypeMismatch, "f:3"},
+        {"0\r\nS\r\n\r\nv\r\n", 2, 0, 0, err::TypeMismatch, "f:3"}, {"0\r\nS\r\n99999999999\r\nv\r\n", 2, 0, 0, err::Overflow, "f:3"},
+        {"0\r\nLINE\r\n8\r\n", 2, 0, 0, err::InputPastEndOfFile, "f:3"}, {"0\r\nLINE\r\n8", 2, 0, 0, err::InputPastEndOfFile, "f:3"},
+        {"0\r\nEOF\r\n", 2, 0, 0, err::InputPastEndOfFile, "f:3"},    {"10\n1.5\n20\nabc\n", 2, 'd', 20, err::TypeMismatch, "f:4"},
+        {"10\n1e999\n", 1, 'd', 10, err::Overflow, "f:2"},           {"70\n3e12\n", 1, 'i', 70, err::Overflow, "f:2"}};
+    for (const auto& c : cases) {
+        DXFReader r;
+        r.OpenString(c.text, "f");
+        int32_t code = 0;
+        const auto [error, message] = Caught([&] {
+            const DXFReader::Pair* p = nullptr;
+            for (int i = 0; i < c.pairs; ++i) code = (p = &r.Read())->Code;
+            if (c.convert) c.convert == 'd' ? r.ToDouble(p->Value) : r.ToInt32(p->Value);
+        });
+        EXPECT_TRUE(error == c.error && code == c.code && message.find(c.where) != std::string::npos) << c.text << ": " << message;
+    }
+}
+
+TEST(IoReader, PushBackTrimLineEnds) {
+    DXFReader r;
+    r.OpenString("0\r\n line \r\n8\r\n\tw a\t\r\n9\r\n$EXTMIN\r\n");
+    const DxfEntry raw = r.ReadEntry(false, false);
+    r.UnReadEntry(raw);
+    const Error twice = Raised([&] { r.UnReadEntry(DxfEntry{5, "other"}); });
+    EXPECT_TRUE(twice.number() == ErrInvalidOperation && twice.description() == "UnReadEntry/1" && twice.source() == "DXFReader");
+    EXPECT_EQ(raw.Value + r.ReadEntry(true, true).Value, " line LINE");  // the first push-back stayed
+    EXPECT_EQ(r.ReadEntry(true, false).Value, "\tw a\t");                 // only spaces are trimmed
+    for (int i = 0; i < 3; ++i) {                                         // read back from the push-back and pushed again
+        EXPECT_EQ(r.Read().Value, "$EXTMIN");
+        r.UnRead();
+        EXPECT_THROW(r.UnRead(), Error);
+    }
+    EXPECT_TRUE(r.AtEnd() && r.Read(true, true).Value == "$EXTMIN" && r.LineNumber() == 6);  // the end ignores the push-back
+    r.OpenString("0\nLINE\n8\r\nA\rB\r\n62\n7\r\r\n1\nlast");  // LF, CR LF, a CR inside, no line end at the end
+    std::string got;
+    while (!r.AtEnd()) got += std::string(r.Read(false, true).Value) + "|";
+    EXPECT_EQ(got, "LINE|A\rB|7\r|LAST|");
+}
+
+// Each line counts its length plus two; the percentage of the file's length,
+// rounded half to even, raises an event whenever it differs from the last one
+// (clamped to 0..100, kept as the handler leaves it). Lines ending in LF
+// alone push it past 100.
+RC_GTEST_PROP(IoReader, ProgressFollowsThePlainRule, (bool lfOnly, bool fromFile)) {
+    const int32_t handlerSets = *rc::gen::elementOf(std::vector<int32_t>{-1, 0, 100});
+    std::mt19937 rng(*rc::gen::arbitrary<uint32_t>());
+    std::vector<int> lengths;
+    std::string text;
+    for (int i = 2 * *rc::gen::inRange(1, 3000); i > 0; --i) {  // code lines and value lines
+        lengths.push_back(static_cast<int>(i % 2 ? rng() % 40 : 1 + rng() % 5));
+        text += std::string(lengths.back(), i % 2 ? 'v' : '7') + (lfOnly ? "\n" : "\r\n");
+    }
+    std::vector<std::pair<int64_t, int32_t>> want, got;
+    for (int i = 0, last = 0, chars = 0; i < static_cast<int>(lengths.size()); ++i) {
+        const auto p = static_cast<int32_t>(RoundHalfEven((chars += lengths[i] + 2) / static_cast<double>(text.size()) * 100.0));
+        if (p != last) want.emplace_back(i + 1, std::min(p, 100)), last = handlerSets < 0 ? std::min(p, 100) : handlerSets;
+    }
+    TempDir dir;
+    WriteFile(dir / "p", text);
+    DXFReader r;
+    fromFile ? r.OpenInput(dir / "p") : r.OpenString(text);
+    r.Progress = [&](int32_t& p) { got.emplace_back(r.LineNumber(), p), p = handlerSets < 0 ? p : handlerSets; };
+    while (!r.AtEnd()) r.Read();
+    RC_ASSERT(got == want);
+}
+
+// Each byte is one character of the code page: any value read and written
+// again through the same code page comes back byte for byte.
+RC_GTEST_PROP(IoReader, EveryByteSurvivesReadAndWrite, (bool western)) {
+    std::string bytes = *rc::gen::container<std::string>(rc::gen::map(rc::gen::inRange(1, 256), [](int b) { return static_cast<char>(b); }));
+    for (int b = 255; b > 0; --b) bytes += static_cast<char>(b);
+    std::erase_if(bytes, [](char c) { return c == '\r' || c == '\n'; });
+    DXFReader r(western ? k1252 : k1250);
+    DXFWriter w(western ? k1252 : k1250);
+    std::string out;
+    r.OpenString("1\r\n" + bytes + "\r\n");
+    w.OpenString(&out);
+    w.WriteString(1, r.ReadEntry(false, false).Value);
+    RC_ASSERT(out == "1\r\n" + bytes + "\r\n");
+}
+
+TEST(IoWriter, PairFormsAndErrors) {
+    std::string out;
+    DXFWriter w;
+    w.OpenString(&out);
+    for (double v : {2.0, 1.826004, 1.0 / 3.0, -0.0000000004, -1e18}) w.WriteDouble(10, v);
+    w.WriteInteger(-5, -370), w.WriteHandle(5, 255), w.WriteHandle(5, -1), w.WriteString(1, "  text  "), w.WriteString(1, "");
+    w.WriteString(2000, "\xC5\x91\xE2\x82\xAC\xE4\xB8\xAD");  // the code page's bytes; '?' for what it lacks
+    w.WriteLine("0  ", true), w.WriteLine("b  ", false), w.WritePoint(1, -2.5, 0, 11, 21, 31);
+    w.BeginSection(), w.WriteString(2, "HEADER"), w.EndSection();
+    for (double v : {INFINITY, -INFINITY, NAN}) EXPECT_EQ(ErrorNumberOf([&] { w.WriteDouble(10, v); }), err::Overflow);
+    // Complete before the close, nothing of the refused values.
+    EXPECT_EQ(out, Dxf("10 2.\n10 1.826004\n10 0.333333333\n10 0.\n10 -1000000000000000000.\n-5 -370\n5 FF\n5 FFFFFFFF\n"
+                       "1   text  \n1\n2000 \xF5\x80?\n0 b  \n11 1.\n21 -2.5\n31 0.\n0 SECTION\n2 HEADER\n0 ENDSEC"));
+    w.CloseOutput(), w.CloseOutput();
+    EXPECT_EQ(ErrorNumberOf([&] { w.WriteInteger(70, 1); }) + ErrorNumberOf([&] { w.WriteHandle(5, 1); }), 2 * err::BadFileNameOrNumber);
+    EXPECT_TRUE(ErrorNumberOf([&] { w.OpenString(nullptr); }) == ErrInvalidArgument && !w.IsOpen() && DXFWriter::NumberFormat(9) == "0.#########");
+    EXPECT_STREQ(Error(1, "", "").what(), "Application-defined or object-defined error");  // a number without a text of its own
+}
+
+TEST(Io, FilesReplacedOnlyWhenClosedAndOpenFailures) {
+    TempDir dir;
+    const std::string target = dir / "out.dxf", longLine(3u << 20, 'L');  // longer than the buffer
+    WriteFile(target, "old");
+    for (bool close : {false, true}) {
+        EXPECT_EQ(dir.entries(), 1u);  // no temporary file left behind
+        DXFWriter w;
+        w.OpenOutput(target);
+        w.WriteInteger(70, 1), w.WriteString(1, longLine);
+        EXPECT_EQ(ReadFile(target), "old");
+        if (close) w.CloseOutput();  // a writer that goes away unclosed leaves the old file
+    }
+    EXPECT_EQ(ReadFile(target), "70\r\n1\r\n1\r\n" + longLine + "\r\n");
+    EXPECT_EQ(dir.entries(), 1u);
+    // Opening fails with the number its cause calls for, and names the path.
+    DXFReader r;
+    DXFWriter w;
+    EXPECT_EQ(ErrorNumberOf([&] { r.OpenInput(target + "/x"); }) + ErrorNumberOf([&] { w.OpenOutput(target + "/x"); }), 2 * err::PathNotFound);
+    EXPECT_EQ(ErrorNumberOf([&] { r.OpenInput(dir / ""); }) + ErrorNumberOf([&] { w.OpenOutput(dir / ""); }), 2 * err::PathFileAccessError);
+    EXPECT_EQ(ErrorNumberOf([&] { w.OpenOutput(dir / "new/"); }), err::BadFileNameOrNumber);
+    const Error missing = Raised([&] { r.OpenInput(dir / "missing"); });
+    EXPECT_TRUE(missing.number() == err::FileNotFound && std::string(missing.what()).find(dir / "missing") != std::string::npos);
+}
+
+// Any finite double by its bits, a drawing coordinate with a few decimals,
+// or a value near a tie at the tenth decimal or near the largest value the
+// fast form takes: the fast form is the fixed nine-decimal one, and it reads
+// back within its nine decimals.
+RC_GTEST_PROP(IoNumber, FormatMatchesFixedNineDecimalsAndReadsBack, (bool negative)) {
+    const auto k = static_cast<double>(*rc::gen::inRange<int64_t>(0, int64_t{1} << 53));
+    double v = std::bit_cast<double>(*rc::gen::arbitrary<uint64_t>());
+    switch (*rc::gen::inRange(0, 5)) {
+    case 0: v = std::isfinite(v) ? v : 0; break;
+    case 1: v = k / std::pow(10.0, *rc::gen::inRange(0, 13)); break;
+    case 2: v = std::fmod(k, 1e7) * 1e-9 + 5e-10; break;
+    case 3: v = std::fmod(k, 1e7) / 1024.0; break;
+    default: v = 18446744073.709551615 + (std::fmod(k, 2e4) - 1e4) * 3.8e-6;
+    }
+    v = negative ? -v : v;
+    for (double x : {v, std::nextafter(v, 0.0), std::nextafter(v, 1e308)}) RC_ASSERT(Text(FormatDouble, x) == Text(FormatDoubleFixed9, x));
+    double back = 0;
+    RC_ASSERT(ParseDouble(Text(FormatDouble, v), back) == ParseStatus::Ok);
+    RC_ASSERT(std::fabs(back - v) <= 5e-10 + 2 * std::fabs(v) * 0x1p-52 && Text(FormatDouble, back) == Text(FormatDouble, v));
+    RC_ASSERT(Text(FormatDoubleFixed9, -1e-10 * (1 + std::fmod(k, 4.0))) == "0.");  // a negative value that rounds to zero
+}
+
+// Decimal text with blanks, signs and exponents reads as from_chars reads its
+// digits; too small is zero, too large an overflow, no digit a mismatch.
+RC_GTEST_PROP(IoNumber, ParseAgreesWithFromChars, (bool point, bool negativeExponent)) {
+    std::string digits[2];
+    for (std::string& d : digits)
+        for (int n = *rc::gen::inRange(0, 26); n > 0; --n) d += static_cast<char>('0' + *rc::gen::inRange(0, 10));
+    std::string number = digits[0] + (point || !digits[1].empty() ? "." : "") + digits[1];
+    if (*rc::gen::inRange(0, 4) == 0) number += (negativeExponent ? "e-" : "E+") + std::to_string(*rc::gen::inRange(0, 400));
+    const auto sign = *rc::gen::elementOf(std::vector<std::string>{"", "-", "+"}), blank = *rc::gen::elementOf(std::vector<std::string>{"", "", " ", "\t "});
+    double parsed = 7, expected = 0;
+    const ParseStatus status = ParseDouble(blank + sign + number + blank, parsed);
+    RC_ASSERT(!(digits[0] + digits[1]).empty() || status == ParseStatus::TypeMismatch);
+    RC_SUCCEED_IF((digits[0] + digits[1]).empty());
+    if (std::from_chars(number.data(), number.data() + number.size(), expected).ec == std::errc::result_out_of_range) {
+        RC_ASSERT(status == (negativeExponent ? ParseStatus::Ok : ParseStatus::Overflow));
+        RC_SUCCEED_IF(!negativeExponent);
+        expected = 0;
+    }
+    RC_ASSERT(status == ParseStatus::Ok);
+    RC_ASSERT(std::bit_cast<uint64_t>(parsed) == std::bit_cast<uint64_t>(sign == "-" ? -expected : expected));
+}
+
+// Integers round half to even; forms that are not decimal numbers are refused.
+TEST(IoNumber, IntegersAndRefusedShapes) {
+    double d = 0;
+    int32_t i = 0;
+    for (const char* text : {"", "  ", "inf", "-Infinity", "nan", "0x1A", "1,5", ".", "1e", "1.2.3", "+-1", "1 2", "12abc", "-", "LINE"})
+        EXPECT_TRUE(ParseDouble(text, d) == ParseStatus::TypeMismatch && ParseInt32(text, i) == ParseStatus::TypeMismatch) << text;
+    for (const auto& [text, value] : {std::pair<const char*, int32_t>{"-2.5", -2}, {"-3.5", -4}, {" -2147483648", INT32_MIN},
+                                      {"0000000000010", 10}, {"1e-400", 0}})
+        EXPECT_TRUE(ParseInt32(text, i) == ParseStatus::Ok && i == value) << text;
+    for (const char* text : {"2147483648", "2147483647.5", "-99999999999", "179769313486231570e291", "-1e400"})
+        EXPECT_EQ(ParseInt32(text, i), ParseStatus::Overflow) << text;
+}
+
+TEST(UnicodeRead, ValueDecodingPerMode) {
+    const struct { CodePage cp; TextConvertMode mode; int32_t code; std::string raw, expected; } cases[] = {
+        // Bytes outside a valid sequence go through the code page one by one: truncated,
+        // a trail byte as lead, overlong, surrogate, a bad trail byte, above U+10FFFF.
+        {k1250, kUtf8, 1, "\xCE\x95\xF0\x9F\x98\x80", "Ε😀"}, {k1250, kUtf8, 1, "caf\xE9", "café"},
+        {k1252, kUtf8, 1, "\xF5\x80|\x80", "õ€|€"},            {k1250, kUtf8, 1, "\xC0\xAF\xED\xA0\x80", "ŔŻí\u00A0€"},
+        {k1250, kUtf8, 1, "\xE4\xB8z\xC3\xA9", "ä¸zé"},         {k1250, kUtf8, 1, "\xF5\x80\x80\x80", "ő€€€"},
+        // The other modes; the repair of the eighteen letters, codes 0-9 only.
+        {k1250, kNone, 8, "\xC3\xA9", "Ă©"},     {k1250, kAuto, 8, "\xC3\xA9", "Ă©"},      {k1250, kRepair, 10, "\xC3\xA9", "Ă©"},
+        {k1250, kRepair, 0, kRepaired, kRepaired}, {k1252, kRepair, 9, kRepaired, kRepaired}, {k1250, kRepair, 8, "x\xC3\xA4\xC3", "xĂ¤Ă"},
+        // Escapes, in the codes of names and text only; a surrogate pair is one character.
+        {k1250, kUtf8, 8, "A\\U+00E9B\\U+03bb", "AéBλ"}, {k1250, kUtf8, 1, "\\U+D83D\\U+DE00!", "😀!"},
+        {k1250, kAuto, 2, "\xF5\\U+03BB", "őλ"},          {k1252, kAuto, 2, "\xF5\\U+0151", "õő"},
+        {k1250, kUtf8, 3, "\xC3\xA9\\U+4E2D", "é中"},     {k1250, kUtf8, 300, "\\U+0041", "A"},
+        {k1250, kUtf8, 1001, "\\U+0041", "A"},            {k1250, kUtf8, 10, "\\U+0041", "\\U+0041"},
+        {k1250, kUtf8, 310, "\\U+0041", "\\U+0041"},      {k1250, kNone, 8, "\\U+00E9", "\\U+00E9"},
+        // Left as text: a decoded backslash, lone or mismatched surrogates, malformed escapes, controls.
+        {k1250, kUtf8, 1, "\\U+005CU+0041 \\U+D83Dx\\U+DE00 \\U+D83D\\U+D83D", "\\U+0041 \\U+D83Dx\\U+DE00 \\U+D83D\\U+D83D"},
+        {k1250, kUtf8, 1, "\\U+D83D\\U+0041 \\U+12G4 \\U00E9 \\U+000A x\\U+12", "\\U+D83DA \\U+12G4 \\U00E9 \\U+000A x\\U+12"}};
+    for (const auto& c : cases) {
+        DXFReader r(c.cp);
+        r.SetTextConvertMode(c.mode);
+        r.OpenString(std::to_string(c.code) + "\r\n" + c.raw + "\r\n");
+        EXPECT_EQ(r.Read().Value, c.expected) << "mode " << static_cast<int>(c.mode) << " code " << c.code << " raw " << c.raw;
+    }
+    DXFReader u;  // a pushed-back value is trimmed and upper-cased, not decoded again
+    u.SetTextConvertMode(kUtf8);
+    u.OpenString(Dxf("2  \\U+005CU+0041\\U+03bb\xC3\xA9 "));
+    EXPECT_EQ(u.Read(false).Value, " \\U+0041λé ");
+    u.UnRead();
+    EXPECT_EQ(u.Read(true, true).Value, "\\U+0041ΛÉ");
+}
+
+TEST(UnicodeRead, AutoSwitchesOnTheHeaderOnly) {
+    const std::pair<std::string, bool> cases[] = {
+        {"9 $ACADVER\n1 AC1021", true}, {"9 $acadver\n1  AC1024 ", true}, {"9 $ACADVER\n1 AC1018", false}, {"9 $ACADVER\n2 AC1021", false},
+        {"9 $ACADVER\n9 $INSBASE\n1 AC1021", false}, {"1 AC1021", false}, {"0 ENDSEC\n9 $ACADVER\n1 AC1021", false},
+        {"9 $DWGCODEPAGE\n3 ANSI_65001", true}, {"9 $DWGCODEPAGE\n3 utf8", true}, {"9 $DWGCODEPAGE\n3 ANSI_1252", false}};
+    for (const auto& [header, utf8] : cases) {
+        DXFReader r;
+        r.SetTextConvertMode(kAuto);
+        r.OpenString(Dxf("0 SECTION\n2 HEADER\n" + header + "\n0 ENDSEC\n1 \xC3\xA9"));
+        std::string last;
+        while (!r.AtEnd()) last = r.Read().Value;
+        EXPECT_TRUE(r.DecodesUtf8() == utf8 && last == (utf8 ? "é" : "Ă©")) << header;
+    }
+}
+
+TEST(UnicodeWrite, EncodingPerSaveModeAndCaseMapping) {
+    const struct { CodePage cp; SaveMode mode; bool utf8; std::string text, expected; } cases[] = {
+        {k1250, SaveMode::Classic, false, "Árvíztűrő 中\xFF", "\xC1rv\xEDzt\xFBr\xF5 ??"}, {k1252, SaveMode::Classic, false, "Árvíztűrő", "\xC1rv\xEDzt?r?"},
+        {k1252, SaveMode::Standard, false, "Árvíztűrő", "\xC1rv\xEDzt\\U+0171r\\U+0151"}, {k1250, SaveMode::Standard, true, "中文", "中文"},
+        {k1250, SaveMode::Standard, false, "Ελ中😀x\xFFy", "\\U+0395\\U+03BB\\U+4E2D\\U+D83D\\U+DE00x?y"}};
+    for (const auto& c : cases) {
+        std::string out;
+        DXFWriter w(c.cp);
+        w.SetSaveMode(c.mode), w.SetUtf8Output(c.utf8), w.OpenString(&out);
+        w.WriteString(1, c.text), w.WriteLine(c.text, true);
+        EXPECT_EQ(out, "1\r\n" + c.expected + "\r\n" + c.expected + "\r\n") << c.text;
+    }
+    EXPECT_EQ(UpperCase("line \xC5\x91z \xC3\xA9\xFF"), "LINE \xC5\x90Z \xC3\x89\xFF");  // malformed bytes kept
+    EXPECT_EQ(LowerCase("\xC5\x90Z\xFF"), "\xC5\x91z\xFF");
+    EXPECT_TRUE(EqualsNoCase("Layer\xC3\xA1", "LAYER\xC3\x81") && !EqualsNoCase("LAYER", "LAYERS"));
+}
