@@ -21,62 +21,47 @@ except ImportError:
 
 
 def counts(layout):
-    found = collections.Counter(e.dxftype() for e in layout)
-    return found, sum(len(e.attribs) for e in layout if e.dxftype() == "INSERT")
+    return +collections.Counter(e.dxftype() for e in layout), sum(len(e.attribs) for e in layout if e.dxftype() == "INSERT")
 
 
-def problems(folder, entry, standard):
-    doc = ezdxf.readfile(os.path.join(folder, entry["saved"]))
-    auditor = doc.audit()
+def problems(path, model, standard):
+    auditor = (doc := ezdxf.readfile(path)).audit()
     out = [e.message for e in auditor.errors] + (["%d auditor fixes" % len(auditor.fixes)] if standard and auditor.fixes else [])
-    model = entry["model"]
-    expected = [("ENTITIES", model["entities"], model["attribs"], doc.modelspace())]
-    names = collections.Counter(b["name"].upper() for b in model["blocks"])
-    for block in model["blocks"]:
-        name = block["name"].upper()
-        # ezdxf keys blocks without regard to case; extra paper spaces need
-        # layout objects that our fixed OBJECTS section lacks.
-        if names[name] > 1 or (name.startswith("*PAPER_SPACE") and name != "*PAPER_SPACE"):
-            continue
-        entities, attribs = collections.Counter(block["entities"]), block["attribs"]
-        if name == "*MODEL_SPACE":  # to ezdxf, our ENTITIES section and this block are one
-            entities, attribs = entities + collections.Counter(model["entities"]), attribs + model["attribs"]
-        expected.append((block["name"], entities, attribs, doc.blocks.get(block["name"])))
-    for where, entities, attribs, layout in expected:
-        if layout is None:
-            out.append("block %r is missing" % where)
-        elif counts(layout) != (+collections.Counter(entities), attribs):
-            out.append("%s: ours %s, ezdxf %s" % (where, (dict(+collections.Counter(entities)), attribs), counts(layout)))
+    ours = {"ENTITIES": (collections.Counter(model["entities"]), model["attribs"], doc.modelspace())}
+    for b in model["blocks"]:
+        # ezdxf keys blocks without regard to case; to it our ENTITIES section and the model space block are one;
+        # extra paper spaces need layout objects that our fixed OBJECTS section lacks.
+        name, model_space = b["name"].upper(), b["name"].upper() == "*MODEL_SPACE"
+        if [x["name"].upper() for x in model["blocks"]].count(name) == 1 and (name == "*PAPER_SPACE" or not name.startswith("*PAPER_SPACE")):
+            ours[b["name"]] = (collections.Counter(b["entities"]) + (ours["ENTITIES"][0] if model_space else collections.Counter()),
+                               b["attribs"] + (model["attribs"] if model_space else 0), doc.blocks.get(b["name"]))
+    for where, (entities, attribs, layout) in ours.items():
+        found = counts(layout) if layout is not None else "no such block"
+        if found != (+entities, attribs):
+            out.append("%s: ours %s, ezdxf %s" % (where, (dict(+entities), attribs), found))
     return out
-
-
-def readable(path):
-    try:
-        return not path or not os.path.exists(path) or bool(ezdxf.readfile(path))
-    except Exception:
-        return False
 
 
 def main(folders):
     checked = failed = 0
     for standard, folder in enumerate(folders):
-        listing = os.path.join(folder, "counts.json")
-        if not os.path.exists(listing):
-            print("ezdxf_check: %s is missing (no corpus, or its test did not run)" % listing)
+        if not os.path.exists(os.path.join(folder, "counts.json")):
+            print("ezdxf_check: %s holds no counts.json (no corpus, or its test did not run)" % folder)
             return 1 if standard else 77
-        with open(listing, encoding="utf-8") as f:
+        with open(os.path.join(folder, "counts.json"), encoding="utf-8") as f:
             entries = [e for e in json.load(f) if standard or e["acadver"] >= 1015]
         for entry in entries:
             try:
-                found = problems(folder, entry, standard)
+                found = problems(os.path.join(folder, entry["saved"]), entry["model"], standard)
             except Exception as e:
-                if not readable(entry.get("source_path")):
+                found = ["ezdxf could not read it: %s: %s" % (type(e).__name__, e)]
+                try:
+                    ezdxf.readfile(entry.get("source_path", ""))
+                except Exception:
                     print("skip %s: ezdxf cannot read the source drawing either" % entry["source"])
                     continue
-                found = ["ezdxf could not read it: %s: %s" % (type(e).__name__, e)]
-            checked += 1
-            if found:
-                failed += 1
+            checked, failed = checked + 1, failed + bool(found)
+            if found:  # the first ten problems
                 print("FAIL %s %s\n     %s" % (("Classic", "Standard")[standard], entry["source"], "\n     ".join(found[:10])))
     print("ezdxf_check: %d saved files read, %d failed" % (checked, failed))
     return 1 if failed else 0

@@ -1,7 +1,7 @@
 #!/bin/sh
 # Usage: install_test.sh BUILD VERSION cmake|pip
-# cmake: installs BUILD into a scratch prefix, builds the usage example against it as another project
-#   would (CMake package, shared and static, and pkg-config), and checks cpack's Debian package.
+# cmake: installs BUILD into a scratch prefix and builds the usage example against it as another project
+#   would: through the CMake package (shared and static library) and through pkg-config.
 # pip: builds the Python package from the sources reusing BUILD (no network, no build isolation) as a
 #   wheel and into a fresh virtual environment, where the Python usage example runs.
 set -eu
@@ -21,8 +21,7 @@ if [ "$3" = pip ]; then
   cd "$tmp"
   run venv/bin/python -c 'import glob, sys, zipfile, ormavec
 names = set(zipfile.ZipFile(glob.glob("dist/ormavec-%s-*.whl" % sys.argv[1])[0]).namelist())
-assert {"ormavec/__init__.py", "ormavec/__init__.pyi", "ormavec/py.typed"} <= names, names
-assert [n for n in names if n.startswith("ormavec/ormavec.") and n.endswith(".so")], names
+assert {"ormavec/__init__.py", "ormavec/__init__.pyi", "ormavec/py.typed"} <= names and any(n.endswith(".so") for n in names), names
 assert ormavec.__file__.startswith(sys.prefix) and ormavec.__version__ == sys.argv[1], ormavec.__file__' "$version"
   run venv/bin/python "$src/examples/usage_example.py" "$drawing" out.dxf
   exit 0
@@ -31,8 +30,7 @@ fi
 run cmake --install "$build" --prefix "$prefix"
 test "$("$prefix/bin/ormavec" --version)" = "ormavec $version"
 grep -q "^\.TH ORMAVEC 1 .*$version" "$prefix/share/man/man1/ormavec.1"
-mkdir "$tmp/cmake"
-cat >"$tmp/cmake/CMakeLists.txt" <<EOF
+mkdir "$tmp/cmake" && cat >"$tmp/cmake/CMakeLists.txt" <<EOF
 cmake_minimum_required(VERSION 3.25)
 project(consumer CXX)
 find_package(Ormavec $version CONFIG REQUIRED)
@@ -50,11 +48,4 @@ run c++ -std=c++20 -o "$tmp/pc" "$example" $(pkg-config --cflags --libs ormavec)
 for consumer in cmake/build/shared cmake/build/static pc; do run "$tmp/$consumer" "$drawing" "$tmp/out.dxf"; done
 ldd "$tmp/cmake/build/shared" | grep -q "$prefix/.*libormavec.so.${version%%.*}"
 ! ldd "$tmp/cmake/build/static" | grep -q libormavec || { echo "install_test: the static consumer needs libormavec"; exit 1; }
-
-(cd "$tmp" && run cpack -G DEB --config "$build/CPackConfig.cmake" -B "$tmp/deb")
-dpkg-deb -c "$tmp"/deb/ormavec_"$version"_*.deb >"$tmp/deb.txt"
-for f in bin/ormavec "lib/.*libormavec.so.$version" "lib/.*libormavec.a" include/ormavec/ormavec.h include/ormavec/document/document.h \
-  "lib/.*cmake/Ormavec/OrmavecConfig.cmake" "lib/.*pkgconfig/ormavec.pc" share/man/man1/ormavec.1; do
-  grep -q " \./usr/$f" "$tmp/deb.txt" || { echo "install_test: $f is not in the package"; exit 1; }
-done
-echo "install_test: installed tree, CMake and pkg-config consumers and the Debian package all right"
+echo "install_test: installed tree, CMake and pkg-config consumers all right"
