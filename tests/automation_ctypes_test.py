@@ -74,7 +74,7 @@ with tempfile.TemporaryDirectory() as folder:
     source, saved, registry = (os.path.join(folder, name) for name in ("in.dxf", "out.dxf", "ormavec/registry.ini"))
     with open(source, "w", newline="\r\n") as f:
         f.write("0\nSECTION\n2\nENTITIES\n" + "0\nLINE\n8\n0\n10\n0\n20\n0\n11\n10\n21\n5\n" * 300 + "0\nENDSEC\n0\nEOF\n")
-    plain, pinned = [], []
+    plain, pinned, layer = [], [], Variant()
     doc, lines = lines_of(source, recorder(plain))
     record, as_list, iid = Variant(), C.c_void_p(), (C.c_uint8 * 16)()
     check(lib.ormavec_record_new(b"LINE_ENT", C.byref(record)) | lib.ormavec_record_put(C.byref(record), b"Layer", C.byref(variant("Walls"))), "record")
@@ -86,7 +86,6 @@ with tempfile.TemporaryDirectory() as folder:
         lib.ormavec_release(obj)
     assert lib.DllCanUnloadNow() == 0, "an object outlived its last reference"
     doc, lines = lines_of(saved, recorder(pinned, True))
-    layer = Variant()
     check(lib.ormavec_record_get(C.byref(call(lines, "Item", GET, variant(300))), b"Layer", C.byref(layer)), "Layer")
     assert (call(lines, "Count", GET).u.lVal, layer.vt, C.string_at(layer.u.ptr)) == (301, VT_BSTR, b"Walls")
     lib.ormavec_release(lines), lib.ormavec_release(doc)

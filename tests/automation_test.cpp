@@ -15,7 +15,6 @@
 #include <vector>
 
 #include "automation/ormavec_automation.h"
-#include "test_support.h"
 
 namespace {
 
@@ -25,7 +24,7 @@ constexpr int32_t kOk = ORMAVEC_S_OK, kInvalid = ORMAVEC_ERR_INVALID_ARGUMENT, k
 struct Var : ormavec_variant {
     Var() { ormavec_variant_init(this); }
     ~Var() { ormavec_variant_clear(this); }
-    Var(const Var&) = delete;  // and so no assignment either
+    Var(Var&&) = delete;  // and so no copies either
 };
 
 struct Release { void operator()(ormavec_object* o) const { ormavec_release(o); } };
@@ -33,7 +32,7 @@ using Obj = std::unique_ptr<ormavec_object, Release>;
 
 std::string Field(const ormavec_variant& record, const char* field);
 
-// A host comparer ordering lines by StartX, and one that always fails.
+// A host comparer ordering lines by StartX as shown, and one that always fails.
 int32_t ByStartX(void* calls, const ormavec_variant* a, const ormavec_variant* b, int16_t* result) {
     const std::string x = Field(*a, "StartX"), y = Field(*b, "StartX");
     *result = static_cast<int16_t>(x < y ? -1 : x > y);
@@ -144,7 +143,8 @@ TEST(AutomationServer, EveryClassComesFromItsFactoryAndTakesEveryMemberByName) {
     ormavec_typelib_get_info(&lib);
     char libid[39];
     ormavec_guid_to_string(&lib.libid, libid);
-    EXPECT_EQ("Ormavec 7.2 {3A6C0766-157B-4090-A3E4-C890402F0A86}", lib.name + (" " + std::to_string(lib.major)) + "." + std::to_string(lib.minor) + " " + libid);
+    EXPECT_EQ("Ormavec 7.2 {3A6C0766-157B-4090-A3E4-C890402F0A86}",
+              lib.name + (" " + std::to_string(lib.major)) + "." + std::to_string(lib.minor) + " " + libid);
     std::set<std::string> seen;
     for (int32_t i = 0; i < lib.class_count; ++i) {
         ormavec_class_info c{};
@@ -189,7 +189,8 @@ TEST(AutomationServer, EveryClassComesFromItsFactoryAndTakesEveryMemberByName) {
         for (int32_t f = 0; f < rec.field_count; ++f) {
             ormavec_field_info field{};
             Var value;
-            EXPECT_TRUE(ormavec_typelib_field(r, f, &field) == kOk && ormavec_record_get(&record, field.name, &value) == kOk && ormavec_record_put(&record, field.name, &value) == kOk) << field.name;
+            EXPECT_TRUE(ormavec_typelib_field(r, f, &field) == kOk && ormavec_record_get(&record, field.name, &value) == kOk &&
+                        ormavec_record_put(&record, field.name, &value) == kOk) << rec.name << "." << field.name;
         }
     }
     std::string enums;

@@ -41,10 +41,10 @@ target_link_libraries(static PRIVATE Ormavec::ormavec_static)
 EOF
 run cmake -S "$tmp/cmake" -B "$tmp/cmake/build" -G Ninja -DCMAKE_PREFIX_PATH="$prefix"
 run cmake --build "$tmp/cmake/build"
-export PKG_CONFIG_PATH="$(dirname "$(find "$prefix" -name ormavec.pc)")"
-test "$(pkg-config --modversion ormavec)" = "$version"
+pc() { pkg-config --with-path="$(dirname "$(find "$prefix" -name ormavec.pc)")" "$@" ormavec; }
+test "$(pc --modversion)" = "$version"
 # shellcheck disable=SC2046
-run c++ -std=c++20 -o "$tmp/pc" "$example" $(pkg-config --cflags --libs ormavec) -Wl,-rpath,"$(pkg-config --variable=libdir ormavec)"
+run c++ -std=c++20 -o "$tmp/pc" "$example" $(pc --cflags --libs) -Wl,-rpath,"$(pc --variable=libdir)"
 for consumer in cmake/build/shared cmake/build/static pc; do run "$tmp/$consumer" "$drawing" "$tmp/out.dxf"; done
 ldd "$tmp/cmake/build/shared" | grep -q "$prefix/.*libormavec.so.${version%%.*}"
 ! ldd "$tmp/cmake/build/static" | grep -q libormavec || { echo "install_test: the static consumer needs libormavec"; exit 1; }
