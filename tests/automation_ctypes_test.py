@@ -1,247 +1,109 @@
 """A Python host of libormavec.so through ctypes alone (no extension module):
-load a drawing, add a line through IArrayList, save, reload, compare counts;
-then a Progress subscription that writes Percent back.
+every entry point of the header is exported; load a drawing, add a line
+through IArrayList, save, load the saved file and find the line there;
+Progress events with Percent written back; registration.
+(Variants the host made are not freed: the process ends.)
 
 Usage: automation_ctypes_test.py /path/to/libormavec.so
 """
 import ctypes as C
 import os
+import re
 import sys
 import tempfile
-import unittest
 
-LIB_PATH = sys.argv[1] if len(sys.argv) > 1 else os.environ.get("ORMAVEC_LIBRARY", "libormavec.so")
-
-VT_EMPTY, VT_I4, VT_R8, VT_BSTR, VT_DISPATCH, VT_BOOL, VT_RECORD = 0, 3, 5, 8, 9, 11, 36
-METHOD, GET, PUT = 1, 2, 4
-IID_IARRAYLIST = "{72442825-B37F-40F9-8A11-B577A06BC0F6}"
-
-
-class Guid(C.Structure):
-    _fields_ = [("data1", C.c_uint32), ("data2", C.c_uint16), ("data3", C.c_uint16), ("data4", C.c_uint8 * 8)]
+VT_I4, VT_BSTR, VT_DISPATCH, METHOD, GET = 3, 8, 9, 1, 2
+lib = C.CDLL(sys.argv[1])
+with open(os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "automation", "ormavec_automation.h")) as header:
+    ENTRY_POINTS = re.findall(r"^ORMAVEC_API [^(]*?(\w+)\(", header.read(), re.M)
+assert len(ENTRY_POINTS) > 40 and [n for n in ENTRY_POINTS if not hasattr(lib, n)] == [], ENTRY_POINTS
 
 
-class _Value(C.Union):
-    _fields_ = [("iVal", C.c_int16), ("lVal", C.c_int32), ("fltVal", C.c_float), ("dblVal", C.c_double),
-                ("boolVal", C.c_int16), ("strVal", C.c_void_p), ("objVal", C.c_void_p), ("ptr", C.c_void_p),
-                ("reserved", C.c_int64)]
+class Value(C.Union):
+    _fields_ = [("lVal", C.c_int32), ("dblVal", C.c_double), ("ptr", C.c_void_p)]
 
 
 class Variant(C.Structure):
-    _fields_ = [("vt", C.c_uint16), ("r1", C.c_uint16), ("r2", C.c_uint16), ("r3", C.c_uint16), ("u", _Value)]
-
-
-class ErrorInfo(C.Structure):
-    _fields_ = [("hresult", C.c_int32), ("number", C.c_int32), ("source", C.c_char_p), ("description", C.c_char_p)]
+    _fields_ = [("vt", C.c_uint16), ("reserved", C.c_uint16 * 3), ("u", Value)]
 
 
 SINK = C.CFUNCTYPE(None, C.c_void_p, C.c_int32, C.POINTER(Variant), C.c_int32)
 
-lib = C.CDLL(LIB_PATH)
-P, V, I32 = C.c_void_p, C.POINTER(Variant), C.c_int32
-for name, args, res in [
-    ("DllCanUnloadNow", [], I32),
-    ("ormavec_create_object", [C.c_char_p, C.POINTER(P)], I32),
-    ("ormavec_release", [P], C.c_uint32),
-    ("ormavec_query_interface", [P, C.POINTER(Guid), C.POINTER(P)], I32),
-    ("ormavec_get_ids_of_names", [P, C.POINTER(C.c_char_p), I32, C.POINTER(I32)], I32),
-    ("ormavec_invoke", [P, I32, I32, V, I32, V], I32),
-    ("ormavec_variant_clear", [V], I32),
-    ("ormavec_variant_set_string", [V, C.c_char_p], I32),
-    ("ormavec_record_new", [C.c_char_p, V], I32),
-    ("ormavec_record_get", [V, C.c_char_p, V], I32),
-    ("ormavec_record_put", [V, C.c_char_p, V], I32),
-    ("ormavec_guid_from_string", [C.c_char_p, C.POINTER(Guid)], I32),
-    ("ormavec_get_last_error", [C.POINTER(ErrorInfo)], I32),
-    ("ormavec_advise", [P, SINK, P, C.POINTER(C.c_uint32)], I32),
-    ("ormavec_unadvise", [P, C.c_uint32], I32),
-]:
-    fn = getattr(lib, name)
-    fn.argtypes, fn.restype = args, res
-
-
-class OrmavecError(Exception):
-    pass
-
 
 def check(hr, what):
-    if hr < 0:
-        e = ErrorInfo()
-        lib.ormavec_get_last_error(C.byref(e))
-        raise OrmavecError("%s: 0x%08X %d %s %s" % (what, hr & 0xFFFFFFFF, e.number, e.source, e.description))
-    return hr
+    assert hr >= 0, "%s failed: 0x%08X" % (what, hr & 0xFFFFFFFF)
 
 
-def new_variant(value=None):
-    v = Variant()
-    if isinstance(value, str):
-        check(lib.ormavec_variant_set_string(C.byref(v), value.encode()), "set_string")
-    elif isinstance(value, float):
-        v.vt, v.u.dblVal = VT_R8, value
-    elif isinstance(value, int):
-        v.vt, v.u.lVal = VT_I4, value
+def variant(value):
+    v = Variant(VT_I4, (0, 0, 0), Value(lVal=value)) if isinstance(value, int) else Variant()
+    check(isinstance(value, int) or lib.ormavec_variant_set_string(C.byref(v), value.encode()), value)
     return v
 
 
-class Obj:
-    """One reference to an object of the library."""
-
-    def __init__(self, ptr):
-        self.ptr = ptr
-
-    def release(self):
-        if self.ptr:
-            lib.ormavec_release(self.ptr)
-            self.ptr = None
-
-    def dispid(self, name):
-        names = (C.c_char_p * 1)(name.encode())
-        out = I32(-1)
-        check(lib.ormavec_get_ids_of_names(self.ptr, names, 1, C.byref(out)), name)
-        return out.value
-
-    def invoke(self, name, kind, *args):
-        arr = (Variant * max(1, len(args)))()
-        for i, a in enumerate(args):
-            if isinstance(a, Variant):
-                C.memmove(C.byref(arr[i]), C.byref(a), C.sizeof(Variant))  # the callee only reads it
-            else:
-                arr[i] = new_variant(a)
-        result = Variant()
-        try:
-            check(lib.ormavec_invoke(self.ptr, self.dispid(name), kind, arr, len(args), C.byref(result)), name)
-            return take(result)
-        finally:
-            for i, a in enumerate(args):
-                if not isinstance(a, Variant):
-                    lib.ormavec_variant_clear(C.byref(arr[i]))
-
-    def get(self, name):
-        return self.invoke(name, GET)
-
-    def query(self, iid_text):
-        iid, out = Guid(), P()
-        check(lib.ormavec_guid_from_string(iid_text.encode(), C.byref(iid)), "guid")
-        check(lib.ormavec_query_interface(self.ptr, C.byref(iid), C.byref(out)), "QueryInterface")
-        return Obj(out.value)
+def call(obj, name, kind, *args):
+    """The result of a late-bound call; an object comes with its reference."""
+    dispid, result = C.c_int32(), Variant()
+    check(lib.ormavec_get_ids_of_names(obj, C.byref(C.c_char_p(name.encode())), 1, C.byref(dispid)), name)
+    check(lib.ormavec_invoke(obj, dispid, kind, (Variant * max(1, len(args)))(*args), len(args), C.byref(result)), name)
+    return C.c_void_p(result.u.ptr) if result.vt == VT_DISPATCH else result
 
 
-def take(v):
-    """The Python value of a result variant, which is released (objects move)."""
-    if v.vt == VT_DISPATCH:
-        return Obj(v.u.objVal)
-    try:
-        if v.vt == VT_I4:
-            return v.u.lVal
-        if v.vt == VT_R8:
-            return v.u.dblVal
-        if v.vt == VT_BOOL:
-            return v.u.boolVal != 0
-        if v.vt == VT_BSTR:
-            return C.string_at(v.u.strVal).decode()
-        if v.vt == VT_EMPTY:
-            return None
-        raise AssertionError("unexpected variant type %d" % v.vt)
-    finally:
-        lib.ormavec_variant_clear(C.byref(v))
+def recorder(events, pin=False):
+    """A Progress sink keeping (id, argument count, Percent); with pin it sets Percent to 100."""
+    def sink(context, dispid, args, argc):
+        events.append((dispid, argc, args[0].u.lVal))
+        args[0].u.lVal = 100 if pin else args[0].u.lVal
+    return sink
 
 
-def create(progid):
-    out = P()
-    check(lib.ormavec_create_object(progid.encode(), C.byref(out)), progid)
-    return Obj(out.value)
+def lines_of(path, sink):
+    """A new document that loaded the file, and its LINES; the sink hears Progress meanwhile."""
+    doc, cookie, callback = C.c_void_p(), C.c_uint32(), SINK(sink)
+    check(lib.ormavec_create_object(b"Ormavec.DXFDocument", C.byref(doc)), "create")
+    check(lib.ormavec_advise(doc, callback, None, C.byref(cookie)), "advise")
+    call(doc, "Load", METHOD, variant(path))
+    check(lib.ormavec_unadvise(doc, cookie), "unadvise")
+    assert lib.ormavec_unadvise(doc, cookie) < 0, "a cookie unadvised twice"
+    entities = call(doc, "ENTITIES", GET)
+    lines = call(entities, "LINES", GET)
+    lib.ormavec_release(entities)
+    return doc, lines
 
 
-def write_drawing(path, lines):
-    text = "0\nSECTION\n2\nENTITIES\n"
-    for (x0, y0, x1, y1) in lines:
-        text += "0\nLINE\n8\n0\n10\n%r\n20\n%r\n11\n%r\n21\n%r\n" % (x0, y0, x1, y1)
-    text += "0\nENDSEC\n0\nEOF\n"
-    # CR LF, as the reader counts two characters per line end.
-    with open(path, "w", newline="\r\n") as f:
-        f.write(text)
+with tempfile.TemporaryDirectory() as folder:
+    source, saved, registry = (os.path.join(folder, name) for name in ("in.dxf", "out.dxf", "ormavec/registry.ini"))
+    with open(source, "w", newline="\r\n") as f:
+        f.write("0\nSECTION\n2\nENTITIES\n" + "0\nLINE\n8\n0\n10\n0\n20\n0\n11\n10\n21\n5\n" * 300 + "0\nENDSEC\n0\nEOF\n")
+    plain, pinned, layer = [], [], Variant()
+    doc, lines = lines_of(source, recorder(plain))
+    record, as_list, iid = Variant(), C.c_void_p(), (C.c_uint8 * 16)()
+    check(lib.ormavec_record_new(b"LINE_ENT", C.byref(record)) | lib.ormavec_record_put(C.byref(record), b"Layer", C.byref(variant("Walls"))), "record")
+    check(lib.ormavec_guid_from_string(b"{72442825-B37F-40F9-8A11-B577A06BC0F6}", iid), "iid")
+    check(lib.ormavec_query_interface(lines, iid, C.byref(as_list)), "_IArrayList")
+    call(as_list, "AddItem", METHOD, record)
+    call(doc, "Save", METHOD, variant(saved))
+    for obj in (as_list, lines, doc):
+        lib.ormavec_release(obj)
+    assert lib.DllCanUnloadNow() == 0, "an object outlived its last reference"
+    doc, lines = lines_of(saved, recorder(pinned, True))
+    check(lib.ormavec_record_get(C.byref(call(lines, "Item", GET, variant(300))), b"Layer", C.byref(layer)), "Layer")
+    assert (call(lines, "Count", GET).u.lVal, layer.vt, C.string_at(layer.u.ptr)) == (301, VT_BSTR, b"Walls")
+    lib.ormavec_release(lines), lib.ormavec_release(doc)
 
+    # Progress (id 1, one argument) comes at every new whole percentage up to
+    # 100; a sink that pins Percent to 100 hears every line until the reader's
+    # own value reaches it.
+    assert {event[:2] for event in plain + pinned} == {(1, 1)} and len(pinned) > len(plain) and lib.DllCanUnloadNow() == 0
+    assert [p for _, _, p in plain] == sorted({p for _, _, p in plain}) and plain[-1][2] == 100
 
-class CtypesHost(unittest.TestCase):
-    def setUp(self):
-        self.dir = tempfile.TemporaryDirectory()
-        self.objects = []
-
-    def tearDown(self):
-        for o in reversed(self.objects):
-            o.release()
-        self.dir.cleanup()
-        self.assertEqual(0, lib.DllCanUnloadNow(), "an object outlived the test")
-
-    def keep(self, obj):
-        self.objects.append(obj)
-        return obj
-
-    def lines_after_load(self, path):
-        doc = self.keep(create("Ormavec.DXFDocument"))
-        doc.invoke("Load", METHOD, path)
-        return doc, self.keep(self.keep(doc.get("ENTITIES")).get("LINES"))
-
-    def test_added_line_survives_save_and_load(self):
-        source = os.path.join(self.dir.name, "in.dxf")
-        saved = os.path.join(self.dir.name, "out.dxf")
-        write_drawing(source, [(0.0, 0.0, 10.0, 0.0), (10.0, 0.0, 10.0, 5.0), (10.0, 5.0, 0.0, 0.0)])
-        doc, lines = self.lines_after_load(source)
-        before = lines.get("Count")
-        self.assertEqual(3, before)
-
-        record = Variant()
-        check(lib.ormavec_record_new(b"LINE_ENT", C.byref(record)), "record_new")
-        try:
-            for field, value in [("Layer", "Walls"), ("StartX", 1.5), ("StartY", 2.5), ("EndX", 3.5), ("EndY", 4.5)]:
-                v = new_variant(value)
-                check(lib.ormavec_record_put(C.byref(record), field.encode(), C.byref(v)), field)
-                lib.ormavec_variant_clear(C.byref(v))
-            as_list = self.keep(lines.query(IID_IARRAYLIST))
-            as_list.invoke("AddItem", METHOD, record)
-        finally:
-            lib.ormavec_variant_clear(C.byref(record))
-        self.assertEqual(before + 1, lines.get("Count"))
-        doc.invoke("Save", METHOD, saved)
-
-        _, reloaded = self.lines_after_load(saved)
-        self.assertEqual(before + 1, reloaded.get("Count"))
-
-    def test_progress_percent_goes_back_to_the_reader(self):
-        source = os.path.join(self.dir.name, "many.dxf")
-        write_drawing(source, [(float(i), 0.0, float(i), 1.0) for i in range(300)])
-
-        def run(overwrite):
-            seen = []
-
-            def on_event(_context, dispid, args, argc):
-                self.assertEqual((1, 1), (dispid, argc))
-                seen.append(args[0].u.lVal)
-                if overwrite:
-                    args[0].u.lVal = 100
-
-            sink = SINK(on_event)
-            doc = self.keep(create("Ormavec.DXFDocument"))
-            cookie = C.c_uint32()
-            check(lib.ormavec_advise(doc.ptr, sink, None, C.byref(cookie)), "advise")
-            doc.invoke("Load", METHOD, source)
-            check(lib.ormavec_unadvise(doc.ptr, cookie.value), "unadvise")
-            return seen
-
-        plain = run(False)
-        self.assertTrue(plain)
-        self.assertEqual(sorted(set(plain)), plain)
-        self.assertGreater(len(run(True)), len(plain))
-
-    def test_component_error_reaches_the_host(self):
-        lines = self.keep(create("Ormavec.LINES"))
-        with self.assertRaises(OrmavecError) as caught:
-            lines.invoke("Item", GET, 0)
-        self.assertIn("0x80040001", str(caught.exception))
-        e = ErrorInfo()
-        lib.ormavec_get_last_error(C.byref(e))
-        self.assertEqual(b"LINES", e.source)
-
-
-if __name__ == "__main__":
-    unittest.main(argv=[sys.argv[0]], verbosity=1)
+    # Registration writes one file in the per-user data folder, and takes it away.
+    os.environ["XDG_DATA_HOME"] = folder
+    check(lib.DllRegisterServer(), "DllRegisterServer")
+    text = open(registry, encoding="utf-8").read()
+    assert all(part in text for part in ("[TypeLib {3A6C0766-157B-4090-A3E4-C890402F0A86}]\nName=Ormavec\nVersion=7.2\n", "\nInprocServer32=/",
+               "[CLSID {FDAD9AB1-0685-4ADA-AB7C-FC09134C81EE}]\nName=DXFDocument\nProgID=Ormavec.DXFDocument.7\nVersionIndependentProgID=",
+               "ThreadingModel=Apartment\n", "[ProgID Ormavec.clsDebug]\nCLSID={39514D20-4538-4C88-9AAD-B0279D5132C3}\n")), text
+    os.environ["ORMAVEC_REGISTRY_FILE"] = registry
+    check(lib.DllUnregisterServer() | lib.DllUnregisterServer(), "DllUnregisterServer twice")
+    assert not os.path.exists(registry)
+print("automation_ctypes_test: passed")
