@@ -1,6 +1,11 @@
+// The document as a whole: loading adds to the model, a failed load keeps
+// what it read, the version mode is per thread and decides what is read, a
+// failed save leaves the old file as it was.
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include <cmath>
+#include <functional>
 #include <string>
 #include <thread>
 #include <vector>
@@ -8,316 +13,186 @@
 #include "ormavec.h"
 #include "test_support.h"
 
-using ormavec::DXFDocument;
-using ormavec::DXFWriter;
-using ormavec::Error;
+using namespace ormavec;
 using namespace ormavec::test;
 
 namespace {
 
-int32_t loadError(DXFDocument& doc, const std::string& file, std::string* message = nullptr) {
-    try {
-        doc.Load(file);
-    } catch (const Error& e) {
-        if (message) *message = e.what();
-        return e.number();
-    }
-    return 0;
-}
+const std::string kDrawing = Dxf(R"(0 SECTION
+    2 HEADER
+    9 $ACADVER
+    1 AC1015
+    9 $EXTMIN
+    10 1
+    20 2
+    30 3
+    0 ENDSEC
+    0 SECTION
+    2 TABLES
+    0 TABLE
+    2 LAYER
+    0 LAYER
+    2 Walls
+    0 ENDTAB
+    0 ENDSEC
+    0 SECTION
+    2 BLOCKS
+    0 BLOCK
+    2 Tree
+    0 HATCH
+    91 0
+    0 ENDBLK
+    0 ENDSEC
+    0 SECTION
+    2 ENTITIES
+    0 LINE
+    10 1
+    0 ENDSEC
+    0 EOF)");
 
-TEST(DocumentSpine, OnlyEofLoadsNothing) {
+TEST(Document, LoadAddsToTheModelAndEachHeaderSetsItsExtents) {
     TempDir dir;
-    WriteFile(dir / "eof.dxf", CrlfLines({"  0", "EOF", "0", "SECTION", "2", "HEADER", "9", "$ACADVER", "1", "AC1018", "0", "ENDSEC"}));
+    WriteFile(dir / "a.dxf", kDrawing);
+    WriteFile(dir / "b.dxf", Dxf("0 SECTION\n2 HEADER\n9 $EXTMAX\n10 4\n20 5\n30 6\n0 ENDSEC\n0 EOF\n"));
     DXFDocument doc;
-    doc.HEADER()->SetAcadVer(1015);
-    doc.HEADER()->SetExtMin({1, 2, 3});
-    doc.Load(dir / "eof.dxf");
-    EXPECT_EQ(doc.HEADER()->AcadVer(), 1015);  // nothing after EOF is read
-    EXPECT_EQ(doc.HEADER()->ExtMin().Y, 2);
-    EXPECT_EQ(doc.FileName(), dir / "eof.dxf");
-}
-
-TEST(DocumentSpine, SectionNamesAndMarkers) {
-    TempDir dir;
-    const struct {
-        std::string text;
-        int32_t version;
-    } cases[] = {
-        // A section name in lower case is still the HEADER section.
-        {LfLines({"0", "SECTION", "2", "header", "9", "$ACADVER", "1", "AC1015", "0", "ENDSEC", "0", "EOF"}), 1015},
-        // 0/section in lower case does not start a section: its pairs are dropped.
-        {LfLines({"0", "section", "2", "HEADER", "9", "$ACADVER", "1", "AC1015", "0", "ENDSEC", "0", "EOF"}), 0},
-        // Nor does "SECTION" under another group code.
-        {LfLines({"1", "SECTION", "2", "HEADER", "9", "$ACADVER", "1", "AC1015", "0", "ENDSEC", "0", "EOF"}), 0},
-        // CLASSES, OBJECTS and unknown sections are read past; no EOF is needed.
-        {CrlfLines({"999", "comment", "0", "SECTION", "2", "CLASSES", "0", "CLASS", "1", "LWPOLYLINE", "2", "HEADER", "0", "ENDSEC",
-               "0", "SECTION", "2", "THUMBNAILIMAGE", "90", "12", "0", "ENDSEC", "0", "SECTION", "2", "HEADER", "9", "$ACADVER",
-               "1", "AC1018", "0", "ENDSEC", "0", "SECTION", "2", "OBJECTS", "0", "DICTIONARY", "5", "C", "0", "ENDSEC"}),
-         1018},
-    };
-    for (const auto& c : cases) {
-        WriteFile(dir / "case.dxf", c.text);
-        DXFDocument doc;
-        doc.Load(dir / "case.dxf");
-        EXPECT_EQ(doc.HEADER()->AcadVer(), c.version) << c.text;
-    }
-}
-
-TEST(DocumentSpine, TextConvertModeReachesTheReader) {
-    TempDir dir;
-    WriteFile(dir / "utf8.dxf", CrlfLines({"0", "SECTION", "2", "ENTITIES", "0", "LINE", "8", "\xC3\xA9", "10", "1", "20", "2", "30",
-                                      "0", "11", "3", "21", "4", "31", "0", "0", "ENDSEC", "0", "EOF"}));
-    const struct {
-        ormavec::TextConvertMode mode;
-        const char* layer;
-    } cases[] = {{ormavec::TextConvertMode::FromUTF8, "\xC3\xA9"}, {ormavec::TextConvertMode::None, "\xC4\x82\xC2\xA9"}};
-    for (const auto& c : cases) {
-        DXFDocument doc;
-        doc.SetTextConvertMode(c.mode);
-        doc.Load(dir / "utf8.dxf");
-        ASSERT_EQ(doc.ENTITIES()->LINES()->Count(), 1);
-        EXPECT_EQ(doc.ENTITIES()->LINES()->Item(0).Layer, c.layer);
-    }
-}
-
-TEST(DocumentSpine, SectionObjectsLastAsLongAsTheDocument) {
-    TempDir dir;
-    WriteFile(dir / "h.dxf", CrlfLines({"0", "SECTION", "2", "HEADER", "9", "$ACADVER", "1", "AC1009", "0", "ENDSEC", "0", "EOF"}));
-    DXFDocument doc;
-    const auto* header = doc.HEADER().get();
-    const auto* entities = doc.ENTITIES().get();
-    const auto* blocks = doc.BLOCKS().get();
-    const auto* tables = doc.TABLES().get();
-    EXPECT_EQ(doc.HEADER()->AcadVer(), 0);
-    EXPECT_EQ(doc.ENTITIES()->LINES()->Count(), 0);
-    EXPECT_EQ(doc.FileName(), "");
-    doc.Load(dir / "h.dxf");
-    doc.Load(dir / "h.dxf");
+    const HEADER* header = doc.HEADER().get();
+    doc.Load(dir / "a.dxf");
+    doc.Load(dir / "a.dxf");
     EXPECT_EQ(doc.HEADER().get(), header);
-    EXPECT_EQ(doc.ENTITIES().get(), entities);
-    EXPECT_EQ(doc.BLOCKS().get(), blocks);
-    EXPECT_EQ(doc.TABLES().get(), tables);
-    EXPECT_EQ(header->AcadVer(), 1009);
+    EXPECT_EQ(doc.ENTITIES()->LINES()->Count(), 2);
+    EXPECT_EQ(doc.TABLES()->LAYERS()->Count(), 1);  // one entry per name
+    EXPECT_EQ(doc.BLOCKS()->Count(), 1);
+    doc.TABLES()->LAYERS()->Clear();
+    doc.Load(dir / "b.dxf");
+    EXPECT_EQ(doc.FileName(), dir / "b.dxf");
+    EXPECT_EQ(doc.HEADER()->AcadVer(), 1015);  // kept: the second header has none
+    EXPECT_EQ(doc.HEADER()->ExtMin(), (XYZ{0, 0, 0}));
+    EXPECT_EQ(doc.HEADER()->ExtMax(), (XYZ{4, 5, 6}));
+    EXPECT_EQ(doc.TABLES()->LAYERS()->Count(), 0);
+    doc.ExplodePolyLines();  // part of the interface, changing nothing
+    doc.ExplodeLWPolyLines();
+    EXPECT_EQ(doc.ENTITIES()->LINES()->Count(), 2);
 }
 
-TEST(DocumentSpine, EmptyFileLoadsNothing) {
+// Every document on a thread shares one version mode; below 6 the hatches
+// of blocks are not read.
+TEST(Document, VersionModeIsPerThreadAndDecidesWhetherHatchesAreRead) {
     TempDir dir;
-    WriteFile(dir / "empty.dxf", "");
-    DXFDocument doc;
-    int events = 0;
-    doc.Progress = [&](int32_t&) { ++events; };
-    doc.Load(dir / "empty.dxf");
-    EXPECT_EQ(events, 0);
-    EXPECT_EQ(doc.HEADER()->AcadVer(), 0);
-}
-
-TEST(DocumentSpine, VersionModeIsSharedOnAThreadOnly) {
+    WriteFile(dir / "a.dxf", kDrawing);
     DXFDocument a, b;
     const int16_t before = a.VersionMode();
-    a.SetVersionMode(6);
+    for (int16_t mode : {5, 6}) {
+        a.SetVersionMode(mode);
+        EXPECT_EQ(CurrentVersionMode(), mode);
+        DXFDocument doc;
+        doc.Load(dir / "a.dxf");
+        EXPECT_EQ(doc.BLOCKS()->ItemRef(0).HATCHES->Count(), mode == 6 ? 1 : 0);
+    }
     EXPECT_EQ(b.VersionMode(), 6);
-    DXFDocument c;
-    EXPECT_EQ(c.VersionMode(), 6);
     int16_t seen = -1;
-    std::thread([&] {
-        DXFDocument d;
-        seen = d.VersionMode();
-        d.SetVersionMode(9);
-    }).join();
+    std::thread([&] { seen = DXFDocument().VersionMode(); }).join();
     EXPECT_EQ(seen, 0);
-    EXPECT_EQ(a.VersionMode(), 6);
-    b.SetVersionMode(-3);
-    EXPECT_EQ(a.VersionMode(), -3);
-    EXPECT_EQ(ormavec::CurrentVersionMode(), -3);
     a.SetVersionMode(before);
 }
 
-TEST(DocumentSpine, ExplodeChangesNothing) {
-    DXFDocument doc;
-    doc.ENTITIES()->LINES()->Add(ormavec::LINE_ENT{});
-    doc.ENTITIES()->POLYLINES()->Add(ormavec::POLYLINE_ENT{});
-    doc.ENTITIES()->LWPOLYLINES()->Add(ormavec::LWPOLYLINE_ENT{});
-    doc.ExplodePolyLines();
-    doc.ExplodeLWPolyLines();
-    EXPECT_EQ(doc.ENTITIES()->LINES()->Count(), 1);
-    EXPECT_EQ(doc.ENTITIES()->POLYLINES()->Count(), 1);
-    EXPECT_EQ(doc.ENTITIES()->LWPOLYLINES()->Count(), 1);
-}
-
-TEST(DocumentSpine, MissingFileSetsFileNameFirst) {
+TEST(Document, FailedLoadKeepsWhatWasReadAndTheDocumentGoesOn) {
     TempDir dir;
     DXFDocument doc;
-    std::string message;
-    EXPECT_EQ(loadError(doc, dir / "missing.dxf", &message), ormavec::err::FileNotFound);
+    EXPECT_EQ(ErrorNumberOf([&] { doc.Load(dir / "missing.dxf"); }), err::FileNotFound);
     EXPECT_EQ(doc.FileName(), dir / "missing.dxf");
-    EXPECT_NE(message.find("missing.dxf"), std::string::npos);
+    EXPECT_NE(std::string(Raised([&] { doc.Load(dir / "missing.dxf"); }).what()).find("missing.dxf"), std::string::npos);
+
+    WriteFile(dir / "bad.dxf", Dxf("0 SECTION\n2 ENTITIES\n0 LINE\n10 1\n0 LINE\n10 2\n0 LINE\n10 ten\n0 ENDSEC\n0 EOF\n"));
+    EXPECT_EQ(ErrorNumberOf([&] { doc.Load(dir / "bad.dxf"); }), err::TypeMismatch);
+    ASSERT_EQ(doc.ENTITIES()->LINES()->Count(), 2);
+    WriteFile(dir / "a.dxf", kDrawing);
+    doc.Load(dir / "a.dxf");
+    ASSERT_EQ(doc.ENTITIES()->LINES()->Count(), 3);
+    doc.Save(dir / "saved.dxf");
+    DXFDocument again;
+    again.Load(dir / "saved.dxf");
+    EXPECT_EQ(again.ENTITIES()->LINES()->Item(1).StartX, 2.0);
 }
 
-TEST(DocumentSpine, ErrorKeepsWhatWasReadAndTheNextLoadWorks) {
-    TempDir dir;
-    WriteFile(dir / "bad.dxf", CrlfLines({"0", "SECTION", "2", "HEADER", "9", "$ACADVER", "1", "AC1015", "9", "$EXTMIN", "10", "1",
-                                     "20", "2", "30", "3", "9", "$EXTMAX", "10", "x4", "20", "5", "30", "6", "0", "ENDSEC",
-                                     "0", "EOF"}));
-    DXFDocument doc;
-    std::string message;
-    EXPECT_EQ(loadError(doc, dir / "bad.dxf", &message), ormavec::err::TypeMismatch);
-    EXPECT_NE(message.find("bad.dxf:20"), std::string::npos) << message;
-    EXPECT_EQ(doc.HEADER()->AcadVer(), 1015);
-    EXPECT_EQ(doc.HEADER()->ExtMin().Z, 3);
-
-    WriteFile(dir / "good.dxf", CrlfLines({"0", "SECTION", "2", "HEADER", "9", "$EXTMAX", "10", "4", "20", "5", "30", "6", "0",
-                                      "ENDSEC", "0", "EOF"}));
-    doc.Load(dir / "good.dxf");
-    EXPECT_EQ(doc.HEADER()->ExtMax().Y, 5);
-    EXPECT_EQ(doc.HEADER()->AcadVer(), 1015);
-    EXPECT_EQ(doc.FileName(), dir / "good.dxf");
-}
-
-TEST(DocumentSpine, BadNumberInEntitiesKeepsTheHeader) {
-    TempDir dir;
-    WriteFile(dir / "bad.dxf", CrlfLines({"0", "SECTION", "2", "HEADER", "9", "$ACADVER", "1", "AC1018", "0", "ENDSEC", "0",
-                                     "SECTION", "2", "ENTITIES", "0", "LINE", "8", "0", "10", "1..5", "20", "0", "30", "0",
-                                     "11", "1", "21", "1", "31", "0", "0", "ENDSEC", "0", "EOF"}));
-    DXFDocument doc;
-    EXPECT_EQ(loadError(doc, dir / "bad.dxf"), ormavec::err::TypeMismatch);
-    EXPECT_EQ(doc.HEADER()->AcadVer(), 1018);
-    WriteFile(dir / "good.dxf", CrlfLines({"0", "SECTION", "2", "HEADER", "9", "$ACADVER", "1", "AC1015", "0", "ENDSEC", "0", "EOF"}));
-    doc.Load(dir / "good.dxf");
-    EXPECT_EQ(doc.HEADER()->AcadVer(), 1015);
-}
-
-TEST(DocumentSpine, CodeLineErrorsNameFileAndLine) {
-    TempDir dir;
-    const struct {
-        std::string text;
-        int32_t error;
-        const char* where;
-    } cases[] = {
-        {LfLines({"0", "SECTION", "2", "HEADER", "nine", "$EXTMIN"}), ormavec::err::TypeMismatch, "cut.dxf:5"},
-        {LfLines({"0", "SECTION", "2", "HEADER", "99999999999", "$EXTMIN"}), ormavec::err::Overflow, "cut.dxf:5"},
-        {LfLines({"0", "SECTION", "2", "HEADER", "0", "ENDSEC", "0"}), ormavec::err::InputPastEndOfFile, "cut.dxf:7"},
-    };
-    for (const auto& c : cases) {
-        WriteFile(dir / "cut.dxf", c.text);
-        DXFDocument doc;
-        std::string message;
-        EXPECT_EQ(loadError(doc, dir / "cut.dxf", &message), c.error) << c.text;
-        EXPECT_NE(message.find(c.where), std::string::npos) << message;
-    }
-}
-
-TEST(DocumentSpine, ProgressIsForwardedByReference) {
+// The handler sees each new percentage and may change it.
+TEST(Document, ProgressReachesTheHandler) {
     TempDir dir;
     std::string text;
     for (int i = 0; i < 50; ++i) text += "     999\r\nABCDEFGH\r\n";
     WriteFile(dir / "p.dxf", text);
     DXFDocument doc;
     std::vector<int32_t> got;
-    doc.Progress = [&](int32_t& p) {
-        got.push_back(p);
-        p = 100;
-    };
+    doc.Progress = [&](int32_t& p) { got.push_back(std::exchange(p, 100)); };
     doc.Load(dir / "p.dxf");
     ASSERT_EQ(got.size(), 99u);
     EXPECT_EQ(got.front(), 1);
     EXPECT_EQ(got.back(), 99);
 }
 
-TEST(DocumentSpine, FailedSaveLeavesTheOldFileUntouched) {
-    TempDir dir;
-    const std::string target = dir / "keep.dxf";
-    const std::string old = CrlfLines({"0", "SECTION", "2", "HEADER", "0", "ENDSEC", "0", "EOF"});
-    WriteFile(target, old);
-    DXFDocument doc;
-    doc.HEADER()->SetAcadVer(1015);
-    doc.HEADER()->SetExtMax({1, std::nan(""), 0});  // the writer refuses it halfway through HEADER
-    EXPECT_THROW(doc.Save(target), Error);
-    EXPECT_EQ(ReadFile(target), old);
-    EXPECT_EQ(dir.names(), std::vector<std::string>{"keep.dxf"});
-    EXPECT_EQ(doc.FileName(), target);
-
-    // A folder that does not exist: nothing is created anywhere.
-    EXPECT_THROW(doc.Save(dir / "no-folder/out.dxf"), Error);
-    EXPECT_EQ(dir.names(), std::vector<std::string>{"keep.dxf"});
+mode_t ModeOf(const std::string& path) {
+    struct stat st {};
+    EXPECT_EQ(::stat(path.c_str(), &st), 0) << path;
+    return st.st_mode & 07777;
 }
 
-TEST(FixedSections, Classes) {
-    std::string out;
-    DXFWriter w;
-    w.OpenString(&out);
-    DXFDocument::WriteClasses(w);
-    EXPECT_EQ(out, CrlfLines({"0",  "SECTION", "2",   "CLASSES",          "0",   "CLASS",
-                         "1",  "LWPOLYLINE", "2", "AcDbPolyline",    "3",   "AutoCAD",
-                         "90", "0",       "280", "0",                "281", "1",
-                         "0",  "CLASS",   "1",   "WIPEOUT",          "2",   "AcDbWipeout",
-                         "3",  "WIPEOUT", "90",  "127",              "280", "0",
-                         "281", "1",      "0",   "CLASS",            "1",   "WIPEOUTVARIABLES",
-                         "2",  "AcDbWipeoutVariables", "3", "WIPEOUT", "90", "0",
-                         "280", "2",      "281", "0",                "0",   "ENDSEC"}));
+// A save that fails halfway leaves the file it replaces as it was (contents
+// and permissions) and no other file; a save that succeeds keeps the
+// permissions.
+TEST(Document, FailedSaveLeavesTheOldFile) {
+    const struct {
+        const char* name;
+        std::function<void(DXFDocument&)> fill;
+        int32_t error;
+    } cases[] = {
+        {"a drawing that saves", [](DXFDocument&) {}, 0},
+        {"an extent that is not a number", [](DXFDocument& d) { d.HEADER()->SetExtMax({1, std::nan(""), 0}); }, err::Overflow},
+        {"a polyline without vertices", [](DXFDocument& d) { d.ENTITIES()->POLYLINES()->Add(POLYLINE_ENT{}); }, err::SubscriptOutOfRange},
+        {"a line type counting more elements than it has",
+         [](DXFDocument& d) { d.TABLES()->LTYPES()->Add(LTYPES_TAB{"Short", "", 1, 2, {{0.5}}}); }, err::SubscriptOutOfRange},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        TempDir dir;
+        const std::string target = dir / "keep.dxf";
+        WriteFile(target, "old");
+        ASSERT_EQ(::chmod(target.c_str(), 0640), 0);
+        DXFDocument doc;
+        c.fill(doc);
+        EXPECT_EQ(ErrorNumberOf([&] { doc.Save(target); }), c.error);
+        EXPECT_EQ(ReadFile(target) == "old", c.error != 0);
+        EXPECT_EQ(ModeOf(target), 0640u);
+        EXPECT_EQ(doc.FileName(), target);
+        EXPECT_EQ(ErrorNumberOf([&] { doc.Save(dir / "new.dxf"); }), c.error);
+        EXPECT_NE(ErrorNumberOf([&] { doc.Save(dir / "no-folder/out.dxf"); }), 0);
+        EXPECT_EQ(dir.entries(), c.error ? 1u : 2u);
+    }
 }
 
-TEST(FixedSections, ObjectsContinueTheHandleCounter) {
-    std::string out;
-    DXFWriter w;
-    w.OpenString(&out);
-    int32_t h = 9;
-    WithSave(w, h, [&](ormavec::SaveContext& s) { DXFDocument::WriteObjects(s); });
-    EXPECT_EQ(h, 14);
-    EXPECT_EQ(out, CrlfLines({"0",   "SECTION",        "2",   "OBJECTS",         "0",   "DICTIONARY",
-                         "5",   "A",              "100", "AcDbDictionary",  "3",   "ACAD_GROUP",
-                         "350", "B",              "3",   "ACAD_MLINESTYLE", "350", "C",
-                         "0",   "DICTIONARY",     "5",   "B",               "100", "AcDbDictionary",
-                         "0",   "DICTIONARY",     "5",   "D",               "100", "AcDbDictionary",
-                         "0",   "DICTIONARY",     "5",   "C",               "100", "AcDbDictionary",
-                         "3",   "STANDARD",       "350", "E",               "0",   "MLINESTYLE",
-                         "5",   "E",              "100", "AcDbMlineStyle",  "2",   "STANDARD",
-                         "70",  "0",              "3",   "",                "62",  "0",
-                         "51",  "90.",            "52",  "90.",             "71",  "2",
-                         "49",  "0.5",            "62",  "256",             "6",   "BYLAYER",
-                         "49",  "-0.5",           "62",  "256",             "6",   "BYLAYER",
-                         "0",   "ENDSEC"}));
-}
-
-TEST(FixedSections, ObjectsHandlesFromZeroAndAtTheLimit) {
-    std::string out;
-    DXFWriter w;
-    w.OpenString(&out);
-    int32_t h = 0;
-    WithSave(w, h, [&](ormavec::SaveContext& s) { DXFDocument::WriteObjects(s); });
-    EXPECT_EQ(h, 5);
-    EXPECT_NE(out.find("0\r\nMLINESTYLE\r\n5\r\n5\r\n"), std::string::npos);
-    h = INT32_MAX - 2;
-    EXPECT_THROW(WithSave(w, h, [&](ormavec::SaveContext& s) { DXFDocument::WriteObjects(s); }), Error);
-}
-
-TEST(FixedSections, Eof) {
-    std::string out;
-    DXFWriter w;
-    w.OpenString(&out);
-    DXFDocument::WriteEof(w);
-    EXPECT_EQ(out, "0\r\nEOF\r\n");
-}
-
-// Needs the TABLES, BLOCKS and ENTITIES writers.
-TEST(DocumentSpine, NewDocumentSavesACompleteFileThatLoadsBack) {
+// The view of the active viewport is centred on the extents and as high.
+TEST(Document, SaveCentresTheViewOnTheExtents) {
     TempDir dir;
     DXFDocument doc;
-    doc.HEADER()->SetAcadVer(1015);
-    doc.HEADER()->SetExtMax({10, 20, 0});
-    doc.Save(dir / "new.dxf");
-    const std::string text = ReadFile(dir / "new.dxf");
-    EXPECT_EQ(text.rfind(CrlfLines({"0", "SECTION", "2", "HEADER", "9", "$ACADVER", "1", "AC1015"}), 0), 0u);
-    const std::string tail = CrlfLines({"6", "BYLAYER", "0", "ENDSEC", "0", "EOF"});
-    ASSERT_GE(text.size(), tail.size());
-    EXPECT_EQ(text.substr(text.size() - tail.size()), tail);
-    for (const char* section : {"CLASSES", "TABLES", "BLOCKS", "ENTITIES", "OBJECTS"})
-        EXPECT_NE(text.find(std::string("0\r\nSECTION\r\n2\r\n") + section + "\r\n"), std::string::npos) << section;
-    DXFDocument back;
-    back.Load(dir / "new.dxf");
-    EXPECT_EQ(back.HEADER()->AcadVer(), 1015);
-    EXPECT_EQ(back.HEADER()->ExtMax().Y, 20);
-    EXPECT_EQ(back.ENTITIES()->LINES()->Count(), 0);
-    EXPECT_EQ(dir.names(), std::vector<std::string>{"new.dxf"});
+    doc.HEADER()->SetExtMin({0, -23, 0});
+    doc.HEADER()->SetExtMax({25, 17, 0});
+    doc.Save(dir / "v.dxf");
+    const std::string text = ReadFile(dir / "v.dxf");
+    EXPECT_NE(text.find("\r\n12\r\n12.5\r\n22\r\n-3.\r\n"), std::string::npos);
+    EXPECT_NE(text.find("\r\n40\r\n40.\r\n41\r\n1.826004\r\n"), std::string::npos);
+}
+
+TEST(Document, VersionTextsAndTheHandleLimit) {
+    EXPECT_EQ(HEADER::ParseVersion("AC1015"), 1015);
+    EXPECT_EQ(HEADER::ParseVersion("X 7"), 7);
+    EXPECT_EQ(HEADER::ParseVersion("AC"), 0);
+    EXPECT_EQ(ErrorNumberOf([] { HEADER::ParseVersion("AC1015a"); }), err::TypeMismatch);
+    EXPECT_EQ(ErrorNumberOf([] { HEADER::ParseVersion("AC99999999999"); }), err::Overflow);
+    // The fixed objects take five handles; the counter may not pass 2^31 - 1.
+    int32_t handle = INT32_MAX - 5;
+    Written([&](DXFWriter& w) { WithSave(w, handle, [](SaveContext& s) { DXFDocument::WriteObjects(s); }); });
+    EXPECT_EQ(handle, INT32_MAX);
+    handle = INT32_MAX - 4;
+    EXPECT_EQ(ErrorNumberOf([&] { Written([&](DXFWriter& w) { WithSave(w, handle, [](SaveContext& s) { DXFDocument::WriteObjects(s); }); }); }),
+              err::Overflow);
 }
 
 }  // namespace
