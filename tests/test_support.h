@@ -8,14 +8,12 @@
 
 #include <filesystem>
 #include <fstream>
-#include <initializer_list>
 #include <iterator>
 #include <sstream>
 #include <stdexcept>
 #include <string>
 #include <string_view>
 #include <system_error>
-#include <tuple>
 #include <vector>
 
 #include "diagnostics/call_log.h"
@@ -26,36 +24,6 @@
 #include "entities/collections.h"
 
 namespace ormavec::test {
-
-// Text with LF line ends turned into CR LF ones.
-inline std::string Crlf(std::string_view text) {
-    std::string out;
-    for (char c : text) {
-        if (c == '\n') out += '\r';
-        out += c;
-    }
-    return out;
-}
-
-// Lines of a file, each ended by CR LF.
-inline std::string CrlfLines(std::initializer_list<std::string_view> lines) {
-    std::string s;
-    for (std::string_view l : lines) {
-        s.append(l);
-        s.append("\r\n");
-    }
-    return s;
-}
-
-// Lines of a file, each ended by LF only, as some programs write them.
-inline std::string LfLines(std::initializer_list<std::string_view> lines) {
-    std::string s;
-    for (std::string_view l : lines) {
-        s.append(l);
-        s.append("\n");
-    }
-    return s;
-}
 
 // "code value" per line, as the file's pairs: the code and value lines in
 // order. A line holding only the code stands for an empty value; blank lines
@@ -125,23 +93,6 @@ void WithSave(DXFWriter& writer, int32_t& handle, Fn&& fn) {
 template <class R>
 void WriteEntity(DXFWriter& writer, const R& record, int32_t& handle) {
     WithSave(writer, handle, [&](SaveContext& save) { ::ormavec::WriteEntity(save, record); });
-}
-
-// Reads one record from text; `Lists` are the companion lists the record's
-// reader fills (vertices, boundary points), thrown away afterwards.
-template <class T, class... Lists>
-T ReadEntityFrom(DXFReader& reader, const std::string& text) {
-    reader.OpenString(text);
-    std::tuple<Lists...> lists;
-    T record;
-    std::apply([&](Lists&... l) { ReadEntity(reader, l..., record); }, lists);
-    return record;
-}
-
-template <class T, class... Lists>
-T ReadEntityFrom(const std::string& text) {
-    DXFReader reader;
-    return ReadEntityFrom<T, Lists...>(reader, text);
 }
 
 inline std::string ReadFile(const std::filesystem::path& p) {
