@@ -204,7 +204,6 @@ TEST(Collections, NewListsViewsAndRefusals) {
     EXPECT_EQ(NullComparer().Compare(Variant(1), Variant("x")), 0);
 }
 
-
 // With a consistent order the sort makes exactly the comparisons of the plain
 // algorithm; with any comparer (always -1, always 1, random, failing) it
 // stays in its range and loses no record.
@@ -286,7 +285,9 @@ TEST(Variant, TypesConversionsAndCopies) {
     EXPECT_EQ(Variant(lines).ToObject(), lines.ToObject());
 }
 
-
+// Growing, cutting and copying its own elements, with constructors that may
+// fail: the store holds what a vector would, in the fewest blocks, never
+// moves an element, and a failed growth leaves it as it was.
 RC_GTEST_PROP(SegmentedStore, BehavesLikeAVectorWhoseElementsNeverMove, ()) {
     Store s;
     std::vector<int64_t> model;

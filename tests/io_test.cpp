@@ -80,12 +80,13 @@ TEST(IoReader, PushBackTrimLineEnds) {
 // rounded half to even, raises an event whenever it differs from the last one
 // (clamped to 0..100, kept as the handler leaves it). Lines ending in LF
 // alone push it past 100.
-RC_GTEST_PROP(IoReader, ProgressFollowsThePlainRule, (bool lfOnly, bool fromFile)) {
+RC_GTEST_PROP(IoReader, ProgressFollowsThePlainRule, (bool lfOnly)) {
     const int32_t handlerSets = *rc::gen::elementOf(std::vector<int32_t>{-1, 0, 100});
+    const bool fromFile = *rc::gen::inRange(0, 10) == 0;  // now and then: a reader of a file takes a large buffer
     std::mt19937 rng(*rc::gen::arbitrary<uint32_t>());
     std::vector<int> lengths;
     std::string text;
-    for (int i = 2 * *rc::gen::inRange(1, 3000); i > 0; --i) {  // code lines and value lines
+    for (int i = 2 * *rc::gen::inRange(1, 600); i > 0; --i) {  // code lines and value lines
         lengths.push_back(static_cast<int>(i % 2 ? rng() % 40 : 1 + rng() % 5));
         text += std::string(lengths.back(), i % 2 ? 'v' : '7') + (lfOnly ? "\n" : "\r\n");
     }
@@ -94,10 +95,9 @@ RC_GTEST_PROP(IoReader, ProgressFollowsThePlainRule, (bool lfOnly, bool fromFile
         const auto p = static_cast<int32_t>(RoundHalfEven((chars += lengths[i] + 2) / static_cast<double>(text.size()) * 100.0));
         if (p != last) want.emplace_back(i + 1, std::min(p, 100)), last = handlerSets < 0 ? std::min(p, 100) : handlerSets;
     }
-    TempDir dir;
-    WriteFile(dir / "p", text);
+    static TempDir dir;
     DXFReader r;
-    fromFile ? r.OpenInput(dir / "p") : r.OpenString(text);
+    fromFile ? WriteFile(dir / "p", text), r.OpenInput(dir / "p") : r.OpenString(text);
     r.Progress = [&](int32_t& p) { got.emplace_back(r.LineNumber(), p), p = handlerSets < 0 ? p : handlerSets; };
     while (!r.AtEnd()) r.Read();
     RC_ASSERT(got == want);
@@ -109,12 +109,12 @@ RC_GTEST_PROP(IoReader, EveryByteSurvivesReadAndWrite, (bool western)) {
     std::string bytes = *rc::gen::container<std::string>(rc::gen::map(rc::gen::inRange(1, 256), [](int b) { return static_cast<char>(b); }));
     for (int b = 255; b > 0; --b) bytes += static_cast<char>(b);
     std::erase_if(bytes, [](char c) { return c == '\r' || c == '\n'; });
+    static DXFWriter writers[] = {DXFWriter(k1250), DXFWriter(k1252)};  // made once: each holds a large buffer
     DXFReader r(western ? k1252 : k1250);
-    DXFWriter w(western ? k1252 : k1250);
     std::string out;
     r.OpenString("1\r\n" + bytes + "\r\n");
-    w.OpenString(&out);
-    w.WriteString(1, r.ReadEntry(false, false).Value);
+    writers[western].OpenString(&out);
+    writers[western].WriteString(1, r.ReadEntry(false, false).Value);
     RC_ASSERT(out == "1\r\n" + bytes + "\r\n");
 }
 
