@@ -1,17 +1,17 @@
-// Generated models (header, tables, entities of every kind, blocks) saved in
-// both modes and loaded back come back as the comparison of model_compare.h
-// expects; a Standard save numbers every object once, below the handle seed,
-// and names each object's owner.
+// Saving. A new document saves as the complete file typed below from the
+// tables of the format. Generated models (header, tables, entities of every
+// kind, blocks) saved in both modes and loaded back come back as the
+// comparison of model_compare.h expects; a Standard save numbers every object
+// once, below the handle seed, and names each object's owner.
 #include <gtest/gtest.h>
 #include <rapidcheck/gtest.h>
 
 #include <algorithm>
-#include <map>
+#include <set>
 #include <string>
 #include <vector>
 
 #include "model_compare.h"
-#include "ormavec.h"
 #include "test_support.h"
 
 using namespace ormavec;
@@ -19,8 +19,293 @@ using namespace ormavec::test;
 namespace gen = rc::gen;
 using ormavec::testing::CompareOptions;
 using ormavec::testing::ModelComparer;
+using ormavec::testing::VersionModeScope;
 
 namespace {
+
+constexpr std::string_view kEmptyDocument = R"(
+    0 SECTION
+    2 HEADER
+    9 $EXTMIN
+    10 0.
+    20 0.
+    30 0.
+    9 $EXTMAX
+    10 0.
+    20 0.
+    30 0.
+    9 $INSBASE
+    10 0.
+    20 0.
+    30 0.
+    9 $LTSCALE
+    40 1
+    9 $LUNITS
+    70 2
+    9 $LUPREC
+    70 10
+    9 $HANDLING
+    70 0
+    9 $HANDSEED
+    5 999999
+    0 ENDSEC
+    0 SECTION
+    2 CLASSES
+    0 CLASS
+    1 LWPOLYLINE
+    2 AcDbPolyline
+    3 AutoCAD
+    90 0
+    280 0
+    281 1
+    0 CLASS
+    1 WIPEOUT
+    2 AcDbWipeout
+    3 WIPEOUT
+    90 127
+    280 0
+    281 1
+    0 CLASS
+    1 WIPEOUTVARIABLES
+    2 AcDbWipeoutVariables
+    3 WIPEOUT
+    90 0
+    280 2
+    281 0
+    0 ENDSEC
+    0 SECTION
+    2 TABLES
+    0 TABLE
+    2 VPORT
+    5 1
+    100 AcDbSymbolTable
+    70 0
+    0 VPORT
+    5 2
+    100 AcDbSymbolTableRecord
+    100 AcDbViewportTableRecord
+    70 0
+    2 *ACTIVE
+    10 0.
+    20 0.
+    11 1.
+    21 1.
+    12 0.
+    22 0.
+    13 0.
+    23 0.
+    14 0.5
+    24 0.5
+    15 0.5
+    25 0.5
+    16 0.
+    26 0.
+    36 1.
+    17 0.
+    27 0.
+    37 0.
+    40 0.
+    41 1.826004
+    42 50.
+    43 0.
+    44 0.
+    50 0.
+    51 0.
+    71 0
+    72 100
+    73 1
+    74 1
+    75 0
+    76 0
+    77 0
+    78 0
+    0 ENDTAB
+    0 TABLE
+    2 LTYPE
+    5 3
+    100 AcDbSymbolTable
+    70 0
+    0 LTYPE
+    5 4
+    100 AcDbSymbolTableRecord
+    100 AcDbLinetypeTableRecord
+    2 ByBlock
+    70 0
+    3
+    72 65
+    73 0
+    40 0.
+    0 LTYPE
+    5 5
+    100 AcDbSymbolTableRecord
+    100 AcDbLinetypeTableRecord
+    2 ByLayer
+    70 0
+    3
+    72 65
+    73 0
+    40 0.
+    0 ENDTAB
+    0 TABLE
+    2 LAYER
+    5 6
+    100 AcDbSymbolTable
+    70 0
+    0 LAYER
+    5 7
+    100 AcDbSymbolTableRecord
+    100 AcDbLayerTableRecord
+    2 0
+    6 Continuous
+    62 1
+    70 0
+    390 F
+    0 ENDTAB
+    0 TABLE
+    2 STYLE
+    5 8
+    100 AcDbSymbolTable
+    70 0
+    0 ENDTAB
+    0 TABLE
+    2 VIEW
+    5 9
+    100 AcDbSymbolTable
+    70 0
+    0 ENDTAB
+    0 TABLE
+    2 UCS
+    5 A
+    100 AcDbSymbolTable
+    70 0
+    0 ENDTAB
+    0 TABLE
+    2 APPID
+    5 B
+    100 AcDbSymbolTable
+    70 1
+    0 APPID
+    5 C
+    100 AcDbSymbolTableRecord
+    100 AcDbRegAppTableRecord
+    2 ACAD
+    70 0
+    0 ENDTAB
+    0 TABLE
+    2 DIMSTYLE
+    5 D
+    330 0
+    100 AcDbSymbolTable
+    70 1
+    100 AcDbDimStyleTable
+    71 0
+    0 DIMSTYLE
+    105 E
+    100 AcDbSymbolTableRecord
+    100 AcDbDimStyleTableRecord
+    2 STANDARD
+    70 0
+    340 D
+    0 ENDTAB
+    0 TABLE
+    2 BLOCK_RECORD
+    5 F
+    100 AcDbSymbolTable
+    70 0
+    0 BLOCK_RECORD
+    5 10
+    100 AcDbSymbolTableRecord
+    100 AcDbBlockTableRecord
+    2 *MODEL_SPACE
+    0 BLOCK_RECORD
+    5 11
+    100 AcDbSymbolTableRecord
+    100 AcDbBlockTableRecord
+    2 *PAPER_SPACE
+    0 ENDTAB
+    0 ENDSEC
+    0 SECTION
+    2 BLOCKS
+    0 BLOCK
+    5 12
+    100 AcDbEntity
+    8 0
+    100 AcDbBlockBegin
+    2 *MODEL_SPACE
+    70 0
+    10 0.
+    20 0.
+    30 0.
+    3 *MODEL_SPACE
+    1
+    0 ENDBLK
+    5 13
+    100 AcDbEntity
+    8 0
+    100 AcDbBlockEnd
+    0 BLOCK
+    5 14
+    100 AcDbEntity
+    8 0
+    67 1
+    100 AcDbBlockBegin
+    2 *PAPER_SPACE
+    70 0
+    10 0.
+    20 0.
+    30 0.
+    3 *PAPER_SPACE
+    1
+    0 ENDBLK
+    5 15
+    100 AcDbEntity
+    8 0
+    67 1
+    100 AcDbBlockEnd
+    0 ENDSEC
+    0 SECTION
+    2 ENTITIES
+    0 ENDSEC
+    0 SECTION
+    2 OBJECTS
+    0 DICTIONARY
+    5 16
+    100 AcDbDictionary
+    3 ACAD_GROUP
+    350 17
+    3 ACAD_MLINESTYLE
+    350 18
+    0 DICTIONARY
+    5 17
+    100 AcDbDictionary
+    0 DICTIONARY
+    5 19
+    100 AcDbDictionary
+    0 DICTIONARY
+    5 18
+    100 AcDbDictionary
+    3 STANDARD
+    350 1A
+    0 MLINESTYLE
+    5 1A
+    100 AcDbMlineStyle
+    2 STANDARD
+    70 0
+    3
+    62 0
+    51 90.
+    52 90.
+    71 2
+    49 0.5
+    62 256
+    6 BYLAYER
+    49 -0.5
+    62 256
+    6 BYLAYER
+    0 ENDSEC
+    0 EOF
+)";
+
 
 // Names and texts: no "e" or "k", so that no value is a word the readers
 // look for by value alone (ENDSEC, ENDTAB, LAYER, BLOCK, ...).
@@ -101,6 +386,7 @@ R Random() {
 // Header values, table entries, entities and blocks, one of them maybe a
 // model or paper space of its own.
 void RandomModel(DXFDocument& doc) {
+    doc.SetCodePage(*gen::element(CodePage::Windows1250, CodePage::Windows1252));
     doc.HEADER()->SetAcadVer(*gen::element(0, 1009, 1015, 1018, 1021));
     doc.HEADER()->SetExtMin(Random<XYZ>());
     doc.HEADER()->SetExtMax(Random<XYZ>());
@@ -128,6 +414,8 @@ std::vector<std::string> RoundTrip(DXFDocument& doc, SaveMode mode, std::string*
     DXFDocument back;
     CompareOptions options;
     options.textKept = mode == SaveMode::Standard;
+    options.codePage = doc.CodePage();
+    back.SetCodePage(doc.CodePage());
     ModelComparer comparer(options);
     if (options.textKept) back.SetTextConvertMode(TextConvertMode::Auto);
     back.Load(dir / "m.dxf");
@@ -143,13 +431,6 @@ std::vector<std::string> RoundTrip(DXFDocument& doc, SaveMode mode, std::string*
 }
 
 }  // namespace
-
-// The version mode is per thread: set for a test and restored after it.
-struct VersionModeScope {
-    int16_t before = DXFDocument().VersionMode();
-    explicit VersionModeScope(int16_t mode) { DXFDocument().SetVersionMode(mode); }
-    ~VersionModeScope() { DXFDocument().SetVersionMode(before); }
-};
 
 RC_GTEST_PROP(ModelRoundTrip, GeneratedModelComesBackEqualInBothModes, ()) {
     VersionModeScope mode(6);  // the hatches of blocks are read
@@ -173,24 +454,17 @@ struct FileObject {
 
 std::vector<FileObject> FileObjects(const std::string& text) {
     const std::vector<std::string> lines = SplitCrLf(text);
-    std::vector<FileObject> out;
+    std::vector<FileObject> out(1);  // the first holds the header variables
     std::string section;
     for (std::size_t i = 0; i + 1 < lines.size(); i += 2) {
-        if (lines[i] != "0") {
-            if (!out.empty()) out.back().pairs.emplace_back(lines[i], lines[i + 1]);
-        }
+        if (lines[i] != "0")
+            out.back().pairs.emplace_back(lines[i], lines[i + 1]);
         else if (lines[i + 1] == "SECTION")
             section = lines[(i += 2) + 1];
         else if (lines[i + 1] != "ENDSEC" && lines[i + 1] != "ENDTAB" && lines[i + 1] != "EOF")
             out.push_back({section, lines[i + 1], {}});
     }
     return out;
-}
-
-int Hex(const std::string& s) {
-    int v = -1;
-    std::from_chars(s.data(), s.data() + s.size(), v, 16);
-    return v;
 }
 
 }  // namespace
@@ -203,32 +477,28 @@ int Hex(const std::string& s) {
 RC_GTEST_PROP(StandardOutput, NumbersEveryObjectOnceAndNamesItsOwner, ()) {
     DXFDocument doc;
     RandomModel(doc);
-    TempDir dir;
-    doc.SetSaveMode(SaveMode::Standard);
-    doc.Save(dir / "s.dxf");
-    const std::string text = ReadFile(dir / "s.dxf");
+    std::string text;
+    RoundTrip(doc, SaveMode::Standard, &text);
     const std::size_t seedAt = text.find("$HANDSEED\r\n5\r\n") + 14;
-    const int seed = Hex(text.substr(seedAt, text.find('\r', seedAt) - seedAt));
-    std::map<int, std::string> handles;
+    const int seed = std::stoi(text.substr(seedAt, 8), nullptr, 16);
+    std::set<int> handles;
     std::map<std::string, std::string> recordOf, layoutOf, recordOfLayout;
     std::string table, block, modelSpace, sequenceOwner, root;
     for (const FileObject& o : FileObjects(text)) {
-        if (o.section == "CLASSES") continue;
+        if (o.type.empty() || o.section == "CLASSES") continue;
         const std::size_t at = o.type == "TABLE" ? 1 : 0;
         RC_ASSERT(o.pairs.size() > at + 1);
         RC_ASSERT((o.pairs[at].first == "5" || (o.pairs[at].first == "105" && o.type == "DIMSTYLE")));
         const std::string handle = o.pairs[at].second;
-        RC_ASSERT(handles.emplace(Hex(handle), o.type).second);
-        RC_ASSERT(Hex(handle) > 0 && Hex(handle) < seed);
+        const int number = std::stoi(handle, nullptr, 16);
+        RC_ASSERT(handles.insert(number).second && number > 0 && number < seed);
         RC_ASSERT(o.pairs[at + 1].first == "330");
         RC_ASSERT(std::count_if(o.pairs.begin(), o.pairs.end(), [](const auto& p) { return p.first == "330"; }) ==
                   (o.type == "LAYOUT" ? 2 : 1));  // a layout's second one is its record
         const std::string owner = o.pairs[at + 1].second;
-        if (o.type == "TABLE") {
-            RC_ASSERT(owner == "0");
-            table = handle;
-        } else if (o.section == "TABLES") {
-            RC_ASSERT(owner == table);
+        if (o.section == "TABLES") {
+            RC_ASSERT(owner == (o.type == "TABLE" ? "0" : table));
+            table = o.type == "TABLE" ? handle : table;
             if (o.type != "BLOCK_RECORD") continue;
             const std::string name = LowerCase(o.Get("2"));
             recordOf[o.Get("2")] = handle;
@@ -255,63 +525,42 @@ RC_GTEST_PROP(StandardOutput, NumbersEveryObjectOnceAndNamesItsOwner, ()) {
 
 // A Standard save declares the version of the structure it writes (AC1015 at
 // least; the model keeps its own) and the code page of its bytes, escapes the
-// characters the code page lacks, and from AC1021 on writes UTF-8; the
-// classic output names 1250 whatever it wrote and replaces them with "?".
+// characters the code page lacks, from AC1021 on writes UTF-8, and defines
+// the text styles texts name, once per name. The classic output names 1250
+// whatever it wrote, replaces those characters with "?" and writes the table.
 TEST(StandardOutput, DeclaresItsVersionAndCodePageAndEncodesTexts) {
-    const struct {
-        int32_t acadVer;
-        SaveMode mode;
-        CodePage bytes;
-        const char* version;  // nullptr: neither version nor code page written
-        const char* named;
-        const char* layer;
-    } cases[] = {
-        {0, SaveMode::Standard, CodePage::Windows1250, "AC1015", "ANSI_1250", "K\xF5\\U+0436"},
-        {1014, SaveMode::Standard, CodePage::Windows1252, "AC1015", "ANSI_1252", "K\\U+0151\\U+0436"},
-        {1018, SaveMode::Standard, CodePage::Windows1252, "AC1018", "ANSI_1252", "K\\U+0151\\U+0436"},
-        {1021, SaveMode::Standard, CodePage::Windows1250, "AC1021", "ANSI_1250", "Kőж"},
-        {1009, SaveMode::Classic, CodePage::Windows1252, "AC1009", "ANSI_1250", "K??"},
-        {15, SaveMode::Classic, CodePage::Windows1250, "AC0015", "ANSI_1250", "K\xF5?"},
-        {0, SaveMode::Classic, CodePage::Windows1250, nullptr, nullptr, "K\xF5?"},
+    const std::tuple<int32_t, SaveMode, CodePage, std::string> cases[] = {
+        {1014, SaveMode::Standard, CodePage::Windows1252, "AC1015|ANSI_1252|0 K\\U+0151\\U+0436 Standard Titles Notes "},
+        {1021, SaveMode::Standard, CodePage::Windows1250, "AC1021|ANSI_1250|0 Kőж Standard Titles Notes "},
+        {15, SaveMode::Classic, CodePage::Windows1252, "AC0015|ANSI_1250|0 K?? Standard "},
     };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.acadVer);
-        TempDir dir;
+    for (const auto& [acadVer, mode, codePage, expected] : cases) {
         DXFDocument doc;
-        doc.SetCodePage(c.bytes);
-        doc.SetSaveMode(c.mode);
-        doc.HEADER()->SetAcadVer(c.acadVer);
+        doc.SetCodePage(codePage);
+        doc.HEADER()->SetAcadVer(acadVer);
         doc.TABLES()->LAYERS()->Add(LAYERS_TAB{"Kőж", "", 1, 0});
-        doc.Save(dir / "v.dxf");
-        const std::string text = ReadFile(dir / "v.dxf");
-        const std::string head = "0\r\nSECTION\r\n2\r\nHEADER\r\n9\r\n";
-        const std::string version = c.version ? std::string("$ACADVER\r\n1\r\n") + c.version + "\r\n9\r\n$ACADMAINTVER\r\n70\r\n0\r\n9\r\n$DWGCODEPAGE\r\n3\r\n" + c.named + "\r\n9\r\n" : "";
-        EXPECT_TRUE(text.starts_with(head + version + "$EXTMIN")) << text.substr(0, 200);
-        EXPECT_NE(text.find(std::string("AcDbLayerTableRecord\r\n2\r\n") + c.layer + "\r\n"), std::string::npos);
-        EXPECT_EQ(text.find("$HANDSEED\r\n5\r\n999999\r\n") == std::string::npos, c.mode == SaveMode::Standard);
-        EXPECT_EQ(doc.HEADER()->AcadVer(), c.acadVer);
+        doc.TABLES()->STYLES()->Add(STYLES_TAB{"Standard", "txt.shx", 0, 0, 0, 0, 0, 0});
+        for (const char* style : {"Titles", "TITLES", "standard", "Notes"}) doc.ENTITIES()->TEXTS()->Add(TEXT_ENT{"", 0, 0, 0, 0, 0, 0, "", 0, 0, 0, style, 0, 0});
+        std::string text, names;
+        EXPECT_EQ(RoundTrip(doc, mode, &text), std::vector<std::string>{});
+        const std::vector<FileObject> objects = FileObjects(text);
+        for (const FileObject& o : objects) names += o.type == "LAYER" || o.type == "STYLE" ? o.Get("2") + " " : "";
+        EXPECT_EQ(objects[0].Get("1") + "|" + objects[0].Get("3") + "|" + names, expected);
+        EXPECT_EQ(doc.HEADER()->AcadVer(), acadVer);
+        EXPECT_EQ(doc.TABLES()->STYLES()->Count(), 1);
     }
 }
 
-// A Standard file defines every text style its texts name (once, without
-// regard to case); the model's table stays as it was.
-TEST(StandardOutput, DefinesTheTextStylesTextsName) {
+// Loaded back, the entries saving added are ordinary records.
+TEST(EmptyDocument, SavesTheWholeFileThatLoadsBackAsItsDefaults) {
+    TempDir folder;
     DXFDocument doc;
-    doc.TABLES()->STYLES()->Add(STYLES_TAB{"Standard", "txt.shx", 0, 0, 0, 0, 0, 0});
-    for (const char* style : {"Titles", "TITLES", "standard", "Notes"}) {
-        TEXT_ENT t;
-        t.TextStyleName = style;
-        doc.ENTITIES()->TEXTS()->Add(t);
-    }
-    for (SaveMode mode : {SaveMode::Standard, SaveMode::Classic}) {
-        TempDir dir;
-        doc.SetSaveMode(mode);
-        doc.Save(dir / "t.dxf");
-        std::vector<std::string> names;
-        for (const FileObject& o : FileObjects(ReadFile(dir / "t.dxf")))
-            if (o.type == "STYLE") names.push_back(o.Get("2"));
-        EXPECT_EQ(names, (mode == SaveMode::Standard ? std::vector<std::string>{"Standard", "Titles", "Notes"}
-                                                     : std::vector<std::string>{"Standard"}));
-    }
-    EXPECT_EQ(doc.TABLES()->STYLES()->Count(), 1);
+    doc.Save(folder / "empty.dxf");
+    const std::vector<std::string> lines = SplitCrLf(ReadFile(folder / "empty.dxf")), expected = PairLines(kEmptyDocument);
+    for (std::size_t i = 0; i < std::min(lines.size(), expected.size()); ++i) ASSERT_EQ(lines[i], expected[i]) << "line " << i + 1;
+    EXPECT_EQ(lines.size(), expected.size());
+    doc.Load(folder / "empty.dxf");
+    EXPECT_EQ(doc.TABLES()->LAYERS()->GetArray(), (std::vector<LAYERS_TAB>{{"0", "Continuous", 1, 0}}));
+    EXPECT_EQ(doc.TABLES()->LTYPES()->GetArray(), (std::vector<LTYPES_TAB>{{"ByBlock", "", 0, 0, {}}, {"ByLayer", "", 0, 0, {}}}));
+    EXPECT_EQ(doc.BLOCKS()->Count(), 2);
 }
