@@ -66,9 +66,9 @@ ormavec_variant Make(std::string_view item) {
 // Arguments written as values joined by '|', released with the list.
 struct Args {
     std::vector<ormavec_variant> v;
-    explicit Args(std::string_view spec = "") {
-        for (std::size_t at = 0, bar = 0; at < spec.size(); at = bar + 1)
-            v.push_back(Make(spec.substr(at, (bar = std::min(spec.find('|', at), spec.size())) - at)));
+    explicit Args(std::string_view argText = "") {
+        for (std::size_t at = 0, bar = 0; at < argText.size(); at = bar + 1)
+            v.push_back(Make(argText.substr(at, (bar = std::min(argText.find('|', at), argText.size())) - at)));
     }
     ~Args() {
         for (auto& a : v) ormavec_variant_clear(&a);
@@ -110,8 +110,8 @@ int32_t Call(ormavec_object* o, const char* name, int32_t kind, Args& a, ormavec
     ormavec_get_ids_of_names(o, &name, 1, &id);
     return ormavec_invoke(o, id, kind, a.v.data(), static_cast<int32_t>(a.v.size()), result);
 }
-int32_t Call(ormavec_object* o, const char* name, int32_t kind, std::string_view spec = "", ormavec_variant* result = nullptr) {
-    Args a(spec);
+int32_t Call(ormavec_object* o, const char* name, int32_t kind, std::string_view argText = "", ormavec_variant* result = nullptr) {
+    Args a(argText);
     return Call(o, name, kind, a, result);
 }
 
@@ -249,7 +249,7 @@ const std::tuple<const char*, const char*, int32_t, const char*, int32_t, const 
 
 TEST(AutomationDispatch, CallsByNameGiveResultsAndErrors) {
     std::map<std::string, Obj> objects;
-    for (const auto& [cls, member, kind, spec, hr, expect] : kCalls) {
+    for (const auto& [cls, member, kind, argText, hr, expect] : kCalls) {
         Obj& o = objects[cls];
         if (!o && std::string(cls).starts_with("LINES/")) {  // a view of the collection of the rows above
             int32_t k = -1;
@@ -261,11 +261,11 @@ TEST(AutomationDispatch, CallsByNameGiveResultsAndErrors) {
         }
         if (!o) o = Create(cls);
         Var r;
-        Args args(spec);
+        Args args(argText);
         const int32_t result = Call(o.get(), member, kind, args, &r);
         std::string got = result == kOk ? Show(r) : LastError();
         for (const auto& a : args.v) got += result == kOk ? " " + Show(a) : "";
-        EXPECT_TRUE(result == hr && got.find(expect) != std::string::npos) << cls << "." << member << "(" << spec << "): " << got;
+        EXPECT_TRUE(result == hr && got.find(expect) != std::string::npos) << cls << "." << member << "(" << argText << "): " << got;
     }
     EXPECT_EQ(ORMAVEC_DISP_E_MEMBERNOTFOUND, ormavec_invoke(objects["LINES"].get(), 0x12345, kMethod, nullptr, 0, nullptr));
     EXPECT_GT(gCompared, 0);
