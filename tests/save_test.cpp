@@ -395,9 +395,15 @@ void RandomModel(DXFDocument& doc) {
     for (const auto& r : Some<LTYPES_TAB>(3, Random)) doc.TABLES()->LTYPES()->Add(r);
     for (const auto& r : Some<STYLES_TAB>(3, Random)) doc.TABLES()->STYLES()->Add(r);
     FillSet(*doc.ENTITIES());
+    std::string specials;
     for (int i = *gen::inRange(0, 3); i > 0; --i) {
         BLOCK_BLOCK b = Random<BLOCK_BLOCK>();
-        if (*gen::inRange(0, 4) == 0) b.BlockName = *gen::element<std::string>("*Model_Space", "*PAPER_SPACE", "*Paper_Space7");
+        // Names stay distinct: a block whose name is already present is not read again.
+        if (i == 1) b.BlockName += "#";
+        if (*gen::inRange(0, 4) == 0) {
+            const std::string name = *gen::element<std::string>("*Model_Space", "*PAPER_SPACE", "*Paper_Space7");
+            if (specials.find(name) == std::string::npos) b.BlockName = name, specials += name;
+        }
         BLOCKS::CreateEntityArrays(b);
         FillSet(b);
         doc.BLOCKS()->Add(b);
