@@ -1,11 +1,15 @@
 // The ormavec command: converts a drawing (load, then save) and prints a
 // summary of what the model holds, for people or as JSON.
+#include <sys/ioctl.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <charconv>
 #include <cmath>
 #include <cstdint>
 #include <cstdio>
+#include <cstdlib>
+#include <cstring>
 #include <exception>
 #include <memory>
 #include <new>
@@ -34,7 +38,8 @@ constexpr std::string_view kMainHelp =
     "Reads ASCII DXF drawings into the Ormavec model and writes them back.\n"
     "\n"
     "Commands:\n"
-    "  convert IN OUT     load IN and save the model as OUT\n"
+    "  convert IN OUT     load IN and save the model as OUT (\"-\" for standard\n"
+    "                     input or output)\n"
     "  info [--json] IN   summarise what the model of IN holds\n"
     "\n"
     "Options:\n"
@@ -56,16 +61,26 @@ constexpr std::string_view kConvertHelp =
     "  --codepage CP       code page of the files, 1250 (default) or 1252\n"
     "  --version-mode N    version mode of the reader (6 or more reads hatches in blocks)\n"
     "  --call-log FILE     append the trace of the save to FILE\n"
+    "  --recover           repair blank group-code lines, decimal commas and blanks\n"
+    "                      inside numbers, with a warning for each\n"
+    "  --strict            fail (exit 1) on any warning, such as a drawing cut short\n"
+    "\n"
+    "OUT is written to a temporary file beside it that then replaces it (a symbolic\n"
+    "link stays, the file it leads to is replaced; other hard links of OUT keep\n"
+    "the old content). A device, a pipe or \"-\" is written straight through.\n"
     "  -h, --help          show this help\n";
 
 constexpr std::string_view kInfoHelp =
     "Usage: ormavec info [OPTIONS] IN\n"
     "\n"
-    "Loads the drawing IN and prints its version, extents, entity counts,\n"
+    "Loads the drawing IN (\"-\" for standard input) and prints its version, extents, entity counts,\n"
     "attributes, tables and blocks. The text encoding of IN is detected.\n"
     "\n"
     "Options:\n"
     "  --json              print one JSON object instead of text\n"
+    "  --recover           repair blank group-code lines, decimal commas and blanks\n"
+    "                      inside numbers, with a warning for each\n"
+    "  --strict            fail (exit 1) on any warning, such as a drawing cut short\n"
     "  --classic           read text as single-byte, as the original component did\n"
     "  --utf8              repair UTF-8 encoded accented letters while reading\n"
     "  --codepage CP       code page of the file, 1250 (default) or 1252\n"
@@ -76,10 +91,12 @@ struct UsageError {
     std::string message;
 };
 
-// One line on stderr, whatever the message holds.
-void printError(std::string_view message) {
-    std::string line = "ormavec: ";
+// One line on stderr, whatever the message holds: controls and bytes that
+// are not UTF-8 are escaped.
+void printError(std::string_view message, std::string_view prefix = "ormavec: ") {
+    std::string line(prefix);
     for (char c : message) line.push_back(c == '\n' || c == '\r' ? ' ' : c);
+    line = Printable(line, 4096);
     line.push_back('\n');
     std::fputs(line.c_str(), stderr);
 }
@@ -87,6 +104,8 @@ void printError(std::string_view message) {
 struct LoadOptions {
     bool utf8 = false;
     bool classic = false;
+    bool recover = false;
+    bool strict = false;
     CodePage codePage = CodePage::Windows1250;
     std::optional<int16_t> versionMode;
 };
@@ -143,6 +162,10 @@ Arguments parseArguments(std::string_view command, const std::vector<std::string
             a.load.utf8 = true;
         } else if (name == "--classic") {
             a.load.classic = true;
+        } else if (name == "--recover") {
+            a.load.recover = true;
+        } else if (name == "--strict") {
+            a.load.strict = true;
         } else if (name == "--codepage") {
             a.load.codePage = parseCodePage(value());
         } else if (name == "--version-mode") {
@@ -157,21 +180,25 @@ Arguments parseArguments(std::string_view command, const std::vector<std::string
             throw UsageError{"unknown option '" + std::string(arg) + "' for '" + std::string(command) + "' (see ormavec " +
                              std::string(command) + " --help)"};
         }
-        if (inlineValue && (name == "--utf8" || name == "--json" || name == "--help" || name == "--classic"))
+        if (inlineValue && (name == "--utf8" || name == "--json" || name == "--help" || name == "--classic" || name == "--recover" ||
+                            name == "--strict"))
             throw UsageError{std::string(name) + " takes no value"};
     }
     return a;
 }
 
-// A bar on stderr while loading, only when a person watches the terminal.
+// A bar on stderr while loading or saving, only when a person watches the
+// terminal; it fits the terminal's width, so it never wraps.
 class ProgressBar {
 public:
-    explicit ProgressBar(std::string label) : enabled_(::isatty(STDERR_FILENO) == 1), label_(std::move(label)) {}
+    explicit ProgressBar(std::string action, std::string label)
+        : enabled_(::isatty(STDERR_FILENO) == 1), action_(std::move(action)), label_(std::move(label)) {}
     ~ProgressBar() { finish(); }
 
     void attach(DXFDocument& doc) {
         if (!enabled_) return;
-        doc.Progress = [this](int32_t& percent) { draw(percent); };
+        doc.Progress = [this](int32_t& percent) { drawPercent(percent); };
+        doc.BytesProgress = [this](int64_t bytes) { drawBytes(bytes); };
     }
     void finish() {
         if (!enabled_ || !drawn_) return;
@@ -181,17 +208,52 @@ public:
     }
 
 private:
-    void draw(int32_t percent) {
+    static int columns() {
+        struct winsize ws {};
+        if (::ioctl(STDERR_FILENO, TIOCGWINSZ, &ws) == 0 && ws.ws_col > 0) return ws.ws_col;
+        int n = 0;
+        const char* env = std::getenv("COLUMNS");
+        if (env && std::from_chars(env, env + std::strlen(env), n).ec == std::errc() && n > 0) return n;
+        return 80;
+    }
+    // The label cut from the front to what is left of the width.
+    std::string fitted(std::size_t room) const {
+        std::size_t chars = 0;
+        for (char c : label_) chars += (static_cast<unsigned char>(c) & 0xC0) != 0x80;
+        if (chars <= room) return label_;
+        if (room < 4) return std::string();
+        std::size_t drop = chars - (room - 3), i = 0;
+        for (; i < label_.size() && drop > 0; ++i)
+            if ((static_cast<unsigned char>(label_[i]) & 0xC0) != 0x80) --drop;
+        while (i < label_.size() && (static_cast<unsigned char>(label_[i]) & 0xC0) == 0x80) ++i;
+        return "..." + label_.substr(i);
+    }
+    void drawPercent(int32_t percent) {
         if (percent < 0) percent = 0;
         if (percent > 100) percent = 100;
-        constexpr int kWidth = 30;
-        const int filled = percent * kWidth / 100;
-        std::string line = "\rLoading " + label_ + " [";
-        line.append(static_cast<std::size_t>(filled), '#');
-        line.append(static_cast<std::size_t>(kWidth - filled), ' ');
-        line += "] ";
-        line += std::to_string(percent);
-        line += "%";
+        // One column is kept free: a line that fills the last one wraps on some terminals.
+        const int width = columns() - 1;
+        const int fixed = static_cast<int>(action_.size()) + 1 + 7;  // "ACTION " and " [" "] 100%"
+        const int bar = std::clamp(width - fixed - static_cast<int>(label_.size()), 10, 30);
+        if (width < fixed + 1) return;
+        std::string tail = " [";
+        const int filled = percent * bar / 100;
+        tail.append(static_cast<std::size_t>(filled), '#');
+        tail.append(static_cast<std::size_t>(bar - filled), ' ');
+        tail += "] " + std::to_string(percent) + "%";
+        const int room = width - static_cast<int>(action_.size()) - 1 - static_cast<int>(tail.size());
+        show(room > 0 ? action_ + " " + fitted(static_cast<std::size_t>(room)) + tail : std::string());
+    }
+    void drawBytes(int64_t bytes) {
+        char mb[32];
+        std::snprintf(mb, sizeof mb, " %.1f MB", static_cast<double>(bytes) / 1e6);
+        const int room = columns() - 1 - static_cast<int>(action_.size()) - 1 - static_cast<int>(std::strlen(mb));
+        show(room > 0 ? action_ + " " + fitted(static_cast<std::size_t>(room)) + mb : std::string());
+    }
+    void show(const std::string& text) {
+        if (text.empty()) return;
+        // Clearing to the end of the line leaves nothing of a longer line before.
+        std::string line = "\r" + text + "\033[K";
         std::fputs(line.c_str(), stderr);
         std::fflush(stderr);
         drawn_ = true;
@@ -199,6 +261,7 @@ private:
 
     bool enabled_;
     bool drawn_ = false;
+    std::string action_;
     std::string label_;
 };
 
@@ -209,18 +272,34 @@ void configure(DXFDocument& doc, const LoadOptions& o) {
     if (o.versionMode) doc.SetVersionMode(*o.versionMode);
 }
 
-void load(DXFDocument& doc, const std::string& file) {
-    ProgressBar bar(file);
+// Loads or saves with a progress bar, which is gone when it returns.
+template <class F>
+void withBar(DXFDocument& doc, const char* action, const std::string& file, F&& work) {
+    ProgressBar bar(action, Printable(file, 4096));
     bar.attach(doc);
     try {
-        doc.Load(file);
+        work();
     } catch (...) {
         bar.finish();
         doc.Progress = nullptr;
+        doc.BytesProgress = nullptr;
         throw;
     }
     bar.finish();
     doc.Progress = nullptr;
+    doc.BytesProgress = nullptr;
+}
+
+// The warnings of the load go to stderr; --strict makes the first one the error.
+void load(DXFDocument& doc, const std::string& file, const LoadOptions& o) {
+    doc.SetRecover(o.recover);
+    withBar(doc, "Loading", file, [&] { doc.Load(file); });
+    const std::vector<LoadWarning>& warnings = doc.Warnings();
+    if (o.strict && !warnings.empty()) {
+        std::string more = warnings.size() > 1 ? " (and " + std::to_string(warnings.size() - 1) + " more warnings)" : "";
+        throw std::runtime_error(warnings.front().Text() + more);
+    }
+    for (const LoadWarning& w : warnings) printError(w.Text(), "ormavec: warning: ");
 }
 
 // ---- counting what the model holds ----
@@ -449,8 +528,8 @@ int runConvert(const Arguments& a) {
         debug.sLogFileName(*a.callLog);
         debug.bCallLog(true);
     }
-    load(doc, a.positional[0]);
-    doc.Save(a.positional[1]);
+    load(doc, a.positional[0], a.load);
+    withBar(doc, "Saving", a.positional[1], [&] { doc.Save(a.positional[1]); });
     return 0;
 }
 
@@ -458,7 +537,7 @@ int runInfo(const Arguments& a) {
     if (a.positional.size() != 1) throw UsageError{"info needs exactly one input file (see ormavec info --help)"};
     DXFDocument doc;
     configure(doc, a.load);
-    load(doc, a.positional[0]);
+    load(doc, a.positional[0], a.load);
     Summary s = summarise(doc, a.positional[0]);
     writeStdout(a.json ? toJson(s) : toText(s));
     return 0;

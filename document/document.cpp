@@ -25,19 +25,34 @@ int16_t DXFDocument::VersionMode() const noexcept { return static_cast<int16_t>(
 
 void DXFDocument::Load(const std::string& fileName) {
     fileName_ = fileName;
+    warnings_.clear();
     // A reader left by a failed load is released here, which closes its file.
     reader_ = std::make_unique<DXFReader>(codePage_);
     DXFReader& reader = *reader_;
     reader.SetTextConvertMode(textConvertMode_);
+    reader.SetRecover(recover_);
     reader.Progress = [this](int32_t& percent) {
         if (Progress) Progress(percent);
     };
+    reader.BytesProgress = [this](int64_t bytes) {
+        if (BytesProgress) BytesProgress(bytes);
+    };
+    struct KeepWarnings {
+        DXFDocument& doc;
+        ~KeepWarnings() {
+            if (doc.reader_) doc.warnings_ = doc.reader_->Warnings();
+        }
+    } keep{*this};
     reader.OpenInput(fileName);
+    reader.CheckFormat();
+    std::string open;  // the section being read
+    bool complete = false;
     while (!reader.AtEnd()) {
         const DXFReader::Pair& pair = reader.Read();
         if (pair.Code != 0) continue;
         if (pair.Value == "SECTION") {
             std::string name = UpperCase(reader.Read().Value);
+            open = name;
             if (name == "HEADER")
                 header_->ReadSection(reader);
             else if (name == "TABLES")
@@ -46,12 +61,21 @@ void DXFDocument::Load(const std::string& fileName) {
                 blocks_->ReadSection(reader);
             else if (name == "ENTITIES")
                 entities_->ReadSection(reader);
-            // Any other section is read past pair by pair by this loop.
+            else
+                continue;  // any other section is read past pair by pair by this loop
+            if (!reader.AtEnd() || reader.LastPairIs("ENDSEC")) open.clear();
+        } else if (pair.Value == "ENDSEC") {
+            open.clear();
         } else if (pair.Value == "EOF") {
+            complete = true;
             break;
         }
     }
+    // Read as far as it goes, but a cut drawing is said to be one.
+    if (!complete)
+        reader.Warn(open.empty() ? "the drawing ends without EOF" : "the drawing ends inside the " + Printable(open) + " section (no ENDSEC, no EOF)");
     reader.CloseInput();
+    warnings_ = reader.Warnings();
     reader_.reset();
 }
 
@@ -63,6 +87,9 @@ void DXFDocument::Save(const std::string& fileName) {
     writer.SetSaveMode(saveMode_);
     // A drawing of AC1021 or later is UTF-8 by definition.
     writer.SetUtf8Output(saveMode_ == ::ormavec::SaveMode::Standard && header_->AcadVer() >= 1021);
+    writer.BytesProgress = [this](int64_t bytes) {
+        if (BytesProgress) BytesProgress(bytes);
+    };
     writer.OpenOutput(fileName);
     SaveContext save(writer);
     Trace("DXFDocument.Save 2");

@@ -7,6 +7,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "document/blocks.h"
 #include "document/entities.h"
@@ -35,8 +36,15 @@ public:
     const std::string& FileName() const noexcept { return fileName_; }
 
     // Adds what the file holds to the model; stops at the first error, which
-    // propagates with what was read until then kept.
+    // propagates with what was read until then kept. "-" reads standard input.
     void Load(const std::string& fileName);
+    // What the last load repaired (with Recover) or found missing (a drawing
+    // cut before its EOF), kept also when the load failed.
+    const std::vector<LoadWarning>& Warnings() const noexcept { return warnings_; }
+    // Loads repair blank group-code lines, decimal commas and blanks inside
+    // numbers and codes instead of failing on them; each repair is a warning.
+    void SetRecover(bool on) noexcept { recover_ = on; }
+    bool Recover() const noexcept { return recover_; }
     void Save(const std::string& fileName);
     // Part of the interface; they change nothing.
     void ExplodePolyLines() noexcept {}
@@ -60,6 +68,9 @@ public:
     // Raised while loading with the percentage of the file consumed; a
     // handler may change the value, which the reader then keeps.
     std::function<void(int32_t& percent)> Progress;
+    // Raised with the bytes done so far, about every megabyte, while a save
+    // writes and while input whose size is not known comes in.
+    std::function<void(int64_t bytes)> BytesProgress;
 
     // The fixed sections of every saved file.
     static void WriteClasses(DXFWriter& writer);
@@ -75,6 +86,8 @@ private:
     ::ormavec::TextConvertMode textConvertMode_ = ::ormavec::TextConvertMode::None;
     ::ormavec::CodePage codePage_ = ::ormavec::CodePage::Windows1250;
     ::ormavec::SaveMode saveMode_ = ::ormavec::SaveMode::Classic;
+    bool recover_ = false;
+    std::vector<LoadWarning> warnings_;
     std::unique_ptr<DXFReader> reader_;  // the reader of a load in progress or of a failed one
 };
 

@@ -50,17 +50,53 @@ char32_t repairedLetter(unsigned char lead, unsigned char trail) noexcept {
 
 }  // namespace
 
+std::string Printable(std::string_view text, std::size_t limit) {
+    std::string out;
+    const bool cut = text.size() > limit;
+    if (cut) text = text.substr(0, limit);
+    std::size_t pos = 0;
+    while (pos < text.size()) {
+        const unsigned char c = static_cast<unsigned char>(text[pos]);
+        const std::size_t start = pos;
+        if (c >= 0x80) {
+            const char32_t ch = NextUtf8(text, pos);
+            // A lone byte comes back as U+DC80..U+DCFF; a sequence cut by the
+            // limit is not text either.
+            if (!(ch >= 0xDC80 && ch <= 0xDCFF) && !(ch >= 0x80 && ch < 0xA0)) {
+                out.append(text.data() + start, pos - start);
+                continue;
+            }
+            pos = start + 1;
+        } else {
+            ++pos;
+            if (c >= 0x20 && c != 0x7F) {
+                out.push_back(static_cast<char>(c));
+                continue;
+            }
+        }
+        static constexpr char kHex[] = "0123456789ABCDEF";
+        out += "\\x";
+        out.push_back(kHex[c >> 4]);
+        out.push_back(kHex[c & 15]);
+    }
+    if (cut) out += "...";
+    return out;
+}
+
 DXFReader::DXFReader(CodePage codePage) : codePage_(codePage) {}
 
 DXFReader::~DXFReader() { CloseInput(); }
 
 void DXFReader::OpenInput(const std::string& fileName) {
+    if (fileName == "-") return slurp(STDIN_FILENO, "<stdin>");
     struct stat st {};
     if (::stat(fileName.c_str(), &st) != 0) failOpen(fileName, errno);
     if (S_ISDIR(st.st_mode)) RaiseError(err::PathFileAccessError, kSource, "Cannot open " + fileName + ": it is a folder");
     int fd = ::open(fileName.c_str(), O_RDONLY | O_CLOEXEC);
     if (fd < 0) failOpen(fileName, errno);
+    if (!S_ISREG(st.st_mode)) return slurp(fd, fileName);
     CloseInput();
+    warnings_.clear();
     fd_ = fd;
     fileName_ = fileName;
     fileLength_ = static_cast<int64_t>(st.st_size);
@@ -73,8 +109,34 @@ void DXFReader::OpenInput(const std::string& fileName) {
     open_ = true;
 }
 
+// Input of unknown size is read whole, so that progress, the limits on
+// counts and every later read work as for a file of known size.
+void DXFReader::slurp(int fd, std::string name) {
+    CloseInput();
+    std::string data;
+    constexpr std::size_t kStep = 1u << 20;
+    for (;;) {
+        const std::size_t have = data.size();
+        data.resize(have + kStep);
+        ssize_t n;
+        do n = ::read(fd, data.data() + have, kStep);
+        while (n < 0 && errno == EINTR);
+        if (n < 0) {
+            const int e = errno;
+            if (fd != STDIN_FILENO) ::close(fd);
+            RaiseError(err::DeviceIOError, kSource, "Cannot read " + name + ": " + std::strerror(e));
+        }
+        data.resize(have + static_cast<std::size_t>(n));
+        if (n == 0) break;
+        if (BytesProgress && data.size() / kStep != have / kStep) BytesProgress(static_cast<int64_t>(data.size()));
+    }
+    if (fd != STDIN_FILENO) ::close(fd);
+    OpenString(std::move(data), std::move(name));
+}
+
 void DXFReader::OpenString(std::string data, std::string displayName) {
     CloseInput();
+    warnings_.clear();
     memory_ = std::move(data);
     fileName_ = std::move(displayName);
     fileLength_ = static_cast<int64_t>(memory_.size());
@@ -302,6 +364,65 @@ std::string_view DXFReader::upperValue(std::string_view value) {
 
 ParseStatus DXFReader::parseCodeSlow(std::string_view line, int32_t& code) noexcept { return ParseInt32(line, code); }
 
+namespace {
+bool isBlank(std::string_view line) noexcept { return line.find_first_not_of(" \t\r") == std::string_view::npos; }
+
+std::string withoutBlanks(std::string_view text) {
+    std::string out;
+    for (char c : text)
+        if (c != ' ' && c != '\t') out.push_back(c);
+    return out;
+}
+}  // namespace
+
+// A group-code line that failed: blank lines before it are passed over, and
+// blanks inside it dropped, when what is left is a code.
+bool DXFReader::recoverCode(std::string_view& line, int32_t& code) {
+    while (isBlank(line)) {
+        Warn("blank line where a group code belongs, passed over");
+        if (!nextLine(line)) return false;
+        ++lineNumber_;
+        progress(line.size());
+    }
+    if (parseCode(line, code) == ParseStatus::Ok) return true;
+    if (ParseInt32(withoutBlanks(line), code) != ParseStatus::Ok) return false;
+    Warn("group code \"" + Printable(line) + "\" read as " + std::to_string(code));
+    return true;
+}
+
+// A number written with a decimal comma or with blanks inside.
+bool DXFReader::recoverNumber(std::string_view value, double& d) const {
+    std::string text = withoutBlanks(value);
+    const std::size_t comma = text.find(',');
+    if (comma != std::string::npos && text.find_first_of(".,", comma + 1) == std::string::npos && text.find('.') == std::string::npos)
+        text[comma] = '.';
+    if (ParseDouble(text, d) != ParseStatus::Ok) return false;
+    Warn(pairLine_, "number \"" + Printable(value) + "\" read as " + text);
+    return true;
+}
+
+void DXFReader::CheckFormat() {
+    if (AtEnd()) RaiseError(err::InputPastEndOfFile, kSource, "Input past end of file: " + fileName_ + " is empty");
+    std::string_view head((buffer_ ? buffer_.get() : memory_.data()) + begin_, end_ - begin_);
+    constexpr std::string_view kBinary("AutoCAD Binary DXF\r\n\x1a\0", 22);
+    if (head.starts_with(kBinary))
+        RaiseError(err::BadFileMode, kSource, "Bad file mode: " + fileName_ + " is a binary DXF file; only ASCII DXF is read");
+    // A DWG file starts with its version, AC and four digits.
+    const auto digit = [&](std::size_t i) { return i < head.size() && head[i] >= '0' && head[i] <= '9'; };
+    if (head.starts_with("AC") && digit(2) && digit(3) && digit(4) && digit(5) && !(head.size() > 6 && (head[6] == '\r' || head[6] == '\n')))
+        RaiseError(err::BadFileMode, kSource, "Bad file mode: " + fileName_ + " looks like a DWG drawing (" + std::string(head.substr(0, 6)) + "), not a DXF file");
+    std::string_view line;
+    do {
+        const std::size_t end = head.find('\n');
+        line = head.substr(0, end);
+        head = end == std::string_view::npos ? std::string_view() : head.substr(end + 1);
+    } while (recover_ && isBlank(line) && !head.empty());
+    if (!line.empty() && line.back() == '\r') line.remove_suffix(1);
+    int32_t code = 0;
+    if (ParseInt32(recover_ ? withoutBlanks(line) : line, code) == ParseStatus::Ok) return;
+    RaiseError(err::BadFileMode, kSource, "Bad file mode: " + fileName_ + " is not a DXF file (its first line is \"" + Printable(line) + "\", not a group code)");
+}
+
 const DXFReader::Pair& DXFReader::Read(bool trimValue, bool upperCase) {
     if (hasPushBack_) {
         hasPushBack_ = false;
@@ -319,11 +440,12 @@ const DXFReader::Pair& DXFReader::Read(bool trimValue, bool upperCase) {
     switch (parseCode(line, code)) {
     case ParseStatus::Ok: break;
     case ParseStatus::TypeMismatch:
+        if (recover_ && recoverCode(line, code)) break;
         pairLine_ = lineNumber_;
-        Fail(err::TypeMismatch, "invalid group code \"" + std::string(line.substr(0, 40)) + "\"");
+        Fail(err::TypeMismatch, "invalid group code \"" + Printable(line) + "\"");
     case ParseStatus::Overflow:
         pairLine_ = lineNumber_;
-        Fail(err::Overflow, "group code \"" + std::string(line.substr(0, 40)) + "\" is out of range");
+        Fail(err::Overflow, "group code \"" + Printable(line) + "\" is out of range");
     }
     if (!nextLine(line))
         RaiseError(err::InputPastEndOfFile, kSource,
@@ -383,8 +505,10 @@ double DXFReader::ToDouble(std::string_view value) const {
     double d = 0;
     switch (ParseDouble(value, d)) {
     case ParseStatus::Ok: return d;
-    case ParseStatus::TypeMismatch: Fail(err::TypeMismatch, "\"" + std::string(value.substr(0, 40)) + "\" is not a number");
-    case ParseStatus::Overflow: Fail(err::Overflow, "\"" + std::string(value.substr(0, 40)) + "\" is out of range");
+    case ParseStatus::TypeMismatch:
+        if (recover_ && recoverNumber(value, d)) return d;
+        Fail(err::TypeMismatch, "\"" + Printable(value) + "\" is not a number");
+    case ParseStatus::Overflow: Fail(err::Overflow, "\"" + Printable(value) + "\" is out of range");
     }
     return d;
 }
@@ -393,8 +517,13 @@ int32_t DXFReader::ToInt32(std::string_view value) const {
     int32_t n = 0;
     switch (ParseInt32(value, n)) {
     case ParseStatus::Ok: return n;
-    case ParseStatus::TypeMismatch: Fail(err::TypeMismatch, "\"" + std::string(value.substr(0, 40)) + "\" is not a number");
-    case ParseStatus::Overflow: Fail(err::Overflow, "\"" + std::string(value.substr(0, 40)) + "\" is out of the 32-bit integer range");
+    case ParseStatus::TypeMismatch:
+        if (recover_ && ParseInt32(withoutBlanks(value), n) == ParseStatus::Ok) {
+            Warn(pairLine_, "number \"" + Printable(value) + "\" read as " + std::to_string(n));
+            return n;
+        }
+        Fail(err::TypeMismatch, "\"" + Printable(value) + "\" is not a number");
+    case ParseStatus::Overflow: Fail(err::Overflow, "\"" + Printable(value) + "\" is out of the 32-bit integer range");
     }
     return n;
 }

@@ -9,6 +9,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "io/number.h"
 #include "io/text.h"
@@ -18,6 +19,18 @@ namespace ormavec {
 // Utf8 and Auto go beyond the classic two: Utf8 decodes value lines as UTF-8,
 // Auto does so when the drawing's header declares a UTF-8 drawing.
 enum class TextConvertMode : int32_t { None = 0, FromUTF8 = 1, Utf8 = 2, Auto = 3 };
+
+// Something a load repaired or found missing without failing: where, and what.
+struct LoadWarning {
+    std::string File;
+    int64_t Line = 0;
+    std::string Message;
+    std::string Text() const { return File + ":" + std::to_string(Line) + ": " + Message; }
+};
+
+// A text fit for a message: control bytes and bytes that are not UTF-8 are
+// written as \xNN, and a long text is cut after `limit` bytes with "...".
+std::string Printable(std::string_view text, std::size_t limit = 40);
 
 // One group pair, as handed out by ReadEntry.
 struct DxfEntry {
@@ -65,11 +78,30 @@ public:
     void HoldPieces(bool on) noexcept { holdPieces_ = on && escapes_; }
     void DecodePieces(std::string& text);
 
+    // "-" reads standard input. Input that is not a regular file (a pipe, a
+    // process substitution, a device) is read to its end first, with
+    // BytesProgress raised as it comes in, since its size is not known.
     void OpenInput(const std::string& fileName);
     // Reads from memory instead of a file (tests, fuzzing); the name is used
     // in error messages.
     void OpenString(std::string data, std::string displayName = "<memory>");
     void CloseInput() noexcept;
+    // Refuses, by name, input that is not an ASCII drawing: an empty file, a
+    // DWG drawing, a binary drawing, anything whose first line is no group
+    // code. Reads nothing away.
+    void CheckFormat();
+
+    // Repairs what leaves the meaning clear (blank group-code lines, a
+    // decimal comma, spaces inside a number or a code) instead of failing,
+    // and records a warning for each.
+    void SetRecover(bool on) noexcept { recover_ = on; }
+    bool Recover() const noexcept { return recover_; }
+    const std::vector<LoadWarning>& Warnings() const noexcept { return warnings_; }
+    void Warn(std::string message) const { warnings_.push_back({fileName_, lineNumber_, std::move(message)}); }
+    void Warn(int64_t line, std::string message) const { warnings_.push_back({fileName_, line, std::move(message)}); }
+    // Whether the pair last read is (0, name): lets a caller that met the end
+    // of the input tell a closed section from a cut one.
+    bool LastPairIs(std::string_view name) const noexcept { return pair_.Code == 0 && EqualsNoCase(pair_.Value, name); }
     bool AtEnd();
 
     // Reads the next pair. Fast form: the value is a view into the reader.
@@ -85,6 +117,8 @@ public:
     // Raised whenever the whole-number percentage of the file consumed
     // changes; a handler may change the value it receives.
     std::function<void(int32_t& percent)> Progress;
+    // Raised about every megabyte while input of unknown size comes in.
+    std::function<void(int64_t bytes)> BytesProgress;
 
     // Conversions of values with the file name and line in the message.
     double ToDouble(std::string_view value) const;
@@ -154,6 +188,9 @@ private:
         return parseCodeSlow(line, code);
     }
     static ParseStatus parseCodeSlow(std::string_view line, int32_t& code) noexcept;
+    bool recoverCode(std::string_view& line, int32_t& code);
+    bool recoverNumber(std::string_view value, double& d) const;
+    void slurp(int fd, std::string name);
 
     CodePage codePage_;
     TextConvertMode mode_ = TextConvertMode::None;
@@ -166,6 +203,8 @@ private:
     int fd_ = -1;
     bool eof_ = true;
     bool open_ = false;
+    bool recover_ = false;
+    mutable std::vector<LoadWarning> warnings_;
 
     std::unique_ptr<char[]> buffer_;
     std::size_t capacity_ = 0;

@@ -1,6 +1,7 @@
 #include "io/writer.h"
 
 #include <fcntl.h>
+#include <signal.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -40,6 +41,72 @@ std::string folderOf(const std::string& path) {
     if (slash == 0) return "/";
     return path.substr(0, slash);
 }
+
+// The file a chain of symbolic links leads to, which need not exist yet.
+std::string followLinks(std::string path) {
+    for (int depth = 0; depth < 40; ++depth) {
+        struct stat st {};
+        if (::lstat(path.c_str(), &st) != 0 || !S_ISLNK(st.st_mode)) break;
+        std::string target(static_cast<std::size_t>(st.st_size > 0 ? st.st_size : 4096) + 1, '\0');
+        ssize_t n = ::readlink(path.c_str(), target.data(), target.size());
+        if (n <= 0 || static_cast<std::size_t>(n) >= target.size()) break;
+        target.resize(static_cast<std::size_t>(n));
+        path = target.front() == '/' ? target : folderOf(path) + "/" + target;
+    }
+    return path;
+}
+
+// The temporary files being written, for the handlers of the signals that
+// end a process: they remove them and then let the signal do its work. The
+// state of a slot is 0 (free), 1 (being filled) or 2 (holds a name).
+constexpr int kSlots = 32;
+struct TempSlot {
+    std::atomic<int> state{0};
+    char name[4096];
+};
+TempSlot gSlots[kSlots];
+
+extern "C" void removeTempsAndDie(int signal) {
+    for (TempSlot& slot : gSlots)
+        if (slot.state.load(std::memory_order_acquire) == 2) ::unlink(slot.name);
+    ::raise(signal);  // the handler was reset on entry: the default action follows
+}
+
+// Installed once, and only for signals still at their default action, so
+// that a program's own handlers are left alone.
+void installHandlers() {
+    static const bool installed = [] {
+        for (int signal : {SIGINT, SIGTERM, SIGHUP}) {
+            struct sigaction old {};
+            if (::sigaction(signal, nullptr, &old) != 0 || old.sa_handler != SIG_DFL || (old.sa_flags & SA_SIGINFO)) continue;
+            struct sigaction action {};
+            action.sa_handler = removeTempsAndDie;
+            action.sa_flags = SA_RESETHAND;
+            sigemptyset(&action.sa_mask);
+            ::sigaction(signal, &action, nullptr);
+        }
+        return true;
+    }();
+    (void)installed;
+}
+
+int claimSlot(const std::string& name) {
+    if (name.size() >= sizeof gSlots[0].name) return -1;
+    installHandlers();
+    for (int i = 0; i < kSlots; ++i) {
+        int expected = 0;
+        if (!gSlots[i].state.compare_exchange_strong(expected, 1)) continue;
+        std::memcpy(gSlots[i].name, name.c_str(), name.size() + 1);
+        gSlots[i].state.store(2, std::memory_order_release);
+        return i;
+    }
+    return -1;  // more saves at once than slots: this one is not cleaned up on a signal
+}
+
+void releaseSlot(int& slot) noexcept {
+    if (slot >= 0) gSlots[slot].state.store(0, std::memory_order_release);
+    slot = -1;
+}
 }  // namespace
 
 DXFWriter::DXFWriter(CodePage codePage) : codePage_(codePage) {}
@@ -52,6 +119,7 @@ void DXFWriter::discard() noexcept {
         fd_ = -1;
         if (!tempName_.empty()) ::unlink(tempName_.c_str());
     }
+    releaseSlot(tempSlot_);
     tempName_.clear();
     memory_ = nullptr;
     open_ = false;
@@ -60,11 +128,27 @@ void DXFWriter::discard() noexcept {
 
 void DXFWriter::OpenOutput(const std::string& fileName) {
     discard();
+    written_ = 0;
+    if (!buffer_) {
+        capacity_ = kBufferSize;
+        buffer_ = std::make_unique<char[]>(capacity_);
+    }
+    size_ = 0;
     struct stat st {};
-    bool exists = ::stat(fileName.c_str(), &st) == 0;
+    bool exists = fileName != "-" && ::stat(fileName.c_str(), &st) == 0;
     if (exists && S_ISDIR(st.st_mode)) RaiseError(err::PathFileAccessError, kSource, "Cannot write " + fileName + ": it is a folder");
-    std::string folder = folderOf(fileName);
-    std::string base = fileName.substr(fileName.rfind('/') == std::string::npos ? 0 : fileName.rfind('/') + 1);
+    if (fileName == "-" || (exists && !S_ISREG(st.st_mode))) {
+        // Nothing to put in place: the bytes go where the name leads.
+        int fd = fileName == "-" ? ::fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, 0) : ::open(fileName.c_str(), O_WRONLY | O_NOCTTY | O_CLOEXEC);
+        if (fd < 0) failFile(errno, fileName);
+        fd_ = fd;
+        target_ = fileName == "-" ? "<stdout>" : fileName;
+        open_ = true;
+        return;
+    }
+    const std::string path = followLinks(fileName);
+    std::string folder = folderOf(path);
+    std::string base = path.substr(path.rfind('/') == std::string::npos ? 0 : path.rfind('/') + 1);
     // Without a name the temporary file would be written in full and only
     // the final rename would fail.
     if (base.empty()) RaiseError(err::BadFileNameOrNumber, kSource, "Bad file name or number: \"" + fileName + "\" names no file");
@@ -83,12 +167,8 @@ void DXFWriter::OpenOutput(const std::string& fileName) {
     if (exists) ::fchmod(fd, st.st_mode & 07777);
     fd_ = fd;
     tempName_ = temp;
-    target_ = fileName;
-    if (!buffer_) {
-        capacity_ = kBufferSize;
-        buffer_ = std::make_unique<char[]>(capacity_);
-    }
-    size_ = 0;
+    tempSlot_ = claimSlot(temp);
+    target_ = path;
     open_ = true;
 }
 
@@ -124,7 +204,9 @@ void DXFWriter::flush() {
         p += n;
         left -= static_cast<std::size_t>(n);
     }
+    written_ += static_cast<int64_t>(size_);
     size_ = 0;
+    if (BytesProgress) BytesProgress(written_);
 }
 
 void DXFWriter::CloseOutput() {
@@ -135,6 +217,14 @@ void DXFWriter::CloseOutput() {
         open_ = false;
         return;
     }
+    if (tempName_.empty()) {
+        // Written straight through: closing is all there is to do.
+        const int e = ::close(fd_) != 0 ? errno : 0;
+        fd_ = -1;
+        open_ = false;
+        if (e != 0 && e != EINTR) failFile(e, target_);
+        return;
+    }
     if (::fsync(fd_) != 0 && errno != EINVAL) {
         int e = errno;
         failFile(e, target_);
@@ -143,16 +233,19 @@ void DXFWriter::CloseOutput() {
         int e = errno;
         fd_ = -1;
         ::unlink(tempName_.c_str());
+        releaseSlot(tempSlot_);
         failFile(e, target_);
     }
     fd_ = -1;
     if (::rename(tempName_.c_str(), target_.c_str()) != 0) {
         int e = errno;
         ::unlink(tempName_.c_str());
+        releaseSlot(tempSlot_);
         tempName_.clear();
         open_ = false;
         failFile(e, target_);
     }
+    releaseSlot(tempSlot_);
     tempName_.clear();
     open_ = false;
 }

@@ -1,10 +1,15 @@
 // The group writer: writes group pairs as two CR LF terminated lines each,
 // through a large buffer. Saving to a file goes to a temporary file in the
 // same folder that replaces the target only when CloseOutput completes, so
-// a failed save never destroys the file that was there.
+// a failed save never destroys the file that was there. A symbolic link stays
+// a link: the file it leads to is the one replaced. Other names of a file
+// with hard links keep the old content, as a replaced file is a new one.
+// Anything but a regular file (a device, a pipe, "-" for standard output)
+// is written straight through.
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -37,6 +42,8 @@ public:
     bool IsStandard() const noexcept { return saveMode_ == SaveMode::Standard; }
 
     void OpenOutput(const std::string& fileName);
+    // Raised after each buffer written, with the bytes written so far.
+    std::function<void(int64_t bytes)> BytesProgress;
     // Writes into a string instead of a file (tests); the string holds every
     // line as soon as it is written.
     void OpenString(std::string* target);
@@ -88,6 +95,8 @@ private:
     int fd_ = -1;
     std::string target_;
     std::string tempName_;
+    int tempSlot_ = -1;  // where the signal handlers find tempName_
+    int64_t written_ = 0;
     std::string* memory_ = nullptr;
     std::unique_ptr<char[]> buffer_;
     std::size_t size_ = 0;
