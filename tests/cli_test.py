@@ -2,7 +2,9 @@
 """The ormavec command: one table of (arguments, exit code, pattern of the
 output), run in order, as later rows read what earlier ones wrote. A failure
 is one line on standard error and nothing on standard output; success writes
-nothing on standard error (no progress bar without a terminal).
+nothing on standard error but warnings (no progress bar without a terminal).
+"<FILE" as an argument feeds FILE on standard input, "<(FILE)" through a pipe
+named /dev/fd/N. Then a save killed part-way must leave no temporary file.
 
     cli_test.py PATH/TO/ormavec
 """
@@ -10,6 +12,7 @@ import json
 import os
 import pathlib
 import re
+import signal
 import subprocess
 import sys
 import tempfile
@@ -38,6 +41,20 @@ ROWS = [
     ("convert {d}/r12.dxf {d}/standard.dxf", 0, "^$"), ("info --json {d}/standard.dxf", 0, '"acadver":1015'),
     ("convert --classic --utf8 -- {d}/r12.dxf {d}/classic.dxf", 0, "^$"), ("info --json {d}/classic.dxf", 0, '"acadver":1009'),
     ("info --json {d}/utf8.dxf", 0, '"Árvíztűrő".*"Ελληνικά".*"中文图层"'), ("info --json --classic {d}/utf8.dxf", 0, "^(?!.*Ελληνικά)"),
+    ("info {d}/empty.dxf", 1, "empty.dxf is empty"), ("info {d}/a.dwg", 1, r"a.dwg looks like a DWG drawing \(AC1032\)"),
+    ("info {d}/bin.dxf", 1, "bin.dxf is a binary DXF file"),
+    ("info {d}/junk.dxf", 1, r'junk.dxf is not a DXF file \(its first line is "\\x00\\x1B\[31m\\xFF\\xC3(\\x[0-9A-F]{{2}})?\\x0D\\x0Dxxx+\.\.\."'),
+    ("info {d}/cut.dxf", 0, "LINES        1.*warning: [^\n]*cut.dxf:26: the drawing ends inside the ENTITIES section"),
+    ("info --strict {d}/cut.dxf", 1, "cut.dxf:26: the drawing ends inside the ENTITIES section"),
+    ("convert --strict {d}/noeof.dxf {d}/x.dxf", 1, "noeof.dxf:28: the drawing ends without EOF"), ("info {d}/x.dxf", 1, "x.dxf"),
+    ("info {d}/damaged.dxf", 1, r'damaged.dxf:9: invalid group code ""'),
+    ("info --json --recover {d}/damaged.dxf", 0, r'"extent":\[0,-2,1.5,0\].*"LINES":1,.*damaged.dxf:9: blank line where a group code'
+     r'[^\n]*\n[^\n]*damaged.dxf:10: group code " 1 0" read as 10\n[^\n]*damaged.dxf:11: number "1,5" read as 1.5\n'
+     r'[^\n]*damaged.dxf:13: number "- 2" read as -2\n$'),
+    ("info --recover --strict {d}/damaged.dxf", 1, r"damaged.dxf:9: blank line .* \(and 3 more warnings\)"),
+    ("info --json - <{ex}", 0, '"file":"-".*"INSERTS":11'), ("info --json <({ex})", 0, r'"file":"/dev/fd/\d+".*"INSERTS":11'),
+    ("convert {d}/r12.dxf -", 0, "^0\r\nSECTION\r\n2\r\nHEADER\r\n"), ("convert {ex} /dev/full", 1, "Disk full: /dev/full"),
+    ("convert {ex} {d}/link.dxf", 0, "^$"), ("info --json {d}/target.dxf", 0, '"acadver":1015'),
 ]
 
 
@@ -49,20 +66,76 @@ def dxf(version):
     return b"".join(p.encode() + b"\r\n" for p in pairs.split())
 
 
+def run(ormavec, argv):
+    stdin, fds = subprocess.DEVNULL, []
+    for i, a in enumerate(argv):
+        if a.startswith("<("):
+            r, w = os.pipe()
+            os.write(w, pathlib.Path(a[2:-1]).read_bytes())  # the examples fit in a pipe's buffer
+            os.close(w)
+            fds.append(r)
+            argv[i] = "/dev/fd/%d" % r
+        elif a.startswith("<"):
+            stdin = open(a[1:], "rb")
+            argv[i] = None
+    try:
+        return subprocess.run([ormavec, *filter(None, argv)], stdin=stdin, pass_fds=fds, capture_output=True,
+                              env=dict(os.environ, LC_ALL="C.UTF-8"))
+    finally:
+        for f in fds:
+            os.close(f)
+        if stdin != subprocess.DEVNULL:
+            stdin.close()
+
+
+def killed_save_leaves_nothing(ormavec, d):
+    """SIGTERM while a large save writes its temporary file: the process ends by the signal and the file is gone."""
+    big = pathlib.Path(d, "big.dxf")
+    big.write_bytes(b"0\r\nSECTION\r\n2\r\nENTITIES\r\n" + b"0\r\nLINE\r\n8\r\n0\r\n10\r\n1.25\r\n20\r\n2.5\r\n11\r\n3.75\r\n21\r\n5\r\n" * 600000
+                    + b"0\r\nENDSEC\r\n0\r\nEOF\r\n")
+    out = pathlib.Path(d, "kill")
+    out.mkdir()
+    for _ in range(5):  # a save too quick to be caught is tried again
+        p = subprocess.Popen([ormavec, "convert", str(big), str(out / "big2.dxf")], stderr=subprocess.DEVNULL)
+        while p.poll() is None and not any(n.startswith(".big2.dxf.") for n in os.listdir(out)):
+            pass
+        if p.poll() is None:
+            p.send_signal(signal.SIGTERM)
+            code = p.wait()
+            left = os.listdir(out)
+            return code == -signal.SIGTERM and not left or print("FAIL kill: exit %d, left %s" % (code, left))
+        p.wait()
+        for n in os.listdir(out):
+            os.unlink(out / n)
+    return print("FAIL kill: the save never seen part-way")
+
+
 def main(ormavec):
     failures = 0
+    cut = dxf("AC1009").split(b"0\r\nENDSEC\r\n0\r\nEOF")[0]
     with tempfile.TemporaryDirectory() as d:
-        for name, data in (("r12", dxf("AC1009")), ("utf8", dxf("AC1021")), ("bad", b"0\r\nSECTION\r\n2\r\nENTITIES\r\nx\r\nLINE\r\n0\r\nEOF\r\n")):
-            pathlib.Path(d, name + ".dxf").write_bytes(data)
+        for name, data in (("r12", dxf("AC1009")), ("utf8", dxf("AC1021")), ("bad", b"0\r\nSECTION\r\n2\r\nENTITIES\r\nx\r\nLINE\r\n0\r\nEOF\r\n"),
+                           ("empty", b""), ("a.dwg", b"AC1032\0\0\0\0\0\x1f\x02"), ("bin", b"AutoCAD Binary DXF\r\n\x1a\0\x00\x01"),
+                           ("junk", b"\0\x1b[31m\xff\xc3\r\r" + b"x" * 60 + b"\n"), ("cut", cut), ("noeof", cut + b"0\r\nENDSEC\r\n"),
+                           ("damaged", b"0\nSECTION\n2\nENTITIES\n0\nLINE\n8\n0\n\n 1 0\n1,5\n20\n- 2\n0\nENDSEC\n0\nEOF\n"),
+                           ("target", b"old\n")):
+            pathlib.Path(d, name if "." in name else name + ".dxf").write_bytes(data)
+        os.chmod(os.path.join(d, "target.dxf"), 0o640)
+        os.symlink("target.dxf", os.path.join(d, "link.dxf"))
         for args, want, pattern in ROWS:
             argv = [a.format(ex=EX, d=d) for a in args.split()]
-            p = subprocess.run([ormavec, *argv], stdin=subprocess.DEVNULL, capture_output=True, env=dict(os.environ, LC_ALL="C.UTF-8"))
-            out, err = p.stdout.decode(), p.stderr.decode("utf-8", "replace")
-            ok = p.returncode == want and re.search(pattern, out if want == 0 else err, re.S)
-            ok = ok and (err == "" if want == 0 else out == "" and re.fullmatch("ormavec: [^\n]*\n", err))
+            p = run(ormavec, argv)
+            out, err = p.stdout.decode("utf-8", "replace"), p.stderr.decode("utf-8", "replace")
+            ok = p.returncode == want and re.search(pattern, out + err if want == 0 else err, re.S)
+            ok = ok and (re.fullmatch("(ormavec: warning: [^\n]*\n)*", err) if want == 0 else out == "" and re.fullmatch("ormavec: [^\n]*\n", err))
             if not ok or (want == 0 and "--json" in argv and not json.loads(out)):
                 failures += 1
-                print("FAIL ormavec %s: exit %d\n%s%s" % (" ".join(argv), p.returncode, out, err))
+                print("FAIL ormavec %s: exit %d\n%s%s" % (" ".join(filter(None, argv)), p.returncode, out, err))
+        # The link stays a link; its target was replaced with its permissions kept.
+        if not os.path.islink(os.path.join(d, "link.dxf")) or os.stat(os.path.join(d, "target.dxf")).st_mode & 0o777 != 0o640:
+            failures += 1
+            print("FAIL the save through link.dxf replaced the link or lost the permissions of its target")
+        failures += not killed_save_leaves_nothing(ormavec, d)
     print("cli_test: %d rows, %d failures" % (len(ROWS), failures))
     return 1 if failures else 0
 
