@@ -94,6 +94,17 @@ const Interface* DocumentInterface(TypeLibrary& lib) {
         return None();
     });
     b.Auto("SaveMode", kGet, {}, "SaveMode", [](Object& o, Args&) { return Variant(static_cast<int32_t>(Self<DXFDocument>(o).SaveMode())); });
+    b.Auto("Recover", kLet, {Ref("Value", "Boolean")}, "", [](Object& o, Args& a) {
+        Self<DXFDocument>(o).SetRecover(a[0].ToBool());
+        return None();
+    });
+    b.Auto("Recover", kGet, {}, "Boolean", [](Object& o, Args&) { return Variant(Self<DXFDocument>(o).Recover()); });
+    // The warnings of the last load, one "file:line: message" per line.
+    b.Auto("Warnings", kGet, {}, "String", [](Object& o, Args&) {
+        std::string text;
+        for (const LoadWarning& w : Self<DXFDocument>(o).Warnings()) text += w.Text() + "\n";
+        return Variant(std::move(text));
+    });
     return b.get();
 }
 

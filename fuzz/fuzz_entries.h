@@ -52,6 +52,8 @@ inline void ReaderEntry(const uint8_t* data, size_t size) {
     DXFReader reader((options & 4) ? CodePage::Windows1252 : CodePage::Windows1250);
     // Bit 3 and the input's size pick one of the four text modes.
     reader.SetTextConvertMode(static_cast<TextConvertMode>(((options >> 3) & 1) | ((size & 1) << 1)));
+    // The next bit of the size takes the repairing path.
+    reader.SetRecover(size & 2);
     int32_t lastPercent = 0;
     reader.Progress = [&lastPercent](int32_t& percent) { lastPercent = percent; };
     reader.OpenString(std::string(reinterpret_cast<const char*>(data + 1), size - 1), "fuzz");
@@ -78,13 +80,14 @@ inline void ReaderEntry(const uint8_t* data, size_t size) {
     if (lastPercent < 0 || lastPercent > 100) __builtin_trap();
 }
 
-// (b) DXFDocument::Load; the size picks the version mode and text mode so
-// that the hatches of blocks are read too.
+// (b) DXFDocument::Load; the size picks the version mode, the text mode (so
+// that the hatches of blocks are read too) and whether damage is repaired.
 inline void LoadEntry(const uint8_t* data, size_t size) {
     const std::string path = WriteScratch("in.dxf", data, size);
     DXFDocument doc;
     doc.SetVersionMode((size & 1) ? 6 : 0);
     doc.SetTextConvertMode(static_cast<TextConvertMode>((size >> 1) & 3));
+    doc.SetRecover(size & 8);
     try {
         doc.Load(path);
     } catch (const Error&) {
@@ -107,6 +110,7 @@ inline std::string RoundTripEntry(const uint8_t* data, size_t size) {
     const bool standard = size & 1;
     DXFDocument first;
     first.SetVersionMode(6);
+    first.SetRecover(size & 2);  // what a repaired load holds must save and load back too
     if (standard) {
         first.SetTextConvertMode(TextConvertMode::Auto);
         first.SetSaveMode(SaveMode::Standard);

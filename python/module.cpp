@@ -177,6 +177,16 @@ PYBIND11_MODULE(ormavec, m) {
         .def_property("VersionMode", &DXFDocument::VersionMode, &DXFDocument::SetVersionMode)
         .def_property("SaveMode", &DXFDocument::SaveMode, &DXFDocument::SetSaveMode)
         .def_property("CodePage", &DXFDocument::CodePage, &DXFDocument::SetCodePage)
+        .def_property("Recover", &DXFDocument::Recover, &DXFDocument::SetRecover,
+                      "Loads repair blank group-code lines, decimal commas and blanks in numbers, each with a warning.")
+        .def_property_readonly(
+            "Warnings",
+            [](const DXFDocument& d) {
+                std::vector<std::string> out;
+                for (const LoadWarning& w : d.Warnings()) out.push_back(w.Text());
+                return out;
+            },
+            "What the last load repaired or found missing, as \"file:line: message\".")
         .def_property(
             "Progress",
             [](const DXFDocument& d) -> py::object {

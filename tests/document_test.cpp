@@ -7,7 +7,9 @@
 // clear error naming the file and the line, never in a crash, a hang or an
 // allocation the input cannot fill.
 #include <gtest/gtest.h>
+#include <rapidcheck/gtest.h>
 
+#include <cstdlib>
 #include <cmath>
 #include <filesystem>
 #include <functional>
@@ -170,8 +172,10 @@ const Case kCases[] = {
     {"10 MB value of high bytes", [] { return File("ENTITIES", "0\nLINE\n8\n" + std::string(10 << 20, '\xE9') + "\n"); }, 0, "",
      [](D d) { EXPECT_EQ(Line(d).Layer.size(), std::size_t(20) << 20); }},
     {"1 MB section name upper-cased", [] { return "0\nSECTION\n2\n" + std::string(1 << 20, '\xDF') + "\n0\nEOF\n"; }, 0, "", nullptr},
-    {"single 10 MB line without line end", [] { return std::string(10 << 20, '7'); }, err::Overflow, ":1", nullptr},
-    {"single line of letters without line end", [] { return std::string(1 << 20, 'x'); }, err::TypeMismatch, ":1", nullptr},
+    // A first line that is no group code: not a drawing at all.
+    {"single 10 MB line without line end", [] { return std::string(10 << 20, '7'); }, err::BadFileMode, " is not a DXF file", nullptr},
+    {"single line of letters without line end", [] { return std::string(1 << 20, 'x'); }, err::BadFileMode, " is not a DXF file", nullptr},
+    {"empty file", [] { return std::string(); }, err::InputPastEndOfFile, " is empty", nullptr},
     {"only code lines, even count", [] { return Repeat("0\n", 1000); }, 0, "", nullptr},
     {"only code lines, odd count", [] { return Repeat("0\n", 1001); }, err::InputPastEndOfFile, "", nullptr},
     {"code line not a number", [] { return "0\nSECTION\n2\nHEADER\nnine\n$EXTMIN\n"; }, err::TypeMismatch, ":5", nullptr},
@@ -197,7 +201,12 @@ const Case kCases[] = {
     {"BLOCK without ENDBLK", [] { return Section("BLOCKS", "0\nBLOCK\n2\nB\n" + Repeat("0\nLINE\n10\n1\n", 1000), false); }, 0, "",
      [](D d) { EXPECT_EQ(d.BLOCKS()->ItemRef(0).LINES->Count(), 1000); }},
     {"ENTITIES without ENDSEC", [] { return Section("ENTITIES", Repeat("0\nLINE\n10\n1\n", 1000), false); }, 0, "",
-     [](D d) { EXPECT_EQ(d.ENTITIES()->LINES()->Count(), 1000); }},
+     [](D d) {
+         EXPECT_EQ(d.ENTITIES()->LINES()->Count(), 1000);
+         ASSERT_EQ(d.Warnings().size(), 1u);  // the last line, 4 + 4000
+         EXPECT_EQ(d.Warnings()[0].Line, 4004);
+         EXPECT_NE(d.Warnings()[0].Message.find("inside the ENTITIES section"), std::string::npos);
+     }},
 
     // Children without their parent.
     {"VERTEX and SEQEND without POLYLINE", [] { return File("ENTITIES", "0\nVERTEX\n10\n1\n0\nSEQEND\n0\nLINE\n10\n5\n"); }, 0, "",
@@ -233,6 +242,72 @@ TEST(HostileInput, EachCaseGivesItsErrorOrItsModel) {
         if (c.check) c.check(doc);
     }
     DXFDocument().SetVersionMode(mode);
+}
+
+// Damage that leaves the meaning clear (a blank line before a group code, a
+// decimal comma, a blank after a minus sign) fails as before, and with Recover
+// each is repaired with a warning on its line, into the undamaged model.
+RC_GTEST_PROP(Recover, RepairsEachDamageWithAWarningOnItsLine, ()) {
+    const int entities = *rc::gen::inRange(1, 12);
+    std::vector<std::string> lines{"0", "SECTION", "2", "ENTITIES"};
+    for (int e = 0; e < entities; ++e) {
+        for (const char* l : {"0", "LINE", "8", "0"}) lines.push_back(l);
+        for (const char* code : {"10", "20", "30", "11", "21", "31"}) {
+            lines.push_back(code);
+            const int eighths = *rc::gen::inRange(-80000, 80000);
+            lines.push_back(std::to_string(eighths / 8) + (eighths % 8 ? "." + std::to_string(std::abs(eighths % 8) * 125) : ""));
+            if (eighths < 0 && eighths > -8) lines.back().insert(0, "-");
+        }
+    }
+    for (const char* l : {"0", "ENDSEC", "0", "EOF"}) lines.push_back(l);
+    std::string clean, damaged;
+    std::vector<int64_t> expected;  // lines of the damage in the damaged file
+    int64_t line = 0;
+    for (std::size_t i = 0; i < lines.size(); ++i) {
+        std::string l = lines[i];
+        const bool number = i % 2 == 1 && i >= 5 && lines[i - 1][0] != '0' && lines[i - 1] != "8";
+        switch (*rc::gen::inRange(0, 8)) {
+        case 0:
+            if (i % 2 == 0) {
+                damaged += "\n";
+                expected.push_back(++line);
+            }
+            break;
+        case 1:
+            if (number && l.find('.') != std::string::npos) {
+                l[l.find('.')] = ',';
+                expected.push_back(line + 1);
+            }
+            break;
+        case 2:
+            if (number && l[0] == '-') {
+                l.insert(1, " ");
+                expected.push_back(line + 1);
+            }
+            break;
+        }
+        clean += lines[i] + "\n";
+        damaged += l + "\n";
+        ++line;
+    }
+    TempDir dir;
+    WriteFile(dir / "clean.dxf", clean);
+    WriteFile(dir / "damaged.dxf", damaged);
+    DXFDocument original, refused, repaired;
+    original.Load(dir / "clean.dxf");
+    RC_ASSERT(original.Warnings().empty());
+    // Blank first: no drawing starts so.
+    const int32_t refusal = expected.empty() ? 0 : expected.front() == 1 ? err::BadFileMode : err::TypeMismatch;
+    RC_ASSERT(ErrorNumberOf([&] { refused.Load(dir / "damaged.dxf"); }) == refusal);
+    repaired.SetRecover(true);
+    repaired.Load(dir / "damaged.dxf");
+    std::vector<int64_t> warned;
+    for (const LoadWarning& w : repaired.Warnings()) warned.push_back(w.Line);
+    RC_ASSERT(warned == expected);
+    // Same model, same saved file.
+    original.Save(dir / "a.dxf");
+    repaired.Save(dir / "b.dxf");
+    RC_ASSERT(ReadFile(dir / "a.dxf") == ReadFile(dir / "b.dxf"));
 }
 
 }  // namespace

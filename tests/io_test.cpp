@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 #include <rapidcheck/gtest.h>
 
+#include <algorithm>
 #include <bit>
 #include <charconv>
 #include <cmath>
@@ -281,4 +282,15 @@ TEST(UnicodeWrite, EncodingPerSaveModeAndCaseMapping) {
     EXPECT_EQ(UpperCase("line \xC5\x91z \xC3\xA9\xFF"), "LINE \xC5\x90Z \xC3\x89\xFF");  // malformed bytes kept
     EXPECT_EQ(LowerCase("\xC5\x90Z\xFF"), "\xC5\x91z\xFF");
     EXPECT_TRUE(EqualsNoCase("Layer\xC3\xA1", "LAYER\xC3\x81") && !EqualsNoCase("LAYER", "LAYERS"));
+}
+
+// Text for a message: whatever the bytes, printable valid UTF-8 of bounded
+// length, and printable ASCII within the limit comes through unchanged.
+RC_GTEST_PROP(Printable, EscapesControlsAndInvalidBytesAndCuts, (const std::string& text)) {
+    const std::string out = Printable(text, 40);
+    RC_ASSERT(IsValidUtf8(out));
+    RC_ASSERT(out.size() <= 40 * 4 + 3);
+    for (unsigned char c : out) RC_ASSERT(c >= 0x20 && c != 0x7F);
+    const bool plain = text.size() <= 40 && std::all_of(text.begin(), text.end(), [](char c) { return c >= 0x20 && c < 0x7F; });
+    if (plain) RC_ASSERT(out == text);
 }
