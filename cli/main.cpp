@@ -233,14 +233,15 @@ private:
         if (percent > 100) percent = 100;
         // One column is kept free: a line that fills the last one wraps on some terminals.
         const int width = columns() - 1;
-        const int fixed = static_cast<int>(action_.size()) + 1 + 7;  // "ACTION " and " [" "] 100%"
+        const int fixed = static_cast<int>(action_.size()) + 1 + 8;  // "ACTION " and " [" "] 100%"
         const int bar = std::clamp(width - fixed - static_cast<int>(label_.size()), 10, 30);
         if (width < fixed + 1) return;
         std::string tail = " [";
         const int filled = percent * bar / 100;
         tail.append(static_cast<std::size_t>(filled), '#');
         tail.append(static_cast<std::size_t>(bar - filled), ' ');
-        tail += "] " + std::to_string(percent) + "%";
+        const std::string digits = std::to_string(percent);
+        tail += "] " + std::string(3 - digits.size(), ' ') + digits + "%";  // a steady width: the label is not cut at 100%
         const int room = width - static_cast<int>(action_.size()) - 1 - static_cast<int>(tail.size());
         show(room > 0 ? action_ + " " + fitted(static_cast<std::size_t>(room)) + tail : std::string());
     }

@@ -248,47 +248,32 @@ TEST(HostileInput, EachCaseGivesItsErrorOrItsModel) {
 // decimal comma, a blank after a minus sign) fails as before, and with Recover
 // each is repaired with a warning on its line, into the undamaged model.
 RC_GTEST_PROP(Recover, RepairsEachDamageWithAWarningOnItsLine, ()) {
-    const int entities = *rc::gen::inRange(1, 12);
     std::vector<std::string> lines{"0", "SECTION", "2", "ENTITIES"};
-    for (int e = 0; e < entities; ++e) {
-        for (const char* l : {"0", "LINE", "8", "0"}) lines.push_back(l);
-        for (const char* code : {"10", "20", "30", "11", "21", "31"}) {
+    for (int e = *rc::gen::inRange(1, 12); e > 0; --e)
+        for (const char* code : {"0", "8", "10", "20", "30", "11", "21", "31"}) {
+            const int v = *rc::gen::inRange(-80000, 80000);
             lines.push_back(code);
-            const int eighths = *rc::gen::inRange(-80000, 80000);
-            lines.push_back(std::to_string(eighths / 8) + (eighths % 8 ? "." + std::to_string(std::abs(eighths % 8) * 125) : ""));
-            if (eighths < 0 && eighths > -8) lines.back().insert(0, "-");
+            lines.push_back(code[0] == '0' ? "LINE" : code[0] == '8' ? "0" : std::to_string(v / 8) + "." + std::to_string(std::abs(v % 8) * 125));
         }
-    }
     for (const char* l : {"0", "ENDSEC", "0", "EOF"}) lines.push_back(l);
     std::string clean, damaged;
     std::vector<int64_t> expected;  // lines of the damage in the damaged file
-    int64_t line = 0;
-    for (std::size_t i = 0; i < lines.size(); ++i) {
+    for (std::size_t i = 0, line = 1; i < lines.size(); ++i, ++line) {
         std::string l = lines[i];
-        const bool number = i % 2 == 1 && i >= 5 && lines[i - 1][0] != '0' && lines[i - 1] != "8";
+        const bool number = i % 2 == 1 && lines[i - 1].size() == 2;  // the coordinates
         switch (*rc::gen::inRange(0, 8)) {
         case 0:
-            if (i % 2 == 0) {
-                damaged += "\n";
-                expected.push_back(++line);
-            }
+            if (i % 2 == 0) damaged += "\n", expected.push_back(static_cast<int64_t>(line++));
             break;
         case 1:
-            if (number && l.find('.') != std::string::npos) {
-                l[l.find('.')] = ',';
-                expected.push_back(line + 1);
-            }
+            if (number) l[l.find('.')] = ',', expected.push_back(static_cast<int64_t>(line));
             break;
         case 2:
-            if (number && l[0] == '-') {
-                l.insert(1, " ");
-                expected.push_back(line + 1);
-            }
+            if (number && l[0] == '-') l.insert(1, " "), expected.push_back(static_cast<int64_t>(line));
             break;
         }
         clean += lines[i] + "\n";
         damaged += l + "\n";
-        ++line;
     }
     TempDir dir;
     WriteFile(dir / "clean.dxf", clean);
