@@ -52,4 +52,4 @@ def test_a_comparer_that_changes_the_list_it_sorts():
         try:  # either the sort completes or it stops with an error; no crash
             lines.Sort(Comparer=comparer)
         except ormavec.Error as e:
-            assert "sort" in str(e)
+            assert "during Sort" in str(e)
