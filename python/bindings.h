@@ -10,12 +10,15 @@
 #include <string>
 #include <tuple>
 
+#include "automation/typelib_build.h"
 #include "document/fields.h"
 #include "ormavec.h"
 
 namespace ormavec::python {
 
 namespace py = pybind11;
+// The type library's texts document the list members here too.
+namespace help = ::ormavec::automation::build;
 
 py::object toPython(const Variant& v);
 Variant fromPython(py::handle h);
@@ -100,21 +103,21 @@ void bindListMembers(Cls& cls) {
     if constexpr (std::is_same_v<C, LTYPES>) toName = "ToLTYPES";
     cls.def(py::init<>())
         .def_static(toName.c_str(), [](py::handle value) { return C::ToRecord(fromPython(value)); }, py::arg("Value"))
-        .def_property_readonly("Count", [](const C& c) { return c.Count(); })
-        .def_property_readonly("LowerBound", [](const C& c) { return c.LowerBound(); })
-        .def_property_readonly("UpperBound", [](const C& c) { return c.UpperBound(); })
-        .def_property_readonly("VarType", [](const C& c) { return c.VarType(); })
-        .def_property("GrowLength", [](const C& c) { return c.GrowLength(); }, [](C& c, int32_t v) { c.SetGrowLength(v); })
-        .def_property("ShrinkFactor", [](const C& c) { return c.ShrinkFactor(); }, [](C& c, float v) { c.SetShrinkFactor(v); })
+        .def_property_readonly("Count", [](const C& c) { return c.Count(); }, help::kHelpCount)
+        .def_property_readonly("LowerBound", [](const C& c) { return c.LowerBound(); }, help::kHelpLowerBound)
+        .def_property_readonly("UpperBound", [](const C& c) { return c.UpperBound(); }, help::kHelpUpperBound)
+        .def_property_readonly("VarType", [](const C& c) { return c.VarType(); }, help::kHelpVarType)
+        .def_property("GrowLength", [](const C& c) { return c.GrowLength(); }, [](C& c, int32_t v) { c.SetGrowLength(v); }, help::kHelpGrowLength)
+        .def_property("ShrinkFactor", [](const C& c) { return c.ShrinkFactor(); }, [](C& c, float v) { c.SetShrinkFactor(v); }, help::kHelpShrinkFactor)
         .def("Item", [](const C& c, int32_t i) { return c.Item(i); }, py::arg("Index"), "A copy of the record at the index.")
         .def("LetItem", [](C& c, int32_t i, const T& v) { c.LetItem(i, v); }, py::arg("Index"), py::arg("Value"), "Stores a copy of the record at the index.")
-        .def("AddItem", [](C& c, const T& v) { c.AddItem(v); }, py::arg("Value"))
+        .def("AddItem", [](C& c, const T& v) { c.AddItem(v); }, py::arg("Value"), help::kHelpAddItem)
         .def("Add", [](C& c, const T& v) { c.Add(v); }, py::arg("Item"))
-        .def("RemoveItem", [](C& c, int32_t i, bool keep) { c.RemoveItem(i, keep); }, py::arg("Index"), py::arg("KeepSequence") = true)
+        .def("RemoveItem", [](C& c, int32_t i, bool keep) { c.RemoveItem(i, keep); }, py::arg("Index"), py::arg("KeepSequence") = true, help::kHelpRemoveItem)
         .def("Delete", [](C& c, int32_t i) { c.Delete(i); }, py::arg("Index"))
-        .def("SetCount", [](C& c, int32_t n, bool keep) { c.SetCount(n, keep); }, py::arg("Count"), py::arg("PreserveValues") = false)
-        .def("EraseArray", [](C& c) { c.EraseArray(); })
-        .def("Shrink", [](C& c, bool destroy) { c.Shrink(destroy ? 1 : 0); }, py::arg("DestroyCache") = false)
+        .def("SetCount", [](C& c, int32_t n, bool keep) { c.SetCount(n, keep); }, py::arg("Count"), py::arg("PreserveValues") = false, help::kHelpSetCount)
+        .def("EraseArray", [](C& c) { c.EraseArray(); }, help::kHelpEraseArray)
+        .def("Shrink", [](C& c, bool destroy) { c.Shrink(destroy ? 1 : 0); }, py::arg("DestroyCache") = false, help::kHelpShrink)
         .def(
             "Find",
             [](const C& c, const T& value) {
