@@ -6,6 +6,7 @@
 #include <type_traits>
 
 #include "automation/automation.h"
+#include "automation/server.h"
 #include "document/fields.h"
 
 namespace ormavec::automation {
@@ -255,10 +256,12 @@ void ToC(const Variant& v, ormavec_variant& out) {
         return;
     case Variant::Kind::Record:
         out.u.recVal = new Variant(v);
+        CountValuePayload(1);
         out.vt = ORMAVEC_VT_RECORD;
         return;
     case Variant::Kind::Array:
         out.u.arrVal = new Variant(v);
+        CountValuePayload(1);
         out.vt = static_cast<uint16_t>(v.VarType());
         return;
     }

@@ -28,6 +28,7 @@ constexpr Guid kIClassFactory = {0x00000001, 0x0000, 0x0000, {0xC0, 0, 0, 0, 0, 
 
 std::atomic<int32_t> gLiveObjects{0};
 std::atomic<int32_t> gServerLocks{0};
+std::atomic<int32_t> gValuePayloads{0};
 std::atomic<uint32_t> gNextCookie{1};
 
 struct LastError {
@@ -174,6 +175,22 @@ int32_t ResultOf(int32_t number) {
     return ORMAVEC_E_FAIL;
 }
 
+void CountValuePayload(int32_t delta) noexcept { gValuePayloads.fetch_add(delta); }
+
+namespace {
+
+// An argument as the platform passes it: an error value means "left out";
+// Empty given for an optional argument is the empty value of its type (0 for
+// a position, no comparer), not a left-out one; Null fits no member.
+Variant ArgumentFromC(const ormavec_variant& v, const Param& p, const std::string& member) {
+    if (v.vt == ORMAVEC_VT_NULL) RaiseError(err::InvalidUseOfNull, member, "Invalid use of Null: " + p.name);
+    if (v.vt == ORMAVEC_VT_EMPTY && (p.flags & ORMAVEC_PARAM_OPTIONAL) && (p.type == "Variant" || p.type == "Long"))
+        return Variant(int32_t{0});
+    return FromC(v);
+}
+
+}  // namespace
+
 ormavec_object* Wrap(const std::shared_ptr<Object>& object) {
     const TypeLibrary& lib = Library();
     if (auto list = std::dynamic_pointer_cast<IArrayList>(object)) {
@@ -225,7 +242,7 @@ ORMAVEC_API int32_t DllGetClassObject(const ormavec_guid* clsid, const ormavec_g
 }
 
 ORMAVEC_API int32_t DllCanUnloadNow(void) {
-    return gLiveObjects.load() == 0 && gServerLocks.load() == 0 ? ORMAVEC_S_OK : ORMAVEC_S_FALSE;
+    return gLiveObjects.load() == 0 && gServerLocks.load() == 0 && gValuePayloads.load() == 0 ? ORMAVEC_S_OK : ORMAVEC_S_FALSE;
 }
 
 ORMAVEC_API int32_t ormavec_factory_create_instance(ormavec_object* factory, ormavec_object* outer, const ormavec_guid* iid,
@@ -381,7 +398,7 @@ ORMAVEC_API int32_t ormavec_invoke(ormavec_object* object, int32_t dispid, int32
     return Guard([&] {
         Args a;
         a.reserve(m->params.size());
-        for (int32_t i = 0; i < argc; ++i) a.push_back(FromC(args[i]));
+        for (int32_t i = 0; i < argc; ++i) a.push_back(ArgumentFromC(args[i], m->params[static_cast<std::size_t>(i)], m->name));
         a.resize(m->params.size());
         Variant r = m->call(*self, a);
         for (int32_t i = 0; i < argc; ++i) {

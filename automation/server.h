@@ -19,6 +19,10 @@ int32_t Fail(int32_t hresult, std::string description);
 // number n becomes the control-facility code 0x800A0000 + n.
 int32_t ResultOf(int32_t number);
 
+// Record and array payloads of the host's variants: each holds model objects
+// whose code lives in this library, so the library may not unload under them.
+void CountValuePayload(int32_t delta) noexcept;
+
 // Runs f, turning every exception into a result and the thread's error info.
 template <class F>
 int32_t Guard(F&& f) noexcept {

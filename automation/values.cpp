@@ -20,9 +20,15 @@ ORMAVEC_API int32_t ormavec_variant_clear(ormavec_variant* v) {
     case ORMAVEC_VT_BSTR: std::free(v->u.strVal); break;
     case ORMAVEC_VT_DISPATCH:
     case ORMAVEC_VT_UNKNOWN: ormavec_release(v->u.objVal); break;
-    case ORMAVEC_VT_RECORD: delete static_cast<Variant*>(v->u.recVal); break;
+    case ORMAVEC_VT_RECORD:
+        if (v->u.recVal) CountValuePayload(-1);
+        delete static_cast<Variant*>(v->u.recVal);
+        break;
     default:
-        if (v->vt & ORMAVEC_VT_ARRAY) delete static_cast<Variant*>(v->u.arrVal);
+        if (v->vt & ORMAVEC_VT_ARRAY) {
+            if (v->u.arrVal) CountValuePayload(-1);
+            delete static_cast<Variant*>(v->u.arrVal);
+        }
         break;
     }
     ormavec_variant_init(v);

@@ -85,7 +85,7 @@ if(ORMAVEC_BUILD_TESTS AND TARGET ormavec_shared AND TARGET ormavec)
   set_tests_properties(install_test PROPERTIES RESOURCE_LOCK build_tree)
 endif()
 # pip installs the Python package into a fresh virtual environment.
-if(ORMAVEC_BUILD_TESTS AND TARGET ormavec_python)
+if(ORMAVEC_BUILD_TESTS AND TARGET ormavec_python AND NOT ORMAVEC_SANITIZE)
   add_test(NAME pip_install_test COMMAND ${PROJECT_SOURCE_DIR}/tests/install_test.sh ${PROJECT_BINARY_DIR} ${PROJECT_VERSION} pip)
   set_tests_properties(pip_install_test PROPERTIES RESOURCE_LOCK build_tree)
 endif()

@@ -25,6 +25,11 @@ public:
     void SetExtMin(const XYZ& value) noexcept { extMin_ = value; }
     XYZ InsBase() const noexcept { return insBase_; }
     void SetInsBase(const XYZ& value) noexcept { insBase_ = value; }
+    // The points in place, for hosts whose point objects change what they
+    // were taken from.
+    XYZ& ExtMaxRef() noexcept { return extMax_; }
+    XYZ& ExtMinRef() noexcept { return extMin_; }
+    XYZ& InsBaseRef() noexcept { return insBase_; }
 
     // Reads the section after its 2/"HEADER" pair up to "ENDSEC".
     void ReadSection(DXFReader& reader);

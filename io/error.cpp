@@ -22,6 +22,7 @@ std::string_view DefaultErrorText(int32_t number) {
     case err::PermissionDenied: return "Permission denied";
     case err::PathFileAccessError: return "Path/File access error";
     case err::PathNotFound: return "Path not found";
+    case err::InvalidUseOfNull: return "Invalid use of Null";
     default: return "Application-defined or object-defined error";
     }
 }

@@ -31,6 +31,7 @@ inline constexpr int32_t InputPastEndOfFile = 62;
 inline constexpr int32_t PermissionDenied = 70;
 inline constexpr int32_t PathFileAccessError = 75;
 inline constexpr int32_t PathNotFound = 76;
+inline constexpr int32_t InvalidUseOfNull = 94;
 }  // namespace err
 
 // The standard text for a number, used when a raise gives no description.

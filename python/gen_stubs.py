@@ -9,7 +9,8 @@ import sys
 sys.path.insert(0, sys.argv[1])
 import ormavec  # noqa: E402
 
-SCALARS = {bool: "bool", int: "int", float: "float", str: "str", list: "list", tuple: "tuple"}
+SCALARS = {bool: "bool", int: "int", float: "float", str: "str", list: "typing.List[typing.Any]",
+           tuple: "typing.Tuple[typing.Any, ...]"}
 
 
 def type_of(value):
@@ -41,62 +42,99 @@ def split_top(text):
 
 
 def clean(t):
-    t = t.strip().replace("ormavec.", "")
-    for a, b in (("List[", "typing.List["), ("Tuple[", "typing.Tuple["), ("Optional[", "typing.Optional["),
-                 ("Callable[", "typing.Callable["), ("Iterator", "typing.Iterator"), ("object", "typing.Any")):
-        t = t.replace(a, b) if not t.startswith("typing.") else t
-    t = re.sub(r"\bhandle\b", "typing.Any", t)
-    for a, b in ():
-        t = t.replace(a, b) if not t.startswith("typing.") else t
+    t = t.strip().replace("ormavec::", "").replace("ormavec.", "")
+    for a, b in ((r"\bList\[", "typing.List["), (r"\bTuple\[", "typing.Tuple["), (r"\bOptional\[", "typing.Optional["),
+                 (r"\bCallable\[", "typing.Callable["), (r"\bIterator\b", "typing.Iterator"), (r"\bobject\b", "typing.Any"),
+                 (r"\bhandle\b", "typing.Any"), (r"\bIterable\b", "typing.Iterable[typing.Any]"), (r"\bkwargs\b", "typing.Any"),
+                 (r"\btuple\b", "typing.Tuple[typing.Any, ...]"), (r"\blist\b", "typing.List[typing.Any]"),
+                 (r"\bslice\b", "builtins.slice")):
+        t = re.sub(r"(?<!typing\.)" + a, b, t)
     return t or "typing.Any"
+
+
+PROGRESS = "typing.Optional[typing.Callable[[int], typing.Optional[int]]]"
+
+
+def property_type(obj, value):
+    """The type of a property: of its value, else of its getter's signature."""
+    if value is not None:
+        return type_of(value)
+    match = re.search(r"->\s*(.*)$", ((obj.fget.__doc__ or "").strip().splitlines() or [""])[0])
+    if not match or clean(match.group(1)) == "typing.Any":
+        return "typing.Any"
+    return f"typing.Optional[{clean(match.group(1))}]"
+
+
+def signatures(name, doc, static):
+    """One stub per signature of a member; overloads marked as such."""
+    lines = [line.strip() for line in doc]
+    overloads = [re.sub(r"^\d+\.\s*", "", line) for line in lines if re.match(rf"^\d+\.\s*{name}\(", line)]
+    if overloads:
+        out = []
+        for text in overloads:
+            out += ["    @typing.overload"] + signature(name, [text], static)
+        return out
+    return signature(name, doc, static)
 
 
 def member_stub(cls, name, obj, instance):
     if isinstance(obj, property):
+        if name == "Progress":
+            return [f"    {name}: {PROGRESS}"]
         try:
             value = getattr(instance, name) if instance is not None else None
         except Exception:
             value = None
-        return [f"    {name}: {type_of(value)}"]
+        return [f"    {name}: {property_type(obj, value)}"]
+    if isinstance(obj, cls):
+        return [f"    {name}: {cls.__name__}"]
     if callable(obj):
         static = isinstance(inspect.getattr_static(cls, name), staticmethod)
         if static:
             obj = getattr(cls, name)
         doc = (getattr(obj, "__doc__", "") or "").strip().splitlines()
-        match = re.match(r"^\w+\((.*)\)\s*->\s*(.*)$", doc[0]) if doc else None
-        if not match:
-            args = "*args: typing.Any, **kwargs: typing.Any" if static else "self, *args: typing.Any, **kwargs: typing.Any"
-            return (["    @staticmethod"] if static else []) + [f"    def {name}({args}) -> typing.Any: ..."]
-        params = []
-        for part in split_top(match.group(1)):
-            pname, _, rest = part.partition(":")
-            ptype, _, default = rest.partition("=")
-            pname = pname.strip()
-            if pname == "self":
-                params.append("self")
-                continue
-            text = f"{pname}: {clean(ptype)}"
-            if default.strip():
-                text += " = ..."
-            params.append(text)
-        if not static and (not params or params[0] != "self"):
-            params.insert(0, "self")
-        out = [f"    def {name}({', '.join(params)}) -> {clean(match.group(2))}: ..."]
-        if doc[1:]:
-            rest = " ".join(line.strip() for line in doc[1:] if line.strip())
-            if rest:
-                out[0] = out[0][:-4] + f'\n        """{rest}"""'
-        return (["    @staticmethod"] if static else []) + out
+        return signatures(name, doc, static)
     return []
 
 
+def signature(name, doc, static):
+    match = re.match(r"^\w+\((.*)\)\s*->\s*(.*)$", doc[0]) if doc else None
+    if not match:
+        args = "*args: typing.Any, **kwargs: typing.Any" if static else "self, *args: typing.Any, **kwargs: typing.Any"
+        result = "None" if name == "__init__" else "typing.Any"
+        return (["    @staticmethod"] if static else []) + [f"    def {name}({args}) -> {result}: ..."]
+    params = []
+    for part in split_top(match.group(1)):
+        pname, _, rest = part.partition(":")
+        ptype, _, default = rest.partition("=")
+        pname = pname.strip()
+        if pname == "self":
+            params.append("self")
+            continue
+        text = pname if pname.startswith("*") and not ptype.strip() else f"{pname}: {clean(ptype)}"
+        if pname.startswith("*") and not ptype.strip():
+            text += ": typing.Any"
+        if default.strip():
+            text += " = ..."
+        params.append(text)
+    if not static and (not params or params[0] != "self"):
+        params.insert(0, "self")
+    out = [f"    def {name}({', '.join(params)}) -> {clean(match.group(2))}: ..."]
+    if doc[1:]:
+        rest = " ".join(line.strip() for line in doc[1:] if line.strip())
+        if rest:
+            out[0] = out[0][:-4] + f'\n        """{rest}"""'
+    return (["    @staticmethod"] if static else []) + out
+
+
 def main():
-    out = ["# Type stubs of the ormavec module (written by the build).", "import typing", "", "__version__: str", ""]
+    out = ["# Type stubs of the ormavec module (written by the build).", "import builtins", "import typing", "",
+           "__version__: str", ""]
     for name, obj in sorted(vars(ormavec).items()):
         if name.startswith("_"):
             continue
         if inspect.isclass(obj) and issubclass(obj, BaseException):
-            bases = ", ".join(b.__name__ if b.__module__ in ("ormavec", "builtins") else b.__name__ for b in obj.__bases__)
+            bases = ", ".join(b.__name__ if b.__module__ == "ormavec" else "builtins." + b.__name__ for b in obj.__bases__)
             out += [f"class {name}({bases}):", "    number: int", "    source: str", "    description: str", ""]
             continue
         if inspect.isclass(obj):
@@ -115,10 +153,18 @@ def main():
                 if attr.startswith("_pybind11"):
                     continue
                 body += member_stub(obj, attr, value, instance)
+            item = next((line for line in body if line.startswith("    def Item(")), None)
+            if item and "-> typing.Any" not in item:
+                element = item.splitlines()[0].rsplit("-> ", 1)[1].rstrip(": .")
+                body = [f"    def __iter__(self) -> typing.Iterator[{element}]: ..." if line.startswith("    def __iter__(") else line
+                        for line in body]
             out += body or ["    ..."]
             out.append("")
         elif isinstance(obj, int):
             out.append(f"{name}: int")
+        elif callable(obj):
+            doc = (obj.__doc__ or "").strip().splitlines()
+            out += [line[4:] for line in signature(name, doc, True)[1:]] + [""]
     with open(f"{sys.argv[1]}/ormavec.pyi", "w", encoding="utf-8") as f:
         f.write("\n".join(out) + "\n")
 

@@ -5,6 +5,8 @@
 // collections in kind_lists.cpp and table_lists.cpp.
 #include "python/bindings.h"
 
+#include <cerrno>
+
 using namespace ormavec;
 using namespace ormavec::python;
 
@@ -14,24 +16,67 @@ namespace {
 
 PyObject* gError = nullptr;
 PyObject* gFileNotFound = nullptr;
+PyObject* gAccess = nullptr;
 PyObject* gConversion = nullptr;
+PyObject* gInvalidArgument = nullptr;
+PyObject* gOutOfRange = nullptr;
 
-void raisePython(const Error& e) {
+// Text of the library as a Python string; a file's stray bytes never turn
+// into a decoding error of their own.
+py::str textOf(std::string_view t) {
+    return py::reinterpret_steal<py::str>(PyUnicode_DecodeUTF8(t.data(), static_cast<Py_ssize_t>(t.size()), "backslashreplace"));
+}
+
+// The library's error as the Python exception that fits it: file errors are
+// OSErrors with errno and file name, conversions and bad arguments
+// ValueErrors, positions IndexErrors; all are ormavec.Error.
+void raisePython(const Error& e, const std::string* fileName = nullptr) {
     PyObject* type = gError;
+    int osError = 0;
     switch (e.number()) {
     case err::FileNotFound:
-    case err::PathNotFound: type = gFileNotFound; break;
+    case err::PathNotFound: type = gFileNotFound, osError = ENOENT; break;
+    case err::PermissionDenied: type = gAccess, osError = EACCES; break;
     case err::TypeMismatch:
     case err::Overflow: type = gConversion; break;
+    case ErrInvalidArgument: type = gInvalidArgument; break;
+    case err::SubscriptOutOfRange: type = gOutOfRange; break;
     default: break;
     }
     py::object cls = py::reinterpret_borrow<py::object>(type);
-    py::object instance = cls(py::str(e.what()));
+    py::object instance = osError != 0 ? cls(osError, textOf(e.what()), fileName ? py::object(textOf(*fileName)) : py::none())
+                                       : cls(textOf(e.what()));
     instance.attr("number") = e.number();
-    instance.attr("source") = py::str(e.source());
-    instance.attr("description") = py::str(e.description());
+    instance.attr("source") = textOf(e.source());
+    instance.attr("description") = textOf(e.description());
     PyErr_SetObject(type, instance.ptr());
 }
+
+// A file argument: a str or any os.PathLike (bytes paths decoded as the
+// file system does).
+std::string pathOf(py::handle path) {
+    py::object os = py::module_::import("os");
+    return os.attr("fsdecode")(os.attr("fspath")(path)).cast<std::string>();
+}
+
+// Runs a file operation without the interpreter lock; a file error names the file.
+template <class F>
+void fileCall(const std::string& fileName, F&& f) {
+    try {
+        py::gil_scoped_release release;
+        f();
+    } catch (const Error& e) {
+        raisePython(e, &fileName);
+        throw py::error_already_set();
+    }
+}
+
+PyObject* newError(const char* name, PyObject* also) {
+    py::tuple bases = py::make_tuple(py::handle(gError), py::handle(also));
+    return PyErr_NewException(name, bases.ptr(), nullptr);
+}
+
+const char* const kLoadOptions[] = {"TextConvertMode", "CodePage", "SaveMode", "Progress"};
 
 }  // namespace
 
@@ -40,15 +85,17 @@ PYBIND11_MODULE(ormavec, m) {
     m.attr("__version__") = ORMAVEC_VERSION;
 
     gError = PyErr_NewException("ormavec.Error", PyExc_Exception, nullptr);
-    {
-        py::tuple bases = py::make_tuple(py::handle(gError), py::handle(PyExc_FileNotFoundError));
-        gFileNotFound = PyErr_NewException("ormavec.FileNotFoundError", bases.ptr(), nullptr);
-        py::tuple vbases = py::make_tuple(py::handle(gError), py::handle(PyExc_ValueError));
-        gConversion = PyErr_NewException("ormavec.ConversionError", vbases.ptr(), nullptr);
-    }
+    gFileNotFound = newError("ormavec.FileNotFoundError", PyExc_FileNotFoundError);
+    gAccess = newError("ormavec.AccessDeniedError", PyExc_PermissionError);
+    gConversion = newError("ormavec.ConversionError", PyExc_ValueError);
+    gInvalidArgument = newError("ormavec.InvalidArgumentError", PyExc_ValueError);
+    gOutOfRange = newError("ormavec.OutOfRangeError", PyExc_IndexError);
     m.attr("Error") = py::handle(gError);
     m.attr("FileNotFoundError") = py::handle(gFileNotFound);
+    m.attr("AccessDeniedError") = py::handle(gAccess);
     m.attr("ConversionError") = py::handle(gConversion);
+    m.attr("InvalidArgumentError") = py::handle(gInvalidArgument);
+    m.attr("OutOfRangeError") = py::handle(gOutOfRange);
     py::register_exception_translator([](std::exception_ptr p) {
         try {
             if (p) std::rethrow_exception(p);
@@ -62,11 +109,10 @@ PYBIND11_MODULE(ormavec, m) {
     m.attr("ErrNotSupported") = ErrNotSupported;
 
     py::enum_<TextConvertMode>(m, "TextConvertMode")
-        .value("None_", TextConvertMode::None)
+        .value("NONE", TextConvertMode::None)
         .value("FromUTF8", TextConvertMode::FromUTF8)
         .value("Utf8", TextConvertMode::Utf8)
         .value("Auto", TextConvertMode::Auto);
-    m.attr("TextConvertMode").attr("NONE") = TextConvertMode::None;
     py::enum_<SaveMode>(m, "SaveMode").value("Classic", SaveMode::Classic).value("Standard", SaveMode::Standard);
     py::enum_<CodePage>(m, "CodePage").value("Windows1250", CodePage::Windows1250).value("Windows1252", CodePage::Windows1252);
 
@@ -115,9 +161,10 @@ PYBIND11_MODULE(ormavec, m) {
     py::class_<HEADER, Object, std::shared_ptr<HEADER>>(m, "HEADER", "The header variables the model keeps.")
         .def(py::init<>())
         .def_property("AcadVer", &HEADER::AcadVer, &HEADER::SetAcadVer)
-        .def_property("ExtMax", &HEADER::ExtMax, &HEADER::SetExtMax)
-        .def_property("ExtMin", &HEADER::ExtMin, &HEADER::SetExtMin)
-        .def_property("InsBase", &HEADER::InsBase, &HEADER::SetInsBase);
+        // The points in place: changing a coordinate changes the header.
+        .def_property("ExtMax", py::cpp_function(&HEADER::ExtMaxRef, py::return_value_policy::reference_internal), &HEADER::SetExtMax)
+        .def_property("ExtMin", py::cpp_function(&HEADER::ExtMinRef, py::return_value_policy::reference_internal), &HEADER::SetExtMin)
+        .def_property("InsBase", py::cpp_function(&HEADER::InsBaseRef, py::return_value_policy::reference_internal), &HEADER::SetInsBase);
 
     py::class_<ENTITIES, Object, std::shared_ptr<ENTITIES>> entities(m, "ENTITIES", "The entity collections of the model space.");
     entities
@@ -146,7 +193,7 @@ PYBIND11_MODULE(ormavec, m) {
         .def(py::init<>())
         .def_property("bCallLog", [](const clsDebug&) { return CallLogOn(); }, &clsDebug::bCallLog)
         .def_property("sLogFileName", [](const clsDebug&) { return CallLogFileName(); },
-                      [](clsDebug& d, const std::string& name) { d.sLogFileName(name); });
+                      [](clsDebug& d, py::handle name) { d.sLogFileName(pathOf(name)); });
 
     py::class_<DXFDocument, Object, std::shared_ptr<DXFDocument>>(
         m, "DXFDocument",
@@ -159,22 +206,24 @@ PYBIND11_MODULE(ormavec, m) {
         .def_property_readonly("FileName", &DXFDocument::FileName)
         .def(
             "Load",
-            [](DXFDocument& d, const std::string& fileName) {
-                py::gil_scoped_release release;
-                d.Load(fileName);
+            [](DXFDocument& d, py::handle path) {
+                const std::string fileName = pathOf(path);
+                fileCall(fileName, [&] { d.Load(fileName); });
             },
-            py::arg("FileName"), "Reads the file into the model (the model is not cleared first).")
+            py::arg("FileName"), "Reads the file (a str or os.PathLike) into the model; the model is not cleared first.")
         .def(
             "Save",
-            [](DXFDocument& d, const std::string& fileName) {
-                py::gil_scoped_release release;
-                d.Save(fileName);
+            [](DXFDocument& d, py::handle path) {
+                const std::string fileName = pathOf(path);
+                fileCall(fileName, [&] { d.Save(fileName); });
             },
-            py::arg("FileName"), "Writes the model as a complete drawing file.")
+            py::arg("FileName"), "Writes the model as a complete drawing file (a str or os.PathLike).")
         .def("ExplodePolyLines", &DXFDocument::ExplodePolyLines)
         .def("ExplodeLWPolyLines", &DXFDocument::ExplodeLWPolyLines)
         .def_property("TextConvertMode", &DXFDocument::TextConvertMode, &DXFDocument::SetTextConvertMode)
-        .def_property("VersionMode", &DXFDocument::VersionMode, &DXFDocument::SetVersionMode)
+        .def_property("VersionMode", &DXFDocument::VersionMode, &DXFDocument::SetVersionMode,
+                      "The version mode of the calling thread: one setting for every document used on the thread "
+                      "(the same as ormavec.thread_version_mode()).")
         .def_property("SaveMode", &DXFDocument::SaveMode, &DXFDocument::SetSaveMode)
         .def_property("CodePage", &DXFDocument::CodePage, &DXFDocument::SetCodePage)
         .def_property("Recover", &DXFDocument::Recover, &DXFDocument::SetRecover,
@@ -217,4 +266,24 @@ PYBIND11_MODULE(ormavec, m) {
                 };
             },
             "A callable receiving the percentage of the file read; a number it returns replaces the percentage.");
+
+    m.def("thread_version_mode", [] { return static_cast<int16_t>(CurrentVersionMode()); },
+          "The version mode of the calling thread, which every document used on the thread follows.");
+    m.def("set_thread_version_mode", [](int16_t mode) { DXFDocument().SetVersionMode(mode); }, py::arg("mode"),
+          "Sets the version mode of the calling thread (for every document used on it).");
+    m.def(
+        "load",
+        [](py::handle path, const py::kwargs& options) {
+            auto doc = std::make_shared<DXFDocument>();
+            py::object d = py::cast(doc);
+            for (auto [key, value] : options) {
+                const std::string name = py::str(key);
+                if (std::find(std::begin(kLoadOptions), std::end(kLoadOptions), name) == std::end(kLoadOptions))
+                    throw py::type_error("load() has no option " + name + " (it takes TextConvertMode, CodePage, SaveMode, Progress)");
+                py::setattr(d, key, value);
+            }
+            d.attr("Load")(path);
+            return doc;
+        },
+        py::arg("path"), "A new document with the file read into it; options are the document's settings of the same names.");
 }

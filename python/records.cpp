@@ -177,10 +177,64 @@ std::string reprOf(const R& r) {
     return out;
 }
 
+template <class M>
+struct SharedList : std::false_type {};
+template <class C>
+struct SharedList<std::shared_ptr<C>> : std::true_type {};
+
+// A copy whose shared collections (an insert's attributes, a block's
+// entities) are copies too, at every depth.
+template <class R>
+void deepenInPlace(R& r) {
+    ForEachField<R>([&](std::string_view, auto member) {
+        using M = std::remove_reference_t<decltype(r.*member)>;
+        if constexpr (SharedList<M>::value) {
+            if (!(r.*member)) return;
+            auto items = (r.*member)->GetArray();
+            for (auto& item : items) deepenInPlace(item);
+            auto fresh = std::make_shared<typename M::element_type>();
+            fresh->SetArray(std::move(items));
+            r.*member = std::move(fresh);
+        }
+    });
+}
+
+// A bare entity as a file gives it: the defaults its fields declare, and a
+// block's empty entity collections.
+template <class R>
+R freshRecord() {
+    R r{};
+    ResetToDefaults(r);
+    if constexpr (std::is_same_v<R, BLOCK_BLOCK>) BLOCKS::CreateEntityArrays(r);
+    return r;
+}
+
+template <class R>
+std::string docOf() {
+    const R d = freshRecord<R>();
+    std::string doc = std::string(R::kTypeName) + "(**fields): a value record; unnamed fields get what a file's bare entity gets:";
+    ForEachField<R>([&](std::string_view name, auto member) {
+        doc += std::string(doc.back() == ':' ? " " : ", ") + std::string(name) + "=";
+        reprValue(doc, d.*member);
+    });
+    return doc + ".";
+}
+
 template <class R>
 void bindRecord(py::module_& m) {
-    py::class_<R> cls(m, std::string(R::kTypeName).c_str());
-    cls.def(py::init<>());
+    const std::string doc = docOf<R>();
+    py::class_<R> cls(m, std::string(R::kTypeName).c_str(), doc.c_str());
+    py::list names;
+    ForEachField<R>([&](std::string_view name, auto) { names.append(py::str(std::string(name))); });
+    cls.def(py::init([names](const py::kwargs& kw) {
+        py::object o = py::cast(freshRecord<R>());
+        for (auto [key, value] : kw) {
+            if (!names.contains(key))
+                throw py::type_error(std::string(R::kTypeName) + "() has no field " + std::string(py::str(key)));
+            py::setattr(o, key, value);
+        }
+        return o.cast<R>();
+    }));
     ForEachField<R>([&](std::string_view name, auto member) {
         using M = std::remove_reference_t<decltype(std::declval<R&>().*member)>;
         std::string n(name);
@@ -190,20 +244,44 @@ void bindRecord(py::module_& m) {
                 [member](const R& r) {
                     py::list out;
                     for (const Variant& v : r.*member) out.append(toPython(v));
-                    return out;
+                    return py::tuple(out);
                 },
                 [member](R& r, const py::iterable& items) {
                     std::vector<Variant> values;
                     for (py::handle h : items) values.push_back(fromPython(h));
                     r.*member = std::move(values);
                 });
+        } else if constexpr (requires { typename M::value_type; } && !std::is_same_v<M, std::string>) {
+            // A tuple, so that changing the copy fails instead of being lost.
+            cls.def_property(
+                n.c_str(), [member](const R& r) { return py::tuple(py::cast(r.*member)); },
+                [member](R& r, M value) { r.*member = std::move(value); });
         } else {
             cls.def_readwrite(n.c_str(), member);
         }
     });
+    cls.attr("__match_args__") = py::tuple(names);
     cls.def("__repr__", [](const R& r) { return reprOf(r); });
+    cls.def("__eq__", [](const R& a, py::handle b) { return py::isinstance<R>(b) && ValueEqual(a, b.cast<const R&>()); }, py::is_operator());
+    cls.def("__ne__", [](const R& a, py::handle b) { return !(py::isinstance<R>(b) && ValueEqual(a, b.cast<const R&>())); }, py::is_operator());
+    cls.attr("__hash__") = py::none();
     cls.def("__copy__", [](const R& r) { return R(r); });
-    cls.def("__deepcopy__", [](const R& r, py::dict) { return R(r); });
+    cls.def("__deepcopy__", [](const R& r, py::handle) {
+        R copy(r);
+        deepenInPlace(copy);
+        return copy;
+    });
+    cls.def(py::pickle(
+        [names](py::handle self) {
+            py::dict state;
+            for (py::handle name : names) state[name] = self.attr(name);
+            return state;
+        },
+        [](const py::dict& state) {
+            py::object o = py::cast(R{});
+            for (auto [key, value] : state) py::setattr(o, key, value);
+            return o.cast<R>();
+        }));
 }
 
 template <class... R>

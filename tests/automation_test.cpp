@@ -43,7 +43,8 @@ int gCompared = 0;
 
 // A value from a short text: i (Long), d (Double) or b (Boolean) with a number;
 // s a string; @ a new record of a type; *<type><count> an array from 0; o a new
-// object of a class; c a host comparer (c! one that fails); - missing.
+// object of a class; c a host comparer (c! one that fails); - missing (an error
+// value); e Empty; n Null.
 ormavec_variant Make(std::string_view item) {
     ormavec_variant a;
     ormavec_variant_init(&a);
@@ -59,6 +60,8 @@ ormavec_variant Make(std::string_view item) {
     case '*': EXPECT_EQ(kOk, ormavec_array_new(rest.substr(0, rest.size() - 1).c_str(), 0, rest.back() - '0', &a)) << rest; break;
     case 'o': a.vt = ORMAVEC_VT_DISPATCH, ormavec_create_object(("Ormavec." + rest).c_str(), &a.u.objVal); break;
     case 'c': a.vt = ORMAVEC_VT_DISPATCH, ormavec_comparer_new(rest == "!" ? Failing : ByStartX, &gCompared, &a.u.objVal); break;
+    case '-': a.vt = ORMAVEC_VT_ERROR; break;
+    case 'n': a.vt = ORMAVEC_VT_NULL; break;
     }
     return a;
 }
@@ -218,6 +221,10 @@ TEST(AutomationServer, FailuresOfTheFactoryAndOfNamesAndWhatKeepsTheLibraryLoade
     ASSERT_EQ(kOk, Call(o, "ENTITIES", kGet, "", &entities));
     EXPECT_EQ(ORMAVEC_S_FALSE, (ormavec_release(o), DllCanUnloadNow()));  // the section outlives its document
     ormavec_variant_clear(&entities);
+    {  // a record in a host's variant holds collections of the library
+        Args block("@BLOCK_BLOCK");
+        EXPECT_EQ(ORMAVEC_S_FALSE, DllCanUnloadNow());
+    }
     for (int32_t lock : {1, 0}) {  // a lock keeps the library loaded without an object
         ASSERT_TRUE(DllGetClassObject(&doc, nullptr, &factory) == kOk && ormavec_factory_lock_server(factory, lock) == kOk);
         EXPECT_EQ(lock ? ORMAVEC_S_FALSE : kOk, (ormavec_release(factory), DllCanUnloadNow()));
@@ -241,6 +248,9 @@ const std::tuple<const char*, const char*, int32_t, const char*, int32_t, const 
     {"LINES", "Count", kGet, "i1", ORMAVEC_DISP_E_BADPARAMCOUNT, "wrong number of arguments"},
     {"LINES", "Sort", kMethod, "-|-|c!", ORMAVEC_E_FAIL, "IComparer"}, {"LINES", "Sort", kMethod, "-|-|oDXFDocument", kMismatch, "13 "},
     {"LINES", "Sort", kMethod, "-|-|oLINES", ORMAVEC_ERR_NOT_SUPPORTED, "Compare/1"}, {"LINES", "Sort", kMethod, "-|-|c", kOk, "-"},
+    {"LINES", "Add", kMethod, "@LINE_ENT", kOk, "-"}, {"LINES", "Copy", kMethod, "i1|-", kOk, "o_IArrayList"},
+    {"LINES", "Copy", kMethod, "i1|e", kInvalid, "LINES: "},  // Empty is position 0, before m
+    {"LINES", "Copy", kMethod, "n|-", ORMAVEC_FACILITY_CONTROL_BASE + 94, "94 Copy: Invalid use of Null"},
     {"LINES/_IArrayList", "Item", ORMAVEC_DISPATCH_PROPERTYPUTREF, "i0|@LINE_ENT", ORMAVEC_ERR_NOT_SUPPORTED, "does not support Set"},
     {"LINES/_IComparer", "Compare", kMethod, "@LINE_ENT|@LINE_ENT", ORMAVEC_ERR_NOT_SUPPORTED, "Compare/1"},
     {"LAYERS", "AddItem", kMethod, "@LAYERS_TAB", kOk, "-"}, {"LAYERS", "ItemByName", kMethod, "s|-", kOk, "b-1 s @LAYERS_TAB"},

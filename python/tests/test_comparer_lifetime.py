@@ -44,3 +44,12 @@ def test_sorts_in_two_threads():
         t.start()
     for t in threads:
         t.join()
+
+
+def test_a_comparer_that_changes_the_list_it_sorts():
+    lines = _lines(40)
+    for comparer in lambda a, b: lines.append(ormavec.LINE_ENT()) or 0, lambda a, b: lines.clear() or 0:
+        try:  # either the sort completes or it stops with an error; no crash
+            lines.Sort(Comparer=comparer)
+        except ormavec.Error as e:
+            assert "during Sort" in str(e)
