@@ -76,7 +76,7 @@ PyObject* newError(const char* name, PyObject* also) {
     return PyErr_NewException(name, bases.ptr(), nullptr);
 }
 
-const char* const kLoadOptions[] = {"TextConvertMode", "CodePage", "SaveMode", "Progress"};
+const char* const kLoadOptions[] = {"TextConvertMode", "CodePage", "SaveMode", "Progress", "Recover"};
 
 }  // namespace
 
@@ -279,7 +279,7 @@ PYBIND11_MODULE(ormavec, m) {
             for (auto [key, value] : options) {
                 const std::string name = py::str(key);
                 if (std::find(std::begin(kLoadOptions), std::end(kLoadOptions), name) == std::end(kLoadOptions))
-                    throw py::type_error("load() has no option " + name + " (it takes TextConvertMode, CodePage, SaveMode, Progress)");
+                    throw py::type_error("load() has no option " + name + " (it takes TextConvertMode, CodePage, SaveMode, Progress, Recover)");
                 py::setattr(d, key, value);
             }
             d.attr("Load")(path);

@@ -67,8 +67,11 @@ def test_nested_values_shared_collections_and_errors(tmp_path):
     with pytest.raises(ormavec.FileNotFoundError) as info:
         doc.Load(tmp_path / "missing.dxf")
     assert (info.value.errno, info.value.filename, info.value.number) == (errno.ENOENT, str(tmp_path / "missing.dxf"), 53)
+    (tmp_path / "cut.dxf").write_bytes(b"0\nSECTION\n2\nENTITIES\n0\nLINE\n10\n1,5\n")
+    assert "EOF" in " ".join(ormavec.load(tmp_path / "cut.dxf", Recover=True).Warnings)
     (tmp_path / "binary.dxf").write_bytes(bytes(range(256)) * 4)
     for call, kind in ((lambda: ormavec.load(tmp_path / "binary.dxf"), ormavec.Error), (lambda: ormavec.load("x", Nope=1), TypeError),
+                       (lambda: ormavec.load(tmp_path / "cut.dxf"), ormavec.ConversionError),
                        (lambda: ormavec.LINES().Item(0), ormavec.InvalidArgumentError)):
         with pytest.raises(kind):
             call()
