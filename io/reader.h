@@ -166,6 +166,7 @@ private:
     int fd_ = -1;
     bool eof_ = true;
     bool open_ = false;
+    bool heapLoad_ = false;  // heap::BeginLoad took this file
 
     std::unique_ptr<char[]> buffer_;
     std::size_t capacity_ = 0;

@@ -1,0 +1,114 @@
+#include "io/heap.h"
+
+#include <fcntl.h>
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include <cstdint>
+#include <cstring>
+#include <mutex>
+
+#if defined(__GLIBC__)
+#include <malloc.h>
+#endif
+
+namespace ormavec::heap {
+
+namespace {
+
+enum class HugePages { Never, OnRequest, Always };
+
+// The system's setting, the word in brackets of "always [madvise] never".
+HugePages readSetting() noexcept {
+    char text[128] = {};
+    int fd = ::open("/sys/kernel/mm/transparent_hugepage/enabled", O_RDONLY | O_CLOEXEC);
+    if (fd < 0) return HugePages::Never;
+    ssize_t n = ::read(fd, text, sizeof text - 1);
+    ::close(fd);
+    if (n <= 0) return HugePages::Never;
+    if (std::strstr(text, "[always]")) return HugePages::Always;
+    if (std::strstr(text, "[madvise]")) return HugePages::OnRequest;
+    return HugePages::Never;
+}
+
+// Each step of heap growth during a load. The part not yet touched costs no
+// memory; the gain is that the kernel sees whole 2 MiB ranges to map at once.
+constexpr int kLoadTopPad = 32 << 20;
+// The allocator's own value, documented for M_TOP_PAD.
+constexpr int kUsualTopPad = 128 << 10;
+
+struct State {
+    std::mutex lock;
+    HugePages setting = HugePages::Never;
+    bool known = false;
+    int loads = 0;
+    uintptr_t advisedEnd = 0;
+};
+
+State& state() noexcept {
+    static State s;
+    return s;
+}
+
+uintptr_t pageSize() noexcept {
+    static const uintptr_t size = static_cast<uintptr_t>(::sysconf(_SC_PAGESIZE));
+    return size;
+}
+
+uintptr_t currentBreak() noexcept { return reinterpret_cast<uintptr_t>(::sbrk(0)); }
+
+void adviseLocked(State& s) noexcept {
+    const uintptr_t end = currentBreak();
+    if (end == static_cast<uintptr_t>(-1)) return;
+    if (end <= s.advisedEnd) {
+        // The heap was trimmed: what grows again from here needs advice.
+        s.advisedEnd = end & ~(pageSize() - 1);
+        return;
+    }
+    const uintptr_t from = s.advisedEnd & ~(pageSize() - 1);
+    ::madvise(reinterpret_cast<void*>(from), end - from, MADV_HUGEPAGE);
+    s.advisedEnd = end;
+}
+
+}  // namespace
+
+bool BeginLoad(int64_t inputBytes) noexcept {
+#if defined(__GLIBC__)
+    State& s = state();
+    std::lock_guard<std::mutex> guard(s.lock);
+    if (!s.known) {
+        s.setting = readSetting();
+        s.known = true;
+    }
+    if (s.setting == HugePages::Never || inputBytes < (1 << 20)) return false;
+    if (s.loads++ == 0) {
+        ::mallopt(M_TOP_PAD, kLoadTopPad);
+        // What the heap holds already is not advised again.
+        s.advisedEnd = currentBreak();
+    }
+    return true;
+#else
+    (void)inputBytes;
+    return false;
+#endif
+}
+
+void EndLoad() noexcept {
+#if defined(__GLIBC__)
+    State& s = state();
+    std::lock_guard<std::mutex> guard(s.lock);
+    if (s.loads == 0) return;
+    if (s.setting == HugePages::OnRequest) adviseLocked(s);
+    if (--s.loads == 0) ::mallopt(M_TOP_PAD, kUsualTopPad);
+#endif
+}
+
+void Advise() noexcept {
+#if defined(__GLIBC__)
+    State& s = state();
+    std::lock_guard<std::mutex> guard(s.lock);
+    if (s.loads > 0 && s.setting == HugePages::OnRequest) adviseLocked(s);
+#endif
+}
+
+}  // namespace ormavec::heap
