@@ -4,7 +4,9 @@
 #include <sys/mman.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdint>
+#include <cstdlib>
 #include <cstring>
 #include <mutex>
 
@@ -31,9 +33,12 @@ HugePages readSetting() noexcept {
     return HugePages::Never;
 }
 
-// Each step of heap growth during a load. The part not yet touched costs no
-// memory; the gain is that the kernel sees whole 2 MiB ranges to map at once.
-constexpr int kLoadTopPad = 32 << 20;
+// Each step of heap growth during a load: about what the load will hold
+// (the model takes a little less than its file), within bounds. The part not
+// yet touched costs no memory; the gain is that the kernel sees whole 2 MiB
+// ranges to map at once, and that few steps happen between two advices.
+constexpr int64_t kLeastStep = 16 << 20;
+constexpr int64_t kMostStep = 256 << 20;
 // The allocator's own value, documented for M_TOP_PAD.
 constexpr int kUsualTopPad = 128 << 10;
 
@@ -70,6 +75,19 @@ void adviseLocked(State& s) noexcept {
     s.advisedEnd = end;
 }
 
+// Makes the allocator take its next growth step now, so that the step is
+// advised before anything lands on it: small blocks are taken from the top
+// of the heap until the break moves, then given back (they join the top
+// again, which the large pad keeps).
+void growNow() noexcept {
+    constexpr std::size_t kPiece = 64 << 10;  // below the size the allocator maps on its own
+    void* pieces[64];
+    int n = 0;
+    for (const uintptr_t before = currentBreak(); n < 64 && currentBreak() == before; ++n)
+        if (!(pieces[n] = std::malloc(kPiece))) break;
+    while (n > 0) std::free(pieces[--n]);
+}
+
 }  // namespace
 
 bool BeginLoad(int64_t inputBytes) noexcept {
@@ -82,9 +100,13 @@ bool BeginLoad(int64_t inputBytes) noexcept {
     }
     if (s.setting == HugePages::Never || inputBytes < (1 << 20)) return false;
     if (s.loads++ == 0) {
-        ::mallopt(M_TOP_PAD, kLoadTopPad);
-        // What the heap holds already is not advised again.
-        s.advisedEnd = currentBreak();
+        ::mallopt(M_TOP_PAD, static_cast<int>(std::clamp(inputBytes, kLeastStep, kMostStep)));
+        if (s.setting == HugePages::OnRequest) {
+            // What the heap holds already is not advised again.
+            s.advisedEnd = currentBreak();
+            growNow();
+            adviseLocked(s);
+        }
     }
     return true;
 #else
