@@ -22,7 +22,6 @@ import argparse
 import os
 import statistics
 import subprocess
-import sys
 import tempfile
 import time
 
@@ -70,7 +69,7 @@ def cases(a, path, out):
         found.append(("convert", [cli, "convert", path, out], env))
     if a.python_path:
         pyenv = dict(env, PYTHONPATH=a.python_path)
-        found.append(("python", [sys.executable, "-c", PYTHON_LOAD, path], pyenv))
+        found.append(("python", [a.python, "-c", PYTHON_LOAD, path], pyenv))
     return found
 
 
@@ -80,6 +79,7 @@ def main():
     p.add_argument("--build", required=True, help="folder with ormavec_bench and ormavec")
     p.add_argument("--limit-bench", help="ormavec_bench that runs the limit loop")
     p.add_argument("--python-path", help="folder holding the built ormavec module")
+    p.add_argument("--python", default="/usr/bin/python3", help="the interpreter the module was built for")
     p.add_argument("--reps", type=int, default=5)
     p.add_argument("--out", help="folder for convert's output (default: beside each input)")
     a = p.parse_args()

@@ -39,6 +39,9 @@ HugePages readSetting() noexcept {
 // ranges to map at once, and that few steps happen between two advices.
 constexpr int64_t kLeastStep = 16 << 20;
 constexpr int64_t kMostStep = 256 << 20;
+// Input left when the heap's rest goes back to small pages, and their size.
+constexpr int64_t kTailInput = 4 << 20;
+constexpr uintptr_t kHugePage = 2 << 20;
 // The allocator's own value, documented for M_TOP_PAD.
 constexpr int kUsualTopPad = 128 << 10;
 
@@ -48,6 +51,7 @@ struct State {
     bool known = false;
     int loads = 0;
     uintptr_t advisedEnd = 0;
+    bool tail = false;  // the end of the load's input is near
 };
 
 State& state() noexcept {
@@ -103,6 +107,7 @@ bool BeginLoad(int64_t inputBytes) noexcept {
         ::mallopt(M_TOP_PAD, static_cast<int>(std::clamp(inputBytes, kLeastStep, kMostStep)));
         if (s.setting == HugePages::OnRequest) {
             // What the heap holds already is not advised again.
+            s.tail = false;
             s.advisedEnd = currentBreak();
             growNow();
             adviseLocked(s);
@@ -125,11 +130,25 @@ void EndLoad() noexcept {
 #endif
 }
 
-void Advise() noexcept {
+void Advise(int64_t inputLeft) noexcept {
 #if defined(__GLIBC__)
     State& s = state();
     std::lock_guard<std::mutex> guard(s.lock);
-    if (s.loads > 0 && s.setting == HugePages::OnRequest) adviseLocked(s);
+    if (s.loads == 0 || s.setting != HugePages::OnRequest || s.tail) return;
+    adviseLocked(s);
+    if (inputLeft >= kTailInput || s.loads > 1) return;
+    // The free top of the heap starts where the last allocation ends; huge
+    // pages stay for the one holding that point, which the rest of the load
+    // is likely to fill.
+    s.tail = true;
+#if __GLIBC_PREREQ(2, 33)
+    const uintptr_t end = currentBreak();
+    const uintptr_t top = end - ::mallinfo2().keepcost;
+    const uintptr_t from = (top + kHugePage - 1) & ~(kHugePage - 1);
+    if (from < end) ::madvise(reinterpret_cast<void*>(from), end - from, MADV_NOHUGEPAGE);
+#endif
+#else
+    (void)inputLeft;
 #endif
 }
 

@@ -19,7 +19,10 @@ bool BeginLoad(int64_t inputBytes) noexcept;
 void EndLoad() noexcept;
 
 // Advises the part of the heap grown since the last call. Cheap when the
-// heap has not grown; meant to be called every megabyte or so of input.
-void Advise() noexcept;
+// heap has not grown; meant to be called every megabyte or so of input, with
+// the bytes of input still to come. Near the end of the input the rest of
+// the heap goes back to small pages: the last huge page would otherwise be
+// mapped whole however little of it the model still needs.
+void Advise(int64_t inputLeft) noexcept;
 
 }  // namespace ormavec::heap

@@ -113,7 +113,7 @@ bool DXFReader::fill() {
         buffer_ = std::move(bigger);
         capacity_ = grown;
     }
-    if (heapLoad_) heap::Advise();
+    if (heapLoad_) heap::Advise(fileLength_ - charsRead_);
     for (;;) {
         ssize_t n = ::read(fd_, buffer_.get() + end_, capacity_ - end_);
         if (n < 0) {

@@ -136,7 +136,10 @@ TEST(IoReader, OverlappingLargeFileReadsMatchMemory) {
         for (auto& r : readers) r = std::make_unique<DXFReader>(), r->OpenInput(dir / "big");
         for (std::size_t k = 0; k < want.size(); k += 50000)
             for (std::size_t i = 0; i < n; ++i) std::ranges::move(readAll(*readers[i], 50000), std::back_inserter(got[i]));
-        for (int i : closing) readers[i]->CloseInput(), EXPECT_TRUE(got[i] == want) << "reader " << i << " of " << n;
+        for (int i : closing) {
+            readers[i]->CloseInput();
+            EXPECT_TRUE(got[i] == want) << "reader " << i << " of " << n;
+        }
     }
 }
 
