@@ -16,6 +16,8 @@
 
 namespace ormavec::heap {
 
+#if defined(__GLIBC__)
+
 namespace {
 
 enum class HugePages { Never, OnRequest, Always };
@@ -95,7 +97,6 @@ void growNow() noexcept {
 }  // namespace
 
 bool BeginLoad(int64_t inputBytes) noexcept {
-#if defined(__GLIBC__)
     State& s = state();
     std::lock_guard<std::mutex> guard(s.lock);
     if (!s.known) {
@@ -114,24 +115,17 @@ bool BeginLoad(int64_t inputBytes) noexcept {
         }
     }
     return true;
-#else
-    (void)inputBytes;
-    return false;
-#endif
 }
 
 void EndLoad() noexcept {
-#if defined(__GLIBC__)
     State& s = state();
     std::lock_guard<std::mutex> guard(s.lock);
     if (s.loads == 0) return;
-    if (s.setting == HugePages::OnRequest) adviseLocked(s);
+    if (s.setting == HugePages::OnRequest && !s.tail) adviseLocked(s);
     if (--s.loads == 0) ::mallopt(M_TOP_PAD, kUsualTopPad);
-#endif
 }
 
 void Advise(int64_t inputLeft) noexcept {
-#if defined(__GLIBC__)
     State& s = state();
     std::lock_guard<std::mutex> guard(s.lock);
     if (s.loads == 0 || s.setting != HugePages::OnRequest || s.tail) return;
@@ -147,9 +141,14 @@ void Advise(int64_t inputLeft) noexcept {
     const uintptr_t from = (top + kHugePage - 1) & ~(kHugePage - 1);
     if (from < end) ::madvise(reinterpret_cast<void*>(from), end - from, MADV_NOHUGEPAGE);
 #endif
-#else
-    (void)inputLeft;
-#endif
 }
+
+#else  // another allocator: its growth is left as it is
+
+bool BeginLoad(int64_t) noexcept { return false; }
+void EndLoad() noexcept {}
+void Advise(int64_t) noexcept {}
+
+#endif
 
 }  // namespace ormavec::heap
