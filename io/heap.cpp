@@ -86,10 +86,13 @@ void adviseLocked(State& s) noexcept {
 // of the heap until the break moves, then given back (they join the top
 // again, which the large pad keeps).
 void growNow() noexcept {
-    constexpr std::size_t kPiece = 64 << 10;  // below the size the allocator maps on its own
-    void* pieces[64];
+    // Below the size the allocator maps on its own. The top left after a
+    // trim is a few of them; a thread of another arena gives up after 1 MiB.
+    constexpr std::size_t kPiece = 64 << 10;
+    constexpr int kMostPieces = 16;
+    void* pieces[kMostPieces];
     int n = 0;
-    for (const uintptr_t before = currentBreak(); n < 64 && currentBreak() == before; ++n)
+    for (const uintptr_t before = currentBreak(); n < kMostPieces && currentBreak() == before; ++n)
         if (!(pieces[n] = std::malloc(kPiece))) break;
     while (n > 0) std::free(pieces[--n]);
 }
