@@ -419,6 +419,21 @@ void BM_ChildLoad(benchmark::State& state) {
     std::_Exit(0);
 }
 
+// The limit loop as a process of its own (ORMAVEC_BENCH_CHILD_LIMIT names the
+// file): what the fresh-process runs set a load beside.
+void BM_ChildLimit(benchmark::State& state) {
+    for (auto _ : state) {
+    }
+    double sum = 0;
+    int64_t pairs = 0;
+    scanPairs(std::getenv("ORMAVEC_BENCH_CHILD_LIMIT"), [&](const RawPair& p) {
+        ++pairs;
+        sum += p.real + static_cast<double>(p.integer) + p.code;
+    });
+    benchmark::DoNotOptimize(sum);
+    std::_Exit(pairs > 0 ? 0 : 1);
+}
+
 // Runs this binary again as a child that loads `path`; its VmHWM in bytes.
 bool childPeak(const std::string& path, int64_t& peakBytes, int64_t& entities) {
     char self[4096];
@@ -477,6 +492,10 @@ void BM_LoadPeakMemory(benchmark::State& state, std::string path) {
 const bool kRegistered = [] {
     if (std::getenv("ORMAVEC_BENCH_CHILD_LOAD")) {
         benchmark::RegisterBenchmark("BM_ChildLoad", BM_ChildLoad)->Iterations(1);
+        return true;
+    }
+    if (std::getenv("ORMAVEC_BENCH_CHILD_LIMIT")) {
+        benchmark::RegisterBenchmark("BM_ChildLimit", BM_ChildLimit)->Iterations(1);
         return true;
     }
     const int reps = repetitions();

@@ -1,6 +1,7 @@
 #!/bin/sh
 # Builds the benchmarks (Release), generates the 10/100/500 MB drawings once
-# and runs the load/save set on them, printing a table.
+# and runs the load/save set on them, printing a table; then the same drawings
+# in fresh processes (bench/fresh_process.py), one load per process.
 #   BUILD=<dir>      build folder (default build/perf beside this script's tree)
 #   SIZES="10 100"   the drawing sizes in MB (default 10 100 500)
 #   REPS=5           runs per case; the table shows medians (default 3)
@@ -17,7 +18,7 @@ if [ ! -f "$build/build.ninja" ]; then
     cmake -S "$src" -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=Release -DORMAVEC_BUILD_BENCH=ON \
         -DORMAVEC_BUILD_TESTS=OFF -DORMAVEC_BUILD_PYTHON=OFF
 fi
-cmake --build "$build" -j2 --target ormavec_bench
+cmake --build "$build" -j2 --target ormavec_bench ormavec
 
 mkdir -p "$data"
 files=
@@ -69,3 +70,10 @@ for file in sorted(rows, key=num):
         mem = [f"{r['peak']:.0f}", f"{r['peak'] / r['file']:.2f}", f"{(r['peak'] - r['empty']) / r['file']:.2f}"]
     print(f"| {file} | " + " | ".join(cells) + f" | {share} | " + " | ".join(mem) + " |")
 EOF
+
+echo
+echo "Fresh processes (the Python case when $build/python holds the module):"
+pyargs=
+[ -d "$build/python" ] && pyargs="--python-path $build/python"
+# shellcheck disable=SC2086
+python3 "$src/bench/fresh_process.py" --build "$build" --reps "$reps" $pyargs $(echo "$files" | tr ':' ' ')

@@ -518,10 +518,18 @@ void writeStdout(const std::string& text) {
 
 // ---- commands ----
 
+// The one model of a command. The process ends right after the command, so
+// the model is left to the system instead of being freed record by record
+// (a tenth of a large load's time); the pointer keeps it reachable.
+DXFDocument& processDocument() {
+    static DXFDocument* const doc = new DXFDocument();
+    return *doc;
+}
+
 int runConvert(const Arguments& a) {
     if (a.positional.size() != 2)
         throw UsageError{"convert needs an input and an output file (see ormavec convert --help)"};
-    DXFDocument doc;
+    DXFDocument& doc = processDocument();
     configure(doc, a.load);
     if (!a.load.classic) doc.SetSaveMode(SaveMode::Standard);
     if (a.callLog) {
@@ -536,7 +544,7 @@ int runConvert(const Arguments& a) {
 
 int runInfo(const Arguments& a) {
     if (a.positional.size() != 1) throw UsageError{"info needs exactly one input file (see ormavec info --help)"};
-    DXFDocument doc;
+    DXFDocument& doc = processDocument();
     configure(doc, a.load);
     load(doc, a.positional[0], a.load);
     Summary s = summarise(doc, a.positional[0]);

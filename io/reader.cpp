@@ -9,6 +9,7 @@
 #include <cstring>
 
 #include "io/error.h"
+#include "io/heap.h"
 #include "io/number.h"
 
 namespace ormavec {
@@ -102,11 +103,12 @@ void DXFReader::OpenInput(const std::string& fileName) {
     fileLength_ = static_cast<int64_t>(st.st_size);
     if (!buffer_) {
         capacity_ = kInitialBuffer;
-        buffer_ = std::make_unique<char[]>(capacity_);
+        buffer_ = std::make_unique_for_overwrite<char[]>(capacity_);
     }
     begin_ = end_ = 0;
     eof_ = false;
     open_ = true;
+    heapLoad_ = heap::BeginLoad(fileLength_);
 }
 
 // Input of unknown size is read whole, so that progress, the limits on
@@ -152,6 +154,8 @@ void DXFReader::CloseInput() noexcept {
     if (fd_ >= 0) ::close(fd_);
     fd_ = -1;
     open_ = false;
+    if (heapLoad_) heap::EndLoad();
+    heapLoad_ = false;
 }
 
 // Moves the unread rest to the front and reads more; grows the buffer when a
@@ -166,11 +170,12 @@ bool DXFReader::fill() {
     }
     if (end_ == capacity_) {
         std::size_t grown = capacity_ * 2;
-        auto bigger = std::make_unique<char[]>(grown);
+        auto bigger = std::make_unique_for_overwrite<char[]>(grown);
         std::memcpy(bigger.get(), buffer_.get(), end_);
         buffer_ = std::move(bigger);
         capacity_ = grown;
     }
+    if (heapLoad_) heap::Advise(fileLength_ - charsRead_);
     for (;;) {
         ssize_t n = ::read(fd_, buffer_.get() + end_, capacity_ - end_);
         if (n < 0) {

@@ -205,6 +205,7 @@ private:
     bool open_ = false;
     bool recover_ = false;
     mutable std::vector<LoadWarning> warnings_;
+    bool heapLoad_ = false;  // heap::BeginLoad took this file
 
     std::unique_ptr<char[]> buffer_;
     std::size_t capacity_ = 0;

@@ -131,7 +131,7 @@ void DXFWriter::OpenOutput(const std::string& fileName) {
     written_ = 0;
     if (!buffer_) {
         capacity_ = kBufferSize;
-        buffer_ = std::make_unique<char[]>(capacity_);
+        buffer_ = std::make_unique_for_overwrite<char[]>(capacity_);
     }
     size_ = 0;
     struct stat st {};
@@ -179,7 +179,7 @@ void DXFWriter::OpenString(std::string* target) {
     memory_->clear();
     if (!buffer_) {
         capacity_ = kBufferSize;
-        buffer_ = std::make_unique<char[]>(capacity_);
+        buffer_ = std::make_unique_for_overwrite<char[]>(capacity_);
     }
     size_ = 0;
     open_ = true;
@@ -255,7 +255,7 @@ void DXFWriter::needSlow(std::size_t bytes) {
     if (size_ + bytes > capacity_) {
         flush();
         if (bytes > capacity_) {
-            auto bigger = std::make_unique<char[]>(bytes);
+            auto bigger = std::make_unique_for_overwrite<char[]>(bytes);
             buffer_ = std::move(bigger);
             capacity_ = bytes;
         }

@@ -8,7 +8,10 @@
 #include <bit>
 #include <charconv>
 #include <cmath>
+#include <cstdint>
 #include <functional>
+#include <iterator>
+#include <memory>
 #include <random>
 #include <string>
 #include <utility>
@@ -102,6 +105,42 @@ RC_GTEST_PROP(IoReader, ProgressFollowsThePlainRule, (bool lfOnly)) {
     r.Progress = [&](int32_t& p) { got.emplace_back(r.LineNumber(), p), p = handlerSets < 0 ? p : handlerSets; };
     while (!r.AtEnd()) r.Read();
     RC_ASSERT(got == want);
+}
+
+// Readers of large files (more than 1 MiB, so that each load grows the heap
+// in large steps) opened together, read in turns and closed in several orders
+// give the pairs the same text gives from memory.
+TEST(IoReader, OverlappingLargeFileReadsMatchMemory) {
+    using Pairs = std::vector<std::pair<int32_t, std::string>>;
+    const auto readAll = [](DXFReader& r, std::size_t most) {
+        Pairs out;
+        for (; out.size() < most && !r.AtEnd();) {
+            const DXFReader::Pair& p = r.Read();
+            out.emplace_back(p.Code, std::string(p.Value));
+        }
+        return out;
+    };
+    static TempDir dir;
+    static const Pairs want = [&] {
+        std::string t;
+        for (int i = 0; t.size() < (2u << 20); ++i) t += " 10\r\n" + std::to_string(i * 0.25) + "\r\n  8\r\nLAYER_" + std::to_string(i) + "\r\n";
+        WriteFile(dir / "big", t);
+        DXFReader m;
+        m.OpenString(t);
+        return readAll(m, SIZE_MAX);
+    }();
+    for (const std::vector<int>& closing : std::vector<std::vector<int>>{{0}, {0, 1}, {1, 0}, {2, 0, 1}}) {
+        const std::size_t n = closing.size();
+        std::vector<std::unique_ptr<DXFReader>> readers(n);
+        std::vector<Pairs> got(n);
+        for (auto& r : readers) r = std::make_unique<DXFReader>(), r->OpenInput(dir / "big");
+        for (std::size_t k = 0; k < want.size(); k += 50000)
+            for (std::size_t i = 0; i < n; ++i) std::ranges::move(readAll(*readers[i], 50000), std::back_inserter(got[i]));
+        for (int i : closing) {
+            readers[i]->CloseInput();
+            EXPECT_TRUE(got[i] == want) << "reader " << i << " of " << n;
+        }
+    }
 }
 
 // Each byte is one character of the code page: any value read and written
