@@ -84,9 +84,12 @@ with tempfile.TemporaryDirectory() as folder:
     call(doc, "Save", METHOD, variant(saved))
     for obj in (as_list, lines, doc):
         lib.ormavec_release(obj)
+    assert lib.DllCanUnloadNow() == 1, "a record held by the host keeps the library loaded"
+    lib.ormavec_variant_clear(C.byref(record))
     assert lib.DllCanUnloadNow() == 0, "an object outlived its last reference"
     doc, lines = lines_of(saved, recorder(pinned, True))
-    check(lib.ormavec_record_get(C.byref(call(lines, "Item", GET, variant(300))), b"Layer", C.byref(layer)), "Layer")
+    item = call(lines, "Item", GET, variant(300))
+    check(lib.ormavec_record_get(C.byref(item), b"Layer", C.byref(layer)) | lib.ormavec_variant_clear(C.byref(item)), "Layer")
     assert (call(lines, "Count", GET).u.lVal, layer.vt, C.string_at(layer.u.ptr)) == (301, VT_BSTR, b"Walls")
     lib.ormavec_release(lines), lib.ormavec_release(doc)
 
