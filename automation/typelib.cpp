@@ -94,6 +94,12 @@ const Interface* DocumentInterface(TypeLibrary& lib) {
         return None();
     });
     b.Auto("SaveMode", kGet, {}, "SaveMode", [](Object& o, Args&) { return Variant(static_cast<int32_t>(Self<DXFDocument>(o).SaveMode())); });
+    // A page by a drawing's name for it ("ANSI_1251") or by number (1251); read back as the name.
+    b.Auto("CodePage", kLet, {Ref("Value", "Variant")}, "", [](Object& o, Args& a) {
+        Self<DXFDocument>(o).SetCodePage(a[0].ToString());
+        return None();
+    });
+    b.Auto("CodePage", kGet, {}, "String", [](Object& o, Args&) { return Variant(CodePageName(Self<DXFDocument>(o).CodePage())); });
     return b.get();
 }
 

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <string>
 #include <string_view>
 
 #include "collections/variant.h"
@@ -25,6 +26,9 @@ public:
     void SetExtMin(const XYZ& value) noexcept { extMin_ = value; }
     XYZ InsBase() const noexcept { return insBase_; }
     void SetInsBase(const XYZ& value) noexcept { insBase_ = value; }
+    // The code page $DWGCODEPAGE named in the file read ("" for none); a save
+    // names the page it writes in instead.
+    const std::string& DeclaredCodePage() const noexcept { return declaredCodePage_; }
 
     // Reads the section after its 2/"HEADER" pair up to "ENDSEC".
     void ReadSection(DXFReader& reader);
@@ -41,6 +45,7 @@ private:
 
     int32_t acadVer_ = 0;
     XYZ extMax_{}, extMin_{}, insBase_{};
+    std::string declaredCodePage_;
 };
 
 }  // namespace ormavec
