@@ -149,7 +149,15 @@ void appendCode(std::string& out, int code) {
 
 }  // namespace
 
-char32_t DecodeByte(CodePage cp, unsigned char byte) noexcept { return charset(cp).bytes[byte]; }
+// The two built-in tables without a look-up; nullptr for the other pages.
+const char16_t* builtInTable(CodePage cp) noexcept {
+    return cp == CodePage::Windows1250 ? detail::kCp1250 : cp == CodePage::Windows1252 ? detail::kCp1252 : nullptr;
+}
+
+char32_t DecodeByte(CodePage cp, unsigned char byte) noexcept {
+    const char16_t* t = builtInTable(cp);
+    return t ? t[byte] : charset(cp).bytes[byte];
+}
 
 char32_t DecodeChar(CodePage cp, std::string_view bytes, std::size_t& pos) noexcept {
     const Charset& c = charset(cp);
@@ -184,17 +192,20 @@ void AppendUtf8(std::string& out, char32_t ch) {
 }
 
 void DecodeAppend(std::string& out, std::string_view bytes, CodePage cp) {
-    const Charset& c = charset(cp);
-    if (!c.pairs.empty()) {
-        for (std::size_t pos = 0; pos < bytes.size();) {
-            if (static_cast<unsigned char>(bytes[pos]) < 0x80)
-                out.push_back(bytes[pos++]);
-            else
-                AppendUtf8(out, DecodeChar(cp, bytes, pos));
+    const char16_t* t = builtInTable(cp);
+    if (!t) {
+        const Charset& c = charset(cp);
+        if (!c.pairs.empty()) {
+            for (std::size_t pos = 0; pos < bytes.size();) {
+                if (static_cast<unsigned char>(bytes[pos]) < 0x80)
+                    out.push_back(bytes[pos++]);
+                else
+                    AppendUtf8(out, DecodeChar(cp, bytes, pos));
+            }
+            return;
         }
-        return;
+        t = c.bytes;
     }
-    const char16_t* t = c.bytes;
     for (unsigned char ch : bytes) {
         if (ch < 0x80)
             out.push_back(static_cast<char>(ch));
