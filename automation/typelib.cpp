@@ -105,6 +105,12 @@ const Interface* DocumentInterface(TypeLibrary& lib) {
         for (const LoadWarning& w : Self<DXFDocument>(o).Warnings()) text += w.Text() + "\n";
         return Variant(std::move(text));
     });
+    // A page by a drawing's name for it ("ANSI_1251") or by number (1251); read back as the name.
+    b.Auto("CodePage", kLet, {Ref("Value", "Variant")}, "", [](Object& o, Args& a) {
+        Self<DXFDocument>(o).SetCodePage(a[0].ToString());
+        return None();
+    });
+    b.Auto("CodePage", kGet, {}, "String", [](Object& o, Args&) { return Variant(CodePageName(Self<DXFDocument>(o).CodePage())); });
     return b.get();
 }
 

@@ -77,7 +77,11 @@ public:
     // A member whose identifier follows the rule at the top of this file.
     Builder& Auto(std::string name, int32_t kind, std::vector<Param> params, std::string result, Invoker call, std::string help = {}) {
         const int32_t n = position(name);
-        const int32_t id = name == "Item" ? ORMAVEC_DISPID_VALUE : (kind == kMethod ? kMethodBase : kPropertyBase) + n;
+        int32_t id = name == "Item" ? ORMAVEC_DISPID_VALUE : (kind == kMethod ? kMethodBase : kPropertyBase) + n;
+        // A fixed identifier further on may already hold the number: the next free one then.
+        while (name != "Item" && std::any_of(iface_->members.begin(), iface_->members.end(),
+                                             [&](const Member& m) { return m.dispid == id && m.name != name; }))
+            ++id;
         return Add(std::move(name), kind, id, std::move(params), std::move(result), std::move(call), std::move(help));
     }
     Interface* get() const noexcept { return iface_; }

@@ -58,7 +58,9 @@ constexpr std::string_view kConvertHelp =
     "  --classic           read text as single-byte and save the fixed structure of\n"
     "                      the original component under the drawing's own version\n"
     "  --utf8              repair UTF-8 encoded accented letters while reading\n"
-    "  --codepage CP       code page of the files, 1250 (default) or 1252\n"
+    "  --codepage CP       code page of the files by DXF name or number (ANSI_1251,\n"
+    "                      1251, DOS866, ISO8859-2, BIG5 ...); by default the page\n"
+    "                      the drawing declares, or 1250\n"
     "  --version-mode N    version mode of the reader (6 or more reads hatches in blocks)\n"
     "  --call-log FILE     append the trace of the save to FILE\n"
     "  --recover           repair blank group-code lines, decimal commas and blanks\n"
@@ -83,7 +85,8 @@ constexpr std::string_view kInfoHelp =
     "  --strict            fail (exit 1) on any warning, such as a drawing cut short\n"
     "  --classic           read text as single-byte, as the original component did\n"
     "  --utf8              repair UTF-8 encoded accented letters while reading\n"
-    "  --codepage CP       code page of the file, 1250 (default) or 1252\n"
+    "  --codepage CP       code page of the file by DXF name or number (ANSI_1251,\n"
+    "                      1251 ...); by default the page it declares, or 1250\n"
     "  --version-mode N    version mode of the reader (6 or more reads hatches in blocks)\n"
     "  -h, --help          show this help\n";
 
@@ -106,7 +109,7 @@ struct LoadOptions {
     bool classic = false;
     bool recover = false;
     bool strict = false;
-    CodePage codePage = CodePage::Windows1250;
+    std::optional<CodePage> codePage;
     std::optional<int16_t> versionMode;
 };
 
@@ -127,9 +130,8 @@ int16_t parseVersionMode(std::string_view text) {
 }
 
 CodePage parseCodePage(std::string_view text) {
-    if (text == "1250") return CodePage::Windows1250;
-    if (text == "1252") return CodePage::Windows1252;
-    throw UsageError{"--codepage must be 1250 or 1252, not '" + std::string(text) + "'"};
+    if (std::optional<CodePage> cp = ParseCodePage(text)) return *cp;
+    throw UsageError{"unknown --codepage '" + std::string(text) + "'; accepted: " + std::string(CodePageForms())};
 }
 
 // Options may come before or between the positional arguments; "--" ends them.
@@ -269,7 +271,7 @@ private:
 // Text encoding detected unless --classic; an explicit --utf8 keeps its repair.
 void configure(DXFDocument& doc, const LoadOptions& o) {
     doc.SetTextConvertMode(o.utf8 ? TextConvertMode::FromUTF8 : o.classic ? TextConvertMode::None : TextConvertMode::Auto);
-    doc.SetCodePage(o.codePage);
+    if (o.codePage) doc.SetCodePage(*o.codePage);
     if (o.versionMode) doc.SetVersionMode(*o.versionMode);
 }
 
@@ -343,6 +345,7 @@ int64_t attribsOf(const std::shared_ptr<INSERTS>& inserts) {
 struct Summary {
     std::string file;
     int32_t acadVer = 0;
+    std::string declaredPage, usedPage;
     XYZ extMin, extMax, insBase;
     double extent[4] = {0, 0, 0, 0};
     std::vector<Count> entities;
@@ -360,6 +363,8 @@ Summary summarise(const DXFDocument& doc, const std::string& file) {
     s.file = file;
     const HEADER& h = *doc.HEADER();
     s.acadVer = h.AcadVer();
+    s.declaredPage = h.DeclaredCodePage();
+    s.usedPage = doc.ReadAsUtf8() ? "UTF-8" : CodePageName(doc.CodePage());
     s.extMin = h.ExtMin();
     s.extMax = h.ExtMax();
     s.insBase = h.InsBase();
@@ -450,6 +455,8 @@ std::string toJson(const Summary& s) {
     std::string out = "{";
     out += "\"file\":" + jsonString(s.file);
     out += ",\"acadver\":" + std::to_string(s.acadVer);
+    out += ",\"codepage\":{\"declared\":" + (s.declaredPage.empty() ? std::string("null") : jsonString(s.declaredPage)) +
+           ",\"used\":" + jsonString(s.usedPage) + "}";
     out += ",\"header\":{\"extmin\":" + jsonPoint(s.extMin) + ",\"extmax\":" + jsonPoint(s.extMax) +
            ",\"insbase\":" + jsonPoint(s.insBase) + "}";
     out += ",\"extent\":[" + number(s.extent[0]) + "," + number(s.extent[1]) + "," + number(s.extent[2]) + "," +
@@ -492,6 +499,8 @@ std::string toText(const Summary& s) {
     std::string out;
     out += "File:      " + s.file + "\n";
     out += "Version:   " + (s.acadVer ? "AC" + std::to_string(s.acadVer) : std::string("unknown")) + "\n";
+    out += "Code page: " + (s.declaredPage.empty() ? std::string("none declared") : "declared " + s.declaredPage) + ", read as " +
+           s.usedPage + "\n";
     out += "Header:    $EXTMIN  " + textPoint(s.extMin) + "\n";
     out += "           $EXTMAX  " + textPoint(s.extMax) + "\n";
     out += "           $INSBASE " + textPoint(s.insBase) + "\n";

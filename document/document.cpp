@@ -2,6 +2,7 @@
 
 #include "diagnostics/call_log.h"
 #include "document/standard_save.h"
+#include "io/error.h"
 #include "io/text.h"
 
 namespace ormavec {
@@ -23,6 +24,20 @@ DXFDocument::~DXFDocument() = default;
 void DXFDocument::SetVersionMode(int16_t mode) noexcept { tVersionMode = mode; }
 int16_t DXFDocument::VersionMode() const noexcept { return static_cast<int16_t>(tVersionMode); }
 
+void DXFDocument::SetCodePage(::ormavec::CodePage cp) {
+    if (!ParseCodePage(std::to_string(static_cast<int32_t>(cp))))
+        RaiseError(ErrInvalidArgument, "DXFDocument",
+                   "Unknown code page " + std::to_string(static_cast<int32_t>(cp)) + "; accepted: " + std::string(CodePageForms()));
+    codePage_ = cp;
+    codePageChosen_ = true;
+}
+
+void DXFDocument::SetCodePage(std::string_view nameOrNumber) {
+    const std::optional<::ormavec::CodePage> cp = ParseCodePage(nameOrNumber);
+    if (!cp) RaiseError(ErrInvalidArgument, "DXFDocument", "Unknown code page '" + std::string(nameOrNumber) + "'; accepted: " + std::string(CodePageForms()));
+    SetCodePage(*cp);
+}
+
 void DXFDocument::Load(const std::string& fileName) {
     fileName_ = fileName;
     warnings_.clear();
@@ -31,6 +46,7 @@ void DXFDocument::Load(const std::string& fileName) {
     DXFReader& reader = *reader_;
     reader.SetTextConvertMode(textConvertMode_);
     reader.SetRecover(recover_);
+    reader.FollowDeclaredCodePage(!codePageChosen_);
     reader.Progress = [this](int32_t& percent) {
         if (Progress) Progress(percent);
     };
@@ -76,6 +92,10 @@ void DXFDocument::Load(const std::string& fileName) {
         reader.Warn(open.empty() ? "the drawing ends without EOF" : "the drawing ends inside the " + Printable(open) + " section (no ENDSEC, no EOF)");
     reader.CloseInput();
     warnings_ = reader.Warnings();
+    // Saved again in the page it was read with.
+    codePage_ = reader.GetCodePage();
+    readAsUtf8_ = reader.DecodesUtf8();
+    declaredCodePage_ = header_->DeclaredCodePage();
     reader_.reset();
 }
 
@@ -85,8 +105,10 @@ void DXFDocument::Save(const std::string& fileName) {
     Trace("DXFDocument.Save 1");
     DXFWriter writer(codePage_);
     writer.SetSaveMode(saveMode_);
-    // A drawing of AC1021 or later is UTF-8 by definition.
-    writer.SetUtf8Output(saveMode_ == ::ormavec::SaveMode::Standard && header_->AcadVer() >= 1021);
+    // A drawing of AC1021 or later is UTF-8 by definition; an older one that
+    // Auto mode found in UTF-8 stays so (it declared a page it did not use).
+    writer.SetUtf8Output(saveMode_ == ::ormavec::SaveMode::Standard &&
+                         (header_->AcadVer() >= 1021 || (readAsUtf8_ && textConvertMode_ == ::ormavec::TextConvertMode::Auto)));
     writer.BytesProgress = [this](int64_t bytes) {
         if (BytesProgress) BytesProgress(bytes);
     };

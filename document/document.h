@@ -60,10 +60,17 @@ public:
     void SetSaveMode(::ormavec::SaveMode mode) noexcept { saveMode_ = mode; }
     ::ormavec::SaveMode SaveMode() const noexcept { return saveMode_; }
 
-    // The single-byte code page of the files read and written (1250 unless
-    // set otherwise).
-    void SetCodePage(::ormavec::CodePage cp) noexcept { codePage_ = cp; }
+    // The code page of the files read and written: 1250 unless set, or, after
+    // an Auto load, the page the drawing declared (unless one was set). A
+    // page unknown by number or name (see ParseCodePage) raises
+    // ErrInvalidArgument with the accepted forms.
+    void SetCodePage(::ormavec::CodePage cp);
+    void SetCodePage(std::string_view nameOrNumber);
     ::ormavec::CodePage CodePage() const noexcept { return codePage_; }
+    // What the last load found: the page the drawing declared ("" for none)
+    // and whether its text was read as UTF-8.
+    const std::string& DeclaredCodePage() const noexcept { return declaredCodePage_; }
+    bool ReadAsUtf8() const noexcept { return readAsUtf8_; }
 
     // Raised while loading with the percentage of the file consumed; a
     // handler may change the value, which the reader then keeps.
@@ -85,6 +92,9 @@ private:
     std::string fileName_;
     ::ormavec::TextConvertMode textConvertMode_ = ::ormavec::TextConvertMode::None;
     ::ormavec::CodePage codePage_ = ::ormavec::CodePage::Windows1250;
+    bool codePageChosen_ = false;
+    std::string declaredCodePage_;
+    bool readAsUtf8_ = false;
     ::ormavec::SaveMode saveMode_ = ::ormavec::SaveMode::Classic;
     bool recover_ = false;
     std::vector<LoadWarning> warnings_;

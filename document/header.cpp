@@ -54,6 +54,7 @@ void HEADER::ReadSection(DXFReader& reader) {
     SetExtMax({});
     SetExtMin({});
     SetInsBase({});
+    declaredCodePage_.clear();
     while (!reader.AtEnd()) {
         const DXFReader::Pair& pair = reader.Read();
         if (pair.Value == "ENDSEC") return;
@@ -62,6 +63,12 @@ void HEADER::ReadSection(DXFReader& reader) {
         if (name == "$ACADVER") {
             const DXFReader::Pair& value = reader.Read();
             if (value.Code == 1) SetAcadVer(ParseVersion(value.Value, &reader));
+        } else if (name == "$DWGCODEPAGE") {
+            const DXFReader::Pair& value = reader.Read();
+            if (value.Code == 3)
+                declaredCodePage_ = value.Value;
+            else
+                reader.UnRead();
         } else if (name == "$EXTMAX") {
             SetExtMax(readPoint(reader));
         } else if (name == "$EXTMIN") {
@@ -92,9 +99,10 @@ void HEADER::WriteOut(DXFWriter& w, int32_t handleSeed) const {
         Trace("Header.WriteOut 6");
         w.WriteString(9, "$DWGCODEPAGE");
         Trace("Header.WriteOut 7");
-        // A standard file names the code page its bytes are in; the classic
-        // output always names 1250.
-        w.WriteString(3, w.IsStandard() && w.GetCodePage() == CodePage::Windows1252 ? "ANSI_1252" : "ANSI_1250");
+        // A standard file names the code page its bytes are in (from AC1021
+        // on they are UTF-8 whatever it names); the classic output always
+        // names 1250.
+        w.WriteString(3, !w.IsStandard() ? "ANSI_1250" : w.Utf8Output() && version < 1021 ? "UTF-8" : CodePageName(w.GetCodePage()));
         Trace("Header.WriteOut 8");
     }
     w.WriteString(9, "$EXTMIN");

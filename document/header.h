@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <string>
 #include <string_view>
 
 #include "collections/variant.h"
@@ -30,6 +31,9 @@ public:
     XYZ& ExtMaxRef() noexcept { return extMax_; }
     XYZ& ExtMinRef() noexcept { return extMin_; }
     XYZ& InsBaseRef() noexcept { return insBase_; }
+    // The code page $DWGCODEPAGE named in the file read ("" for none); a save
+    // names the page it writes in instead.
+    const std::string& DeclaredCodePage() const noexcept { return declaredCodePage_; }
 
     // Reads the section after its 2/"HEADER" pair up to "ENDSEC".
     void ReadSection(DXFReader& reader);
@@ -46,6 +50,7 @@ private:
 
     int32_t acadVer_ = 0;
     XYZ extMax_{}, extMin_{}, insBase_{};
+    std::string declaredCodePage_;
 };
 
 }  // namespace ormavec

@@ -242,7 +242,14 @@ void DXFReader::progressSlow() {
     }
 }
 
+void DXFReader::sniffUtf8(std::string_view raw) {
+    sniff_ = false;
+    if (!utf8_ && !IsDoubleByte(codePage_) && IsValidUtf8(raw)) utf8_ = true;
+}
+
 std::string_view DXFReader::decodeSlow(std::string_view raw, int32_t code) {
+    // Held pieces are looked at once joined (DecodePieces).
+    if (sniff_ && !(holdPieces_ && (code == 1 || code == 3))) sniffUtf8(raw);
     decoded_.clear();
     if (mode_ == TextConvertMode::FromUTF8 && code >= 0 && code <= 9) {
         for (std::size_t i = 0; i < raw.size(); ++i) {
@@ -254,10 +261,13 @@ std::string_view DXFReader::decodeSlow(std::string_view raw, int32_t code) {
                     continue;
                 }
             }
-            if (c < 0x80)
+            if (c < 0x80) {
                 decoded_.push_back(static_cast<char>(c));
-            else
-                AppendUtf8(decoded_, DecodeByte(codePage_, c));
+            } else {
+                std::size_t next = i;
+                AppendUtf8(decoded_, DecodeChar(codePage_, raw, next));
+                i = next - 1;
+            }
         }
     } else if (escapes_) {
         return decodeText(raw, code);
@@ -307,14 +317,14 @@ void DXFReader::decodeInto(std::string& out, std::string_view raw, bool escapes,
             else
                 out.append(raw.data() + start, pos - start);
         } else {
-            AppendUtf8(out, DecodeByte(codePage_, c));
-            ++pos;
+            AppendUtf8(out, DecodeChar(codePage_, raw, pos));
         }
     }
 }
 
 void DXFReader::DecodePieces(std::string& text) {
     if (!holdPieces_) return;
+    if (sniff_ && !IsAscii(text)) sniffUtf8(text);
     const bool slashes = std::memchr(text.data(), '\\', text.size()) != nullptr;
     if (!slashes && (IsAscii(text) || (utf8_ && IsValidUtf8(text)))) return;
     pieces_.clear();
@@ -323,7 +333,8 @@ void DXFReader::DecodePieces(std::string& text) {
 }
 
 // Auto mode: the header's $ACADVER (AC1021 and later) or $DWGCODEPAGE
-// declares a UTF-8 drawing; everything after it is read as UTF-8.
+// declares a UTF-8 drawing; everything after it is read as UTF-8. Before
+// that, $DWGCODEPAGE may name the page of an older drawing.
 void DXFReader::watchHeader(int32_t code, std::string_view value) {
     if (code != 9 && code != 0 && pendingVariable_ == 0) return;
     const uint8_t pending = pendingVariable_;
@@ -351,10 +362,9 @@ void DXFReader::watchHeader(int32_t code, std::string_view value) {
             version = version * 10 + (value[i] - '0');
         utf8 = version >= 1021;
     } else if (pending == 2 && code == 3) {
-        // The spellings of the UTF-8 code page seen in drawings: its name
-        // with or without the hyphen, and its Windows number.
-        for (std::string_view name : {"UTF-8", "UTF8", "ANSI_65001", "CP65001"})
-            if (EqualsNoCase(value, name)) utf8 = true;
+        utf8 = IsUtf8CodePageName(value);
+        if (!utf8 && followPage_)
+            if (std::optional<CodePage> cp = ParseCodePage(value)) codePage_ = *cp;
     }
     if (utf8) {
         utf8_ = true;

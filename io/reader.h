@@ -17,7 +17,10 @@
 namespace ormavec {
 
 // Utf8 and Auto go beyond the classic two: Utf8 decodes value lines as UTF-8,
-// Auto does so when the drawing's header declares a UTF-8 drawing.
+// Auto does so when the drawing's header declares a UTF-8 drawing, or when the
+// first value line holding a byte above 0x7F is valid UTF-8 while the page is
+// single-byte (a drawing that declares a page but holds UTF-8); the rest of
+// the file is then read as UTF-8.
 enum class TextConvertMode : int32_t { None = 0, FromUTF8 = 1, Utf8 = 2, Auto = 3 };
 
 // Something a load repaired or found missing without failing: where, and what.
@@ -58,7 +61,11 @@ public:
         watchHeader_ = mode == TextConvertMode::Auto;
         holdPieces_ = false;
         pendingVariable_ = 0;
+        sniff_ = mode == TextConvertMode::Auto;
     }
+    // Auto mode: the page that $DWGCODEPAGE names replaces the one given to
+    // the constructor (off by default: that page was chosen).
+    void FollowDeclaredCodePage(bool on) noexcept { followPage_ = on; }
     TextConvertMode GetTextConvertMode() const noexcept { return mode_; }
     // True while value lines are decoded as UTF-8: always in Utf8 mode, in
     // Auto mode once the header has declared a UTF-8 drawing.
@@ -67,6 +74,7 @@ public:
     // Group codes whose values are names or text, where \U+XXXX escapes are
     // decoded (IsTextCode of io/text.h).
     static bool IsTextCode(int32_t code) noexcept { return ::ormavec::IsTextCode(code); }
+    // The page text is read with: the constructor's, or the declared one.
     CodePage GetCodePage() const noexcept { return codePage_; }
 
     // MTEXT text comes in pieces (codes 3 and 1) that are decoded only once
@@ -165,6 +173,7 @@ private:
     std::string_view decodeText(std::string_view raw, int32_t code);
     void decodeInto(std::string& out, std::string_view raw, bool escapes, bool pairs) const;
     void watchHeader(int32_t code, std::string_view value);
+    void sniffUtf8(std::string_view raw);
     std::string_view finishValue(std::string_view value, bool trimValue, bool upperCase) {
         if (trimValue) {
             while (!value.empty() && value.front() == ' ') value.remove_prefix(1);
@@ -199,6 +208,8 @@ private:
     bool watchHeader_ = false;  // Auto mode, still on the code page
     bool holdPieces_ = false;   // codes 1 and 3 come out undecoded
     uint8_t pendingVariable_ = 0;  // 1 after 9/$ACADVER, 2 after 9/$DWGCODEPAGE
+    bool sniff_ = false;           // Auto mode, no text above ASCII seen yet
+    bool followPage_ = false;      // Auto mode takes the declared page
     std::string fileName_;
     int fd_ = -1;
     bool eof_ = true;

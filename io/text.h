@@ -6,12 +6,30 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <optional>
 #include <string>
 #include <string_view>
 
 namespace ormavec {
 
+// A code page by its Windows number: 1251, 932 (Shift JIS), 437 (DOS),
+// 28591 (ISO 8859-1), 10000 (Mac Roman) ... Only the numbers ParseCodePage
+// knows are pages; 1250 and 1252 have built-in tables, the others are built
+// once from the C library's converters. Bytes below 0x80 are ASCII in all.
 enum class CodePage : int32_t { Windows1250 = 1250, Windows1252 = 1252 };
+
+// The page a drawing's $DWGCODEPAGE names (ANSI_1251, DOS866, ISO8859-5,
+// MACINTOSH, BIG5, GB2312, KSC5601, JOHAB ...) or a number (1251, 28595),
+// any letter case; nothing when unknown or a UTF-8 name.
+std::optional<CodePage> ParseCodePage(std::string_view text);
+// The name a drawing declares the page with ("ANSI_1251", "DOS866").
+std::string CodePageName(CodePage cp);
+// The accepted forms, for error messages.
+std::string_view CodePageForms() noexcept;
+// True when the name is one of the spellings of UTF-8 seen in drawings.
+bool IsUtf8CodePageName(std::string_view text) noexcept;
+// True for the pages where a lead byte and a trail byte form one character.
+bool IsDoubleByte(CodePage cp) noexcept;
 
 namespace detail {
 struct CasePair {
@@ -44,8 +62,16 @@ inline bool IsAscii(std::string_view s) noexcept {
     return (bits & 0x8080808080808080ull) == 0;
 }
 
-// The character a byte stands for in the code page.
+// The character a byte stands for in the code page. A byte the page leaves
+// undefined, or a lead byte alone, stands for a character of its own (the
+// control character of its number below 0xA0 where free, else U+F700 +
+// byte, or lower by 0x100 steps while the page uses that one) that is
+// written back as that byte.
 char32_t DecodeByte(CodePage cp, unsigned char byte) noexcept;
+
+// The character at bytes[pos], which is not ASCII; advances pos past one
+// byte or, on a double-byte page, past a valid lead and trail pair.
+char32_t DecodeChar(CodePage cp, std::string_view bytes, std::size_t& pos) noexcept;
 
 // Appends the UTF-8 form of the bytes.
 void DecodeAppend(std::string& out, std::string_view bytes, CodePage cp);

@@ -124,6 +124,7 @@ void DXFWriter::discard() noexcept {
     memory_ = nullptr;
     open_ = false;
     size_ = 0;
+    firstHigh_ = true;
 }
 
 void DXFWriter::OpenOutput(const std::string& fileName) {
@@ -309,6 +310,7 @@ char* DXFWriter::codeLine(char* p, int32_t code) noexcept {
 }
 
 void DXFWriter::putCode(int32_t code) {
+    code_ = code;
     need(16);
     char* p = buffer_.get() + size_;
     size_ += static_cast<std::size_t>(codeLine(p, code) - p);
@@ -321,17 +323,51 @@ void DXFWriter::WriteLine(std::string_view text, bool rightTrim) {
         put(text.data(), text.size());
     } else {
         encoded_.clear();
-        if (saveMode_ == SaveMode::Standard)
+        if (saveMode_ == SaveMode::Standard) {
             EncodeEscapedAppend(encoded_, text, codePage_);
-        else
+            if (firstHigh_) keepOffUtf8();
+        } else {
             EncodeAppend(encoded_, text, codePage_);
+        }
         put(encoded_.data(), encoded_.size());
     }
     endLine();
     lineDone();
 }
 
+// Auto reading takes a drawing for UTF-8 when the first value line above
+// ASCII is valid UTF-8 (an unfinished sequence at its end may go on in the
+// next piece of a text). A standard save in a single-byte page writes the
+// characters of that line as escapes, one by one, until it is not.
+void DXFWriter::keepOffUtf8() {
+    const bool piece = code_ == 1 || code_ == 3;  // the codes of text pieces
+    const auto looksUtf8 = [piece](std::string_view s) {
+        if (IsValidUtf8(s)) return true;
+        if (!piece) return false;
+        std::size_t end = s.size();
+        while (end > 0 && s.size() - end < 3 && (static_cast<unsigned char>(s[end - 1]) & 0xC0) == 0x80) --end;
+        return end > 0 && static_cast<unsigned char>(s[end - 1]) >= 0xC2 && IsValidUtf8(s.substr(0, end - 1));
+    };
+    if (IsAscii(encoded_)) return;
+    if (utf8Output_ || !IsTextCode(code_) || IsDoubleByte(codePage_)) {
+        firstHigh_ = false;
+        return;
+    }
+    static constexpr char kHex[] = "0123456789ABCDEF";
+    for (std::size_t i = 0; i < encoded_.size() && looksUtf8(encoded_); ++i) {
+        const auto b = static_cast<unsigned char>(encoded_[i]);
+        if (b < 0x80 || (i > 0 && encoded_[i - 1] == '\\')) continue;
+        const char32_t ch = DecodeByte(codePage_, b);
+        const char escape[7] = {'\\', 'U', '+', kHex[(ch >> 12) & 15], kHex[(ch >> 8) & 15], kHex[(ch >> 4) & 15], kHex[ch & 15]};
+        encoded_.replace(i, 1, escape, 7);
+        i += 6;
+    }
+    firstHigh_ = IsAscii(encoded_);
+}
+
 void DXFWriter::putEncoded(int32_t code) {
+    code_ = code;
+    if (firstHigh_ && saveMode_ == SaveMode::Standard) keepOffUtf8();
     putCode(code);
     put(encoded_.data(), encoded_.size());
     endLine();

@@ -82,6 +82,7 @@ private:
     void put(const char* data, std::size_t size);
     void endLine() { put("\r\n", 2); }
     void putEncoded(int32_t code);  // encoded_ as the value line
+    void keepOffUtf8();
     // Output into a string is written through, so the string is complete
     // after every pair even before CloseOutput.
     void lineDone() {
@@ -91,6 +92,8 @@ private:
     CodePage codePage_;
     SaveMode saveMode_ = SaveMode::Classic;
     bool utf8Output_ = false;
+    bool firstHigh_ = true;  // no value line above ASCII written yet
+    int32_t code_ = 0;       // the code of the value line being written
     bool open_ = false;
     int fd_ = -1;
     std::string target_;

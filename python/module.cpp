@@ -225,7 +225,19 @@ PYBIND11_MODULE(ormavec, m) {
                       "The version mode of the calling thread: one setting for every document used on the thread "
                       "(the same as ormavec.thread_version_mode()).")
         .def_property("SaveMode", &DXFDocument::SaveMode, &DXFDocument::SetSaveMode)
-        .def_property("CodePage", &DXFDocument::CodePage, &DXFDocument::SetCodePage)
+        // A CodePage, a number (1251) or a drawing's name for a page ("ANSI_1251", "DOS866").
+        .def_property("CodePage", &DXFDocument::CodePage,
+                      [](DXFDocument& d, const py::object& v) {
+                          if (py::isinstance<py::str>(v))
+                              d.SetCodePage(v.cast<std::string>());
+                          else if (py::isinstance<CodePage>(v))
+                              d.SetCodePage(v.cast<CodePage>());
+                          else
+                              d.SetCodePage(std::to_string(v.cast<int64_t>()));
+                      })
+        .def_property_readonly("CodePageName", [](const DXFDocument& d) { return CodePageName(d.CodePage()); })
+        .def_property_readonly("DeclaredCodePage", &DXFDocument::DeclaredCodePage)
+        .def_property_readonly("ReadAsUtf8", &DXFDocument::ReadAsUtf8)
         .def_property("Recover", &DXFDocument::Recover, &DXFDocument::SetRecover,
                       "Loads repair blank group-code lines, decimal commas and blanks in numbers, each with a warning.")
         .def_property_readonly(

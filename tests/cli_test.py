@@ -21,7 +21,8 @@ EX = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "examples", 
 ROWS = [
     ("", 2, "no command"), ("frobnicate", 2, "unknown command 'frobnicate'"), ("--frob", 2, "unknown option '--frob'"),
     ("convert {ex}", 2, "convert needs an input and an output"), ("info {ex} {ex}", 2, "info needs exactly one"),
-    ("convert --codepage 1251 a b", 2, "1250 or 1252"), ("convert --codepage", 2, "--codepage needs a value"),
+    ("convert --codepage ANSI_1299 a b", 2, "'ANSI_1299'; accepted: ANSI_874.*DOS866.*or the number alone"),
+    ("convert --codepage", 2, "--codepage needs a value"),
     ("info --version-mode 70000 a", 2, "integer from -32768"), ("convert --call-log= a b", 2, "needs a file name"),
     ("info --call-log l a", 2, "unknown option '--call-log' for 'info'"), ("info --utf8=1 a", 2, "--utf8 takes no value"),
     ("info {d}/nincs.dxf", 1, "nincs.dxf"),
@@ -34,7 +35,8 @@ ROWS = [
     ("info --json --version-mode 6 {ex}", 0, '"name":"FA","entities":{[^}]*"HATCHES":1'),
     ("info --json --codepage=1252 {ex}", 0, "CÍMMEZÕ"),  # byte F5 is o with tilde in 1252
     ("convert --call-log {d}/log.txt {ex} {d}/out.dxf", 0, "^$"),
-    ("info --json {d}/out.dxf", 0, r'^{"file":".*out.dxf","acadver":1015,"header":{"extmin":\[-1,-3,0\],"extmax":\[33,18.5,5\],'
+    ("info --json {d}/out.dxf", 0, r'^{"file":".*out.dxf","acadver":1015,"codepage":{"declared":"ANSI_1250","used":"ANSI_1250"},'
+     r'"header":{"extmin":\[-1,-3,0\],"extmax":\[33,18.5,5\],'
      r'"insbase":\[0,0,0\]},"extent":\[[^]]+\],"entities":{"ARCS":\d+,.*"INSERTS":11,"LINES":5,"LWPOLYLINES":\d+,"MTEXTS":1,'
      r'"POLYLINES":4,"POINTS":\d+,"TEXTS":7,.*"attribs":2,"tables":{"LAYERS":9,"LTYPES":5,"STYLES":2},"blocks":\[{"name":'
      r'"\*Model_Space",.*"\*Paper_Space".*"AJTÓ".*"ABLAK".*"FA".*"ÉSZAK".*"CÍMMEZŐ"'),
