@@ -406,8 +406,24 @@ void DXFWriter::WriteTextPieces(std::string_view text, std::size_t pieceUnits, i
     pieces_.clear();
     std::size_t pos = 0;
     while (rest > pieceUnits) {
+        const std::size_t start = pos;
         std::size_t n = 0;
         while (n < pieceUnits) n += units(NextUtf8(text, pos));
+        if (saveMode_ == SaveMode::Standard) {
+            // Readers trim the spaces at both ends of a piece: a cut beside a
+            // space is moved back to a place between two other characters.
+            std::size_t cut = pos;
+            const auto spaceAtCut = [&] { return text[cut - 1] == ' ' || (cut < text.size() && text[cut] == ' '); };
+            while (cut > start && spaceAtCut()) {
+                --cut;
+                while (cut > start && (static_cast<unsigned char>(text[cut]) & 0xC0) == 0x80) --cut;
+            }
+            if (cut > start) {
+                n = 0;
+                for (std::size_t at = start; at < cut;) n += units(NextUtf8(text, at));
+                pos = cut;
+            }
+        }
         pieces_.push_back(pos);
         rest -= n;
     }

@@ -189,8 +189,14 @@ private:
             r.Edge1IsInvisible = r.Edge2IsInvisible = r.Edge3IsInvisible = r.Edge4IsInvisible = false;
     }
     // The text goes out in pieces of 250 UTF-16 units, each trimmed when
-    // read; group 42 carries the smaller of the character width and the width.
+    // read (a Standard save cuts away from spaces, so only the ends go); group
+    // 42 carries the smaller of the character width and the width.
     void saved(MTEXT_ENT& r) const {
+        r.CharWidth = std::min(r.CharWidth, r.Width);
+        if (o_.textKept) {
+            r.Text = SavedText(r.Text);
+            return;
+        }
         std::string out, piece;
         std::size_t units = 0;
         for (std::size_t pos = 0, start = 0; pos < r.Text.size(); start = pos) {
@@ -204,7 +210,6 @@ private:
             units += n;
         }
         r.Text = out + SavedText(piece);
-        r.CharWidth = std::min(r.CharWidth, r.Width);
     }
     // Vertex widths are written only when there is no constant width.
     void saved(LWPOLYLINE_ENT& r) const {
