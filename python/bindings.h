@@ -75,6 +75,20 @@ int32_t indexOf(const C& c, const typename C::value_type& v) {
     return -1;
 }
 
+// The same, where a missing record is Python's ValueError.
+template <class C>
+int32_t requiredIndexOf(const C& c, const typename C::value_type& v) {
+    const int32_t i = indexOf(c, v);
+    if (i < 0) throw py::value_error("no equal record in the collection");
+    return i;
+}
+
+template <class C>
+C& addAll(C& c, const py::iterable& items) {
+    for (py::handle h : items) c.Add(h.cast<typename C::value_type>());
+    return c;
+}
+
 // Edits that Python lists already define, made on a list of the records and
 // stored back whole.
 template <class C, class F>
@@ -121,9 +135,8 @@ void bindListMembers(Cls& cls) {
         .def(
             "Find",
             [](const C& c, const T& value) {
-                for (int32_t i = 0; i < c.Count(); ++i)
-                    if (ValueEqual(c.ItemRef(i), value)) return std::make_tuple(true, i);
-                return std::make_tuple(false, int32_t{-1});
+                const int32_t i = indexOf(c, value);
+                return std::make_tuple(i >= 0, i);
             },
             py::arg("Value"), "Returns (found, index) of the first record equal to the value; (False, -1) if none is.")
         .def(
@@ -154,21 +167,15 @@ void bindListMembers(Cls& cls) {
         .def("__delitem__", [](C& c, const py::slice& s) { editAsList<C>(c, [&](py::list& l) { l.attr("__delitem__")(s); }); })
         .def("__contains__", [](const C& c, const T& v) { return indexOf(c, v) >= 0; })
         .def("append", [](C& c, const T& v) { c.Add(v); }, py::arg("value"))
-        .def("extend", [](C& c, const py::iterable& items) { for (py::handle h : items) c.Add(h.cast<T>()); }, py::arg("values"))
-        .def("__iadd__", [](C& c, const py::iterable& items) -> C& { for (py::handle h : items) c.Add(h.cast<T>()); return c; })
+        .def("extend", [](C& c, const py::iterable& items) { addAll(c, items); }, py::arg("values"))
+        .def("__iadd__", [](C& c, const py::iterable& items) -> C& { return addAll(c, items); })
         .def("insert", [](C& c, int64_t i, const T& v) { editAsList<C>(c, [&](py::list& l) { l.insert(static_cast<std::size_t>(std::clamp<int64_t>(i < 0 ? i + l.size() : i, 0, static_cast<int64_t>(l.size()))), py::cast(v)); }); }, py::arg("index"), py::arg("value"))
-        .def("index", [](const C& c, const T& v) {
-                const int32_t i = indexOf(c, v);
-                if (i < 0) throw py::value_error("no equal record in the collection");
-                return i; }, py::arg("value"))
+        .def("index", [](const C& c, const T& v) { return requiredIndexOf(c, v); }, py::arg("value"))
         .def("count", [](const C& c, const T& v) {
                 int32_t n = 0;
                 for (const T& r : c) n += ValueEqual(r, v) ? 1 : 0;
                 return n; }, py::arg("value"))
-        .def("remove", [](C& c, const T& v) {
-                const int32_t i = indexOf(c, v);
-                if (i < 0) throw py::value_error("no equal record in the collection");
-                c.RemoveItem(i, true); }, py::arg("value"))
+        .def("remove", [](C& c, const T& v) { c.RemoveItem(requiredIndexOf(c, v), true); }, py::arg("value"))
         .def("pop", [](C& c, int64_t i) {
                 const int32_t at = pyIndex(c.Count(), i);
                 T r = c.Item(at);
