@@ -177,6 +177,39 @@ std::string reprOf(const R& r) {
     return out;
 }
 
+// An element of a record's list field is a copy inside a tuple; its class
+// is a subclass that refuses changes, which would otherwise be lost unseen.
+py::object frozenElement(py::object element) {
+    py::object of = py::getattr(py::type::handle_of(element), "_frozen_of", py::none());
+    return of.is_none() ? element : of(element);
+}
+
+template <class R>
+void bindFrozen(py::class_<R>& cls) {
+    using namespace pybind11::literals;
+    const std::string name(R::kTypeName);
+    py::object frozen = py::module_::import("builtins").attr("type")(
+        name, py::make_tuple(cls),
+        py::dict("__slots__"_a = py::tuple(), "__module__"_a = cls.attr("__module__"),
+                 "__doc__"_a = name + " inside a record's list field: a copy that cannot change. copy.copy() it, change "
+                                      "the copy and assign the whole list."));
+    auto refuse = [name](py::handle, py::args) {
+        throw py::attribute_error(name + " inside a record's list field is a copy and cannot change; change a "
+                                         "copy.copy() of it and assign the whole list");
+    };
+    frozen.attr("__setattr__") = py::cpp_function(refuse, py::is_method(frozen));
+    frozen.attr("__delattr__") = py::cpp_function(refuse, py::is_method(frozen));
+    // Pickled as the plain record: the frozen class is not reachable by its name.
+    frozen.attr("__reduce_ex__") = py::cpp_function(
+        [](const R& self, int) { return py::make_tuple(py::module_::import("copy").attr("copy"), py::make_tuple(R(self))); },
+        py::is_method(frozen));
+    cls.attr("_frozen_of") = py::cpp_function([frozen](const R& value) {
+        py::object out = frozen();
+        out.cast<R&>() = value;
+        return out;
+    });
+}
+
 template <class M>
 struct SharedList : std::false_type {};
 template <class C>
@@ -243,7 +276,7 @@ void bindRecord(py::module_& m) {
                 n.c_str(),
                 [member](const R& r) {
                     py::list out;
-                    for (const Variant& v : r.*member) out.append(toPython(v));
+                    for (const Variant& v : r.*member) out.append(frozenElement(toPython(v)));
                     return py::tuple(out);
                 },
                 [member](R& r, const py::iterable& items) {
@@ -252,15 +285,21 @@ void bindRecord(py::module_& m) {
                     r.*member = std::move(values);
                 });
         } else if constexpr (requires { typename M::value_type; } && !std::is_same_v<M, std::string>) {
-            // A tuple, so that changing the copy fails instead of being lost.
+            // A tuple of frozen copies, so that changing them fails instead of being lost.
             cls.def_property(
-                n.c_str(), [member](const R& r) { return py::tuple(py::cast(r.*member)); },
+                n.c_str(),
+                [member](const R& r) {
+                    py::list out;
+                    for (const auto& item : r.*member) out.append(frozenElement(py::cast(item)));
+                    return py::tuple(out);
+                },
                 [member](R& r, M value) { r.*member = std::move(value); });
         } else {
             cls.def_readwrite(n.c_str(), member);
         }
     });
     cls.attr("__match_args__") = py::tuple(names);
+    bindFrozen(cls);
     cls.def("__repr__", [](const R& r) { return reprOf(r); });
     cls.def("__eq__", [](const R& a, py::handle b) { return py::isinstance<R>(b) && ValueEqual(a, b.cast<const R&>()); }, py::is_operator());
     cls.def("__ne__", [](const R& a, py::handle b) { return !(py::isinstance<R>(b) && ValueEqual(a, b.cast<const R&>())); }, py::is_operator());

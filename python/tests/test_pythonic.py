@@ -54,8 +54,10 @@ def test_records_are_values(cls, data):
 def test_nested_values_shared_collections_and_errors(tmp_path):
     doc, poly, block = ormavec.DXFDocument(), ormavec.LWPOLYLINE_ENT(POINTS=[ormavec.LWVERTEX(X=1.0)]), ormavec.BLOCK_BLOCK()
     doc.HEADER.ExtMin.X = 99.0
-    with pytest.raises(AttributeError):  # a copy that cannot change rather than a change that is lost
-        poly.POINTS.append(ormavec.LWVERTEX())
+    for change in lambda: poly.POINTS.append(ormavec.LWVERTEX()), lambda: setattr(poly.POINTS[0], "X", 5.0):
+        with pytest.raises(AttributeError):  # a copy that cannot change rather than a change that is lost
+            change()
+    assert pickle.loads(pickle.dumps(poly.POINTS[0])) == copy.copy(poly.POINTS[0]) == poly.POINTS[0]
     block.LINES.append(ormavec.LINE_ENT(StartX=2.0))
     deep, shallow, restored = copy.deepcopy(block), copy.copy(block), pickle.loads(pickle.dumps(block))
     block.LINES.append(ormavec.LINE_ENT())
