@@ -71,7 +71,8 @@ double Variant::ToDouble() const {
     RaiseTypeMismatch("Variant", *this, "Double");
 }
 
-int32_t Variant::ToInt32() const {
+// A text that is no number is refused as the integer type asked for.
+int32_t Variant::toInteger(std::string_view expected) const {
     switch (kind_) {
     case Kind::Empty: return 0;
     case Kind::Int16:
@@ -80,17 +81,21 @@ int32_t Variant::ToInt32() const {
     case Kind::Single:
     case Kind::Double:
     case Kind::String: {
+        double d = 0;
+        if (kind_ == Kind::String && ParseDouble(string_, d) == ParseStatus::TypeMismatch) break;
         double r = RoundHalfEven(ToDouble());
         if (!(r >= -2147483648.0 && r <= 2147483647.0)) RaiseError(err::Overflow, "Variant", "Overflow");
         return static_cast<int32_t>(r);
     }
     default: break;
     }
-    RaiseTypeMismatch("Variant", *this, "Long");
+    RaiseTypeMismatch("Variant", *this, expected);
 }
 
+int32_t Variant::ToInt32() const { return toInteger("Long"); }
+
 int16_t Variant::ToInt16() const {
-    int32_t v = ToInt32();
+    int32_t v = toInteger("Integer");
     if (v < INT16_MIN || v > INT16_MAX) RaiseError(err::Overflow, "Variant", "Overflow");
     return static_cast<int16_t>(v);
 }

@@ -211,6 +211,8 @@ public:
     const std::shared_ptr<Object>& ToObject() const;
 
 private:
+    int32_t toInteger(std::string_view expected) const;
+
     Kind kind_ = Kind::Empty;
     union Scalar {
         int32_t i;

@@ -256,7 +256,7 @@ TEST(Variant, TypesConversionsAndCopies) {
         {Variant(2.5f), 4, "Single", "2", "2.5"}, {Variant(3.5), 5, "Double", "4", "3.5"},          {Variant(-2.5), 5, "Double", "-2", "-2.5"},
         {Variant(" -7 "), 8, "String", "-7", " -7 "}, {Variant("1.5"), 8, "String", "2", "1.5"},   {Variant(true), 11, "Boolean", "-1", "True"},
         {Variant(-2147483649.0), 5, "Double", "6 Overflow", "-2147483649"}, {Variant("1e999"), 8, "String", "6 Overflow: \"1e999\"", "1e999"},
-        {Variant("1,5"), 8, "String", "13 Type mismatch: expected Double, got String", "1,5"},
+        {Variant("1,5"), 8, "String", "13 Type mismatch: expected Long, got String", "1,5"},
         {Variant(std::make_shared<LINES>()), 9, "LINES", "13 Type mismatch: expected Long, got LINES", "13"},
         {Variant::FromRecord(LINE_ENT{}), 36, "LINE_ENT", "13", "13 Type mismatch: expected String, got LINE_ENT"},
         {Variant::FromArray<LINE_ENT>({}, 1), 0x2024, "LINE_ENT", "13 Type mismatch: expected Long, got LINE_ENT()", "13"},
@@ -276,7 +276,7 @@ TEST(Variant, TypesConversionsAndCopies) {
     }
     EXPECT_EQ(Variant("1.25").ToDouble() + Variant(3).ToDouble(), 4.25);
     EXPECT_TRUE(Variant("True").ToBool() && !Variant("false").ToBool() && !Variant("0").ToBool() && Variant(-32768).ToInt16() == -32768);
-    EXPECT_EQ(Outcome([] { Variant(40000).ToInt16(); }), "6 Overflow");
+    EXPECT_EQ(Outcome([] { Variant(40000).ToInt16(); }) + Outcome([] { Variant("x").ToInt16(); }), "6 Overflow13 Type mismatch: expected Integer, got String");
     EXPECT_TRUE(Outcome([] { Variant(2).ToObject(); }).starts_with(kMismatch));
     Variant r = Variant::FromRecord(Line("a")), rCopy = r;  // copies are deep, objects shared
     rCopy.RecordIf<LINE_ENT>()->Layer = "b";
