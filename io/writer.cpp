@@ -160,15 +160,21 @@ void DXFWriter::OpenOutput(const std::string& fileName) {
     int fd = -1;
     for (int attempt = 0; fd < 0 && attempt < 100; ++attempt) {
         temp = folder + "/." + base + "." + std::to_string(::getpid()) + "." + std::to_string(serial++);
+        // Claimed before it exists: a signal between the two must not leave it behind.
+        releaseSlot(tempSlot_);
+        tempSlot_ = claimSlot(temp);
         fd = ::open(temp.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
         if (fd < 0 && errno != EEXIST) break;
     }
-    if (fd < 0) failFile(errno, fileName);
+    if (fd < 0) {
+        const int error = errno;
+        releaseSlot(tempSlot_);
+        failFile(error, fileName);
+    }
     // Keep the existing file's permissions.
     if (exists) ::fchmod(fd, st.st_mode & 07777);
     fd_ = fd;
     tempName_ = temp;
-    tempSlot_ = claimSlot(temp);
     target_ = path;
     open_ = true;
 }

@@ -107,7 +107,9 @@ void bindListPickle(Cls& cls) {
                            c->SetArray(state[0].cast<std::vector<typename C::value_type>>());
                            return c;
                        }));
-    py::module_::import("collections.abc").attr("MutableSequence").attr("register")(cls);
+    // collections.abc's classes live in _collections_abc, which the interpreter
+    // has loaded at start; importing collections.abc would add a package.
+    py::module_::import("_collections_abc").attr("MutableSequence").attr("register")(cls);
 }
 
 template <class C, class Cls>
