@@ -66,6 +66,12 @@ constexpr std::string_view kConvertHelp =
     "  --recover           repair blank group-code lines, decimal commas and blanks\n"
     "                      inside numbers, with a warning for each\n"
     "  --strict            fail (exit 1) on any warning, such as a drawing cut short\n"
+    "  --r12               save a plain R12 (AC1009) file for programs that read only\n"
+    "                      that version: LWPOLYLINE as POLYLINE, ELLIPSE as a polyline\n"
+    "                      of chords, MTEXT as TEXT lines; HATCH is left out (warning)\n"
+    "  --handles           with --r12: give the entities handles\n"
+    "  --tolerance T       with --r12: the largest distance of an ellipse's chords from\n"
+    "                      it, in drawing units (default: 1/1000 of its major radius)\n"
     "\n"
     "OUT is written to a temporary file beside it that then replaces it (a symbolic\n"
     "link stays, the file it leads to is replaced; other hard links of OUT keep\n"
@@ -104,6 +110,12 @@ void printError(std::string_view message, std::string_view prefix = "ormavec: ")
     std::fputs(line.c_str(), stderr);
 }
 
+struct SaveOptions {
+    bool r12 = false;
+    bool handles = false;
+    double tolerance = 0;
+};
+
 struct LoadOptions {
     bool utf8 = false;
     bool classic = false;
@@ -115,6 +127,7 @@ struct LoadOptions {
 
 struct Arguments {
     LoadOptions load;
+    SaveOptions save;
     bool json = false;
     bool help = false;
     std::optional<std::string> callLog;
@@ -132,6 +145,14 @@ int16_t parseVersionMode(std::string_view text) {
 CodePage parseCodePage(std::string_view text) {
     if (std::optional<CodePage> cp = ParseCodePage(text)) return *cp;
     throw UsageError{"unknown --codepage '" + std::string(text) + "'; accepted: " + std::string(CodePageForms())};
+}
+
+double parseTolerance(std::string_view text) {
+    double value = 0;
+    auto [end, ec] = std::from_chars(text.data(), text.data() + text.size(), value);
+    if (ec != std::errc() || end != text.data() + text.size() || !(value >= 0) || !std::isfinite(value))
+        throw UsageError{"--tolerance needs a number of drawing units, 0 or more, not '" + std::string(text) + "'"};
+    return value;
 }
 
 // Options may come before or between the positional arguments; "--" ends them.
@@ -176,6 +197,12 @@ Arguments parseArguments(std::string_view command, const std::vector<std::string
             std::string_view file = value();
             if (file.empty()) throw UsageError{"--call-log needs a file name"};
             a.callLog = std::string(file);
+        } else if (name == "--r12" && isConvert) {
+            a.save.r12 = true;
+        } else if (name == "--handles" && isConvert) {
+            a.save.handles = true;
+        } else if (name == "--tolerance" && isConvert) {
+            a.save.tolerance = parseTolerance(value());
         } else if (name == "--json" && !isConvert) {
             a.json = true;
         } else {
@@ -183,7 +210,7 @@ Arguments parseArguments(std::string_view command, const std::vector<std::string
                              std::string(command) + " --help)"};
         }
         if (inlineValue && (name == "--utf8" || name == "--json" || name == "--help" || name == "--classic" || name == "--recover" ||
-                            name == "--strict"))
+                            name == "--strict" || name == "--r12" || name == "--handles"))
             throw UsageError{std::string(name) + " takes no value"};
     }
     return a;
@@ -541,13 +568,19 @@ int runConvert(const Arguments& a) {
     DXFDocument& doc = processDocument();
     configure(doc, a.load);
     if (!a.load.classic) doc.SetSaveMode(SaveMode::Standard);
+    if (a.save.r12) doc.SetSaveMode(SaveMode::R12);
+    if ((a.save.handles || a.save.tolerance > 0) && !a.save.r12) throw UsageError{"--handles and --tolerance go with --r12"};
+    doc.SetR12Handles(a.save.handles);
+    doc.SetR12Tolerance(a.save.tolerance);
     if (a.callLog) {
         clsDebug debug;
         debug.sLogFileName(*a.callLog);
         debug.bCallLog(true);
     }
     load(doc, a.positional[0], a.load);
+    const std::size_t loaded = doc.Warnings().size();
     withBar(doc, "Saving", a.positional[1], [&] { doc.Save(a.positional[1]); });
+    for (std::size_t i = loaded; i < doc.Warnings().size(); ++i) printError(doc.Warnings()[i].Text(), "ormavec: warning: ");
     return 0;
 }
 
