@@ -41,6 +41,7 @@ constexpr std::string_view kMainHelp =
     "  convert IN OUT     load IN and save the model as OUT (\"-\" for standard\n"
     "                     input or output)\n"
     "  info [--json] IN   summarise what the model of IN holds\n"
+    "  render IN OUT.svg  draw the model space of IN as an SVG picture\n"
     "\n"
     "Options:\n"
     "  -h, --help         show this help (or a command's, after the command)\n"
@@ -96,6 +97,21 @@ constexpr std::string_view kInfoHelp =
     "  --version-mode N    version mode of the reader (6 or more reads hatches in blocks)\n"
     "  -h, --help          show this help\n";
 
+constexpr std::string_view kRenderHelp =
+    "Usage: ormavec render [OPTIONS] IN OUT.svg\n"
+    "\n"
+    "Loads the drawing IN and draws its model space as an SVG picture OUT (\"-\" for\n"
+    "standard output), fitted to what is drawn, y up. Frozen and switched-off\n"
+    "layers are hidden; colours by index, line types as dashes, hatches filled.\n"
+    "\n"
+    "Options:\n"
+    "  --layer NAME        draw only this layer (repeatable)\n"
+    "  --background COLOR  fill the picture with a CSS colour (default: none)\n"
+    "  --width PIXELS      the picture's width (default 1000)\n"
+    "  --codepage CP, --classic, --utf8, --recover, --strict, --version-mode N\n"
+    "                      read IN as convert does\n"
+    "  -h, --help          show this help\n";
+
 struct UsageError {
     std::string message;
 };
@@ -128,6 +144,7 @@ struct LoadOptions {
 struct Arguments {
     LoadOptions load;
     SaveOptions save;
+    SvgOptions svg;
     bool json = false;
     bool help = false;
     std::optional<std::string> callLog;
@@ -147,17 +164,18 @@ CodePage parseCodePage(std::string_view text) {
     throw UsageError{"unknown --codepage '" + std::string(text) + "'; accepted: " + std::string(CodePageForms())};
 }
 
-double parseTolerance(std::string_view text) {
+double parseNumber(std::string_view option, std::string_view text) {
     double value = 0;
     auto [end, ec] = std::from_chars(text.data(), text.data() + text.size(), value);
     if (ec != std::errc() || end != text.data() + text.size() || !(value >= 0) || !std::isfinite(value))
-        throw UsageError{"--tolerance needs a number of drawing units, 0 or more, not '" + std::string(text) + "'"};
+        throw UsageError{std::string(option) + " needs a number, 0 or more, not '" + std::string(text) + "'"};
     return value;
 }
 
 // Options may come before or between the positional arguments; "--" ends them.
 Arguments parseArguments(std::string_view command, const std::vector<std::string_view>& args) {
     const bool isConvert = command == "convert";
+    const bool isRender = command == "render";
     Arguments a;
     bool optionsDone = false;
     for (std::size_t i = 0; i < args.size(); ++i) {
@@ -202,8 +220,15 @@ Arguments parseArguments(std::string_view command, const std::vector<std::string
         } else if (name == "--handles" && isConvert) {
             a.save.handles = true;
         } else if (name == "--tolerance" && isConvert) {
-            a.save.tolerance = parseTolerance(value());
-        } else if (name == "--json" && !isConvert) {
+            a.save.tolerance = parseNumber(name, value());
+        } else if (name == "--layer" && isRender) {
+            a.svg.layers.emplace_back(value());
+        } else if (name == "--background" && isRender) {
+            a.svg.background = std::string(value());
+        } else if (name == "--width" && isRender) {
+            a.svg.width = parseNumber(name, value());
+            if (a.svg.width < 1) throw UsageError{"--width needs a number of pixels, 1 or more"};
+        } else if (name == "--json" && command == "info") {
             a.json = true;
         } else {
             throw UsageError{"unknown option '" + std::string(arg) + "' for '" + std::string(command) + "' (see ormavec " +
@@ -584,6 +609,15 @@ int runConvert(const Arguments& a) {
     return 0;
 }
 
+int runRender(const Arguments& a) {
+    if (a.positional.size() != 2) throw UsageError{"render needs an input drawing and an output picture (see ormavec render --help)"};
+    DXFDocument& doc = processDocument();
+    configure(doc, a.load);
+    load(doc, a.positional[0], a.load);
+    withBar(doc, "Drawing", a.positional[1], [&] { doc.ToSvg(a.positional[1], a.svg); });
+    return 0;
+}
+
 int runInfo(const Arguments& a) {
     if (a.positional.size() != 1) throw UsageError{"info needs exactly one input file (see ormavec info --help)"};
     DXFDocument& doc = processDocument();
@@ -606,17 +640,17 @@ int run(int argc, char** argv) {
         writeStdout("ormavec " ORMAVEC_VERSION "\n");
         return 0;
     }
-    if (command != "convert" && command != "info") {
+    if (command != "convert" && command != "info" && command != "render") {
         if (command.starts_with("-")) throw UsageError{"unknown option '" + std::string(command) + "' (see ormavec --help)"};
         throw UsageError{"unknown command '" + std::string(command) + "' (see ormavec --help)"};
     }
     std::vector<std::string_view> rest(args.begin() + 1, args.end());
     Arguments a = parseArguments(command, rest);
     if (a.help) {
-        writeStdout(std::string(command == "convert" ? kConvertHelp : kInfoHelp));
+        writeStdout(std::string(command == "convert" ? kConvertHelp : command == "render" ? kRenderHelp : kInfoHelp));
         return 0;
     }
-    return command == "convert" ? runConvert(a) : runInfo(a);
+    return command == "convert" ? runConvert(a) : command == "render" ? runRender(a) : runInfo(a);
 }
 
 }  // namespace

@@ -12,6 +12,7 @@
 #include "document/blocks.h"
 #include "document/entities.h"
 #include "document/header.h"
+#include "document/svg.h"
 #include "document/tables.h"
 #include "io/reader.h"
 #include "io/writer.h"
@@ -47,6 +48,8 @@ public:
     void SetRecover(bool on) noexcept { recover_ = on; }
     bool Recover() const noexcept { return recover_; }
     void Save(const std::string& fileName);
+    // The model space drawn as SVG into the file ("-": standard output).
+    void ToSvg(const std::string& fileName, const SvgOptions& options = {}) const { WriteSvg(*this, options, fileName); }
     // Part of the interface; they change nothing.
     void ExplodePolyLines() noexcept {}
     void ExplodeLWPolyLines() noexcept {}

@@ -99,6 +99,9 @@ def handles(ormavec, example, tmp):
 
 
 def main(ormavec, corpus, example, counter=""):
+    if not os.path.isdir(corpus):
+        print("r12_check: skipped: no shared drawings at %s" % corpus)
+        return 77
     checked = failed = 0
     with tempfile.TemporaryDirectory() as tmp:
         for folder, _, files in sorted(os.walk(corpus)):
