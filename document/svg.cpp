@@ -300,6 +300,7 @@ struct Paint {
             if (ch == '&') with = "&amp;";
             else if (ch == '<') with = "&lt;";
             else if (ch == '>') with = "&gt;";
+            else if (ch == '"') with = "&quot;";
             else if (static_cast<unsigned char>(ch) < 0x20) with = " ";
             else if (ch == '%' && i + 2 < text.size() && text[i + 1] == '%') {
                 const char k = static_cast<char>(text[i + 2] | 0x20);
@@ -512,9 +513,11 @@ void WriteSvg(const DXFDocument& doc, const SvgOptions& options, const std::stri
            "xmlns:xlink=\"http://www.w3.org/1999/xlink\" width=\""
         << width << "\" height=\"" << std::round(width * h / w) << "\" viewBox=\"" << box.x0 << ' ' << -box.y1 << ' ' << w << ' ' << h
         << "\">\n";
-    if (!options.background.empty())
-        out << "<rect x=\"" << box.x0 << "\" y=\"" << -box.y1 << "\" width=\"" << w << "\" height=\"" << h << "\" fill=\"" << options.background
-            << "\"/>\n";
+    if (!options.background.empty()) {
+        out << "<rect x=\"" << box.x0 << "\" y=\"" << -box.y1 << "\" width=\"" << w << "\" height=\"" << h << "\" fill=\"";
+        paint.escaped(options.background);
+        out << "\"/>\n";
+    }
     out << "<g transform=\"scale(1 -1)\" fill=\"none\" stroke=\"currentColor\" color=\"" << scene.Foreground() << "\" stroke-width=\""
         << paint.px << "\" stroke-linecap=\"round\" stroke-linejoin=\"round\">\n<defs>\n";
     scene.inBlock = true;
