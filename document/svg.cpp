@@ -411,9 +411,30 @@ void draw(P& p, const TEXT_ENT& r) {
     p.Text(p.scene.StyleOf(r.Layer, r.ColorNumber, ""), r.StartX, r.StartY, r.TextHeight, r.TextRotation * kDegree,
            r.XScaleFactor > 0 ? r.XScaleFactor : 1, r.HorTextJust, r.Text);
 }
+// Lines wrapped at the text's width, glyphs taken as 0.6 of the height wide.
 template <class P>
 void draw(P& p, const MTEXT_ENT& r) {
-    for (const TEXT_ENT& t : r12::AsTexts(r)) draw(p, t);
+    if (r.Width <= 0 || r.TextHeight <= 0) {
+        for (const TEXT_ENT& t : r12::AsTexts(r)) draw(p, t);
+        return;
+    }
+    const auto fits = static_cast<std::size_t>(std::max(1.0, r.Width / (0.6 * r.TextHeight)));
+    MTEXT_ENT wrapped = r;
+    wrapped.Text.clear();
+    const std::vector<std::string> lines = r12::PlainLines(r.Text);
+    for (const std::string& line : lines) {
+        std::size_t used = 0;
+        if (&line != &lines.front()) wrapped.Text += "\\P";
+        for (std::size_t at = 0, end; at < line.size(); at = end + 1) {
+            end = std::min(line.find(' ', at), line.size());
+            const std::size_t n = end - at;
+            if (used > 0 && used + 1 + n > fits) wrapped.Text += "\\P", used = 0;
+            if (used > 0) wrapped.Text += ' ', ++used;
+            for (char ch : line.substr(at, n)) (ch == '\\' || ch == '{' || ch == '}' ? wrapped.Text += '\\' : wrapped.Text) += ch;
+            used += n;
+        }
+    }
+    for (const TEXT_ENT& t : r12::AsTexts(wrapped)) draw(p, t);
 }
 template <class P>
 void draw(P&, const ATTDEF_ENT&) {}  // the inserts draw the attributes
