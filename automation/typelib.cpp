@@ -109,7 +109,7 @@ const Interface* DocumentInterface(TypeLibrary& lib) {
         return None();
     });
     b.Auto("Recover", kGet, {}, "Boolean", [](Object& o, Args&) { return Variant(Self<DXFDocument>(o).Recover()); });
-    // The warnings of the last load, one "file:line: message" per line.
+    // The warnings of the last load and of the last save after it, one "file:line: message" per line.
     b.Auto("Warnings", kGet, {}, "String", [](Object& o, Args&) {
         std::string text;
         for (const LoadWarning& w : Self<DXFDocument>(o).Warnings()) text += w.Text() + "\n";
