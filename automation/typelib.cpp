@@ -94,12 +94,22 @@ const Interface* DocumentInterface(TypeLibrary& lib) {
         return None();
     });
     b.Auto("SaveMode", kGet, {}, "SaveMode", [](Object& o, Args&) { return Variant(static_cast<int32_t>(Self<DXFDocument>(o).SaveMode())); });
+    b.Auto("R12Handles", kLet, {Ref("Value", "Boolean")}, "", [](Object& o, Args& a) {
+        Self<DXFDocument>(o).SetR12Handles(a[0].ToBool());
+        return None();
+    });
+    b.Auto("R12Handles", kGet, {}, "Boolean", [](Object& o, Args&) { return Variant(Self<DXFDocument>(o).R12Handles()); });
+    b.Auto("R12Tolerance", kLet, {Ref("Value", "Double")}, "", [](Object& o, Args& a) {
+        Self<DXFDocument>(o).SetR12Tolerance(a[0].ToDouble());
+        return None();
+    });
+    b.Auto("R12Tolerance", kGet, {}, "Double", [](Object& o, Args&) { return Variant(Self<DXFDocument>(o).R12Tolerance()); });
     b.Auto("Recover", kLet, {Ref("Value", "Boolean")}, "", [](Object& o, Args& a) {
         Self<DXFDocument>(o).SetRecover(a[0].ToBool());
         return None();
     });
     b.Auto("Recover", kGet, {}, "Boolean", [](Object& o, Args&) { return Variant(Self<DXFDocument>(o).Recover()); });
-    // The warnings of the last load, one "file:line: message" per line.
+    // The warnings of the last load and of the last save after it, one "file:line: message" per line.
     b.Auto("Warnings", kGet, {}, "String", [](Object& o, Args&) {
         std::string text;
         for (const LoadWarning& w : Self<DXFDocument>(o).Warnings()) text += w.Text() + "\n";
@@ -338,7 +348,7 @@ std::unique_ptr<TypeLibrary> Build() {
 
     AddRecordTypes(l);
     l.enums.push_back({"TextConvertMode", {{"None", 0}, {"FromUTF8", 1}, {"Utf8", 2}, {"Auto", 3}}});
-    l.enums.push_back({"SaveMode", {{"Classic", 0}, {"Standard", 1}}});
+    l.enums.push_back({"SaveMode", {{"Classic", 0}, {"Standard", 1}, {"R12", 2}}});
     return lib;
 }
 

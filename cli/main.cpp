@@ -41,6 +41,7 @@ constexpr std::string_view kMainHelp =
     "  convert IN OUT     load IN and save the model as OUT (\"-\" for standard\n"
     "                     input or output)\n"
     "  info [--json] IN   summarise what the model of IN holds\n"
+    "  render IN OUT.svg  draw the model space of IN as an SVG picture\n"
     "\n"
     "Options:\n"
     "  -h, --help         show this help (or a command's, after the command)\n"
@@ -66,6 +67,12 @@ constexpr std::string_view kConvertHelp =
     "  --recover           repair blank group-code lines, decimal commas and blanks\n"
     "                      inside numbers, with a warning for each\n"
     "  --strict            fail (exit 1) on any warning, such as a drawing cut short\n"
+    "  --r12               save a plain R12 (AC1009) file for programs that read only\n"
+    "                      that version: LWPOLYLINE as POLYLINE, ELLIPSE as a polyline\n"
+    "                      of chords, MTEXT as TEXT lines; HATCH is left out (warning)\n"
+    "  --handles           with --r12: give the entities handles\n"
+    "  --tolerance T       with --r12: the largest distance of an ellipse's chords from\n"
+    "                      it, in drawing units (default: 1/1000 of its major radius)\n"
     "\n"
     "OUT is written to a temporary file beside it that then replaces it (a symbolic\n"
     "link stays, the file it leads to is replaced; other hard links of OUT keep\n"
@@ -90,6 +97,21 @@ constexpr std::string_view kInfoHelp =
     "  --version-mode N    version mode of the reader (6 or more reads hatches in blocks)\n"
     "  -h, --help          show this help\n";
 
+constexpr std::string_view kRenderHelp =
+    "Usage: ormavec render [OPTIONS] IN OUT.svg\n"
+    "\n"
+    "Loads the drawing IN and draws its model space as an SVG picture OUT (\"-\" for\n"
+    "standard output), fitted to what is drawn, y up. Frozen and switched-off\n"
+    "layers are hidden; colours by index, line types as dashes, hatches filled.\n"
+    "\n"
+    "Options:\n"
+    "  --layer NAME        draw only this layer (repeatable)\n"
+    "  --background COLOR  fill the picture with a CSS colour (default: none)\n"
+    "  --width PIXELS      the picture's width (default 1000)\n"
+    "  --codepage CP, --classic, --utf8, --recover, --strict, --version-mode N\n"
+    "                      read IN as convert does\n"
+    "  -h, --help          show this help\n";
+
 struct UsageError {
     std::string message;
 };
@@ -104,6 +126,12 @@ void printError(std::string_view message, std::string_view prefix = "ormavec: ")
     std::fputs(line.c_str(), stderr);
 }
 
+struct SaveOptions {
+    bool r12 = false;
+    bool handles = false;
+    double tolerance = 0;
+};
+
 struct LoadOptions {
     bool utf8 = false;
     bool classic = false;
@@ -115,6 +143,8 @@ struct LoadOptions {
 
 struct Arguments {
     LoadOptions load;
+    SaveOptions save;
+    SvgOptions svg;
     bool json = false;
     bool help = false;
     std::optional<std::string> callLog;
@@ -134,9 +164,18 @@ CodePage parseCodePage(std::string_view text) {
     throw UsageError{"unknown --codepage '" + std::string(text) + "'; accepted: " + std::string(CodePageForms())};
 }
 
+double parseNumber(std::string_view option, std::string_view text) {
+    double value = 0;
+    auto [end, ec] = std::from_chars(text.data(), text.data() + text.size(), value);
+    if (ec != std::errc() || end != text.data() + text.size() || !(value >= 0) || !std::isfinite(value))
+        throw UsageError{std::string(option) + " needs a number, 0 or more, not '" + std::string(text) + "'"};
+    return value;
+}
+
 // Options may come before or between the positional arguments; "--" ends them.
 Arguments parseArguments(std::string_view command, const std::vector<std::string_view>& args) {
     const bool isConvert = command == "convert";
+    const bool isRender = command == "render";
     Arguments a;
     bool optionsDone = false;
     for (std::size_t i = 0; i < args.size(); ++i) {
@@ -176,14 +215,27 @@ Arguments parseArguments(std::string_view command, const std::vector<std::string
             std::string_view file = value();
             if (file.empty()) throw UsageError{"--call-log needs a file name"};
             a.callLog = std::string(file);
-        } else if (name == "--json" && !isConvert) {
+        } else if (name == "--r12" && isConvert) {
+            a.save.r12 = true;
+        } else if (name == "--handles" && isConvert) {
+            a.save.handles = true;
+        } else if (name == "--tolerance" && isConvert) {
+            a.save.tolerance = parseNumber(name, value());
+        } else if (name == "--layer" && isRender) {
+            a.svg.layers.emplace_back(value());
+        } else if (name == "--background" && isRender) {
+            a.svg.background = std::string(value());
+        } else if (name == "--width" && isRender) {
+            a.svg.width = parseNumber(name, value());
+            if (a.svg.width < 1) throw UsageError{"--width needs a number of pixels, 1 or more"};
+        } else if (name == "--json" && command == "info") {
             a.json = true;
         } else {
             throw UsageError{"unknown option '" + std::string(arg) + "' for '" + std::string(command) + "' (see ormavec " +
                              std::string(command) + " --help)"};
         }
         if (inlineValue && (name == "--utf8" || name == "--json" || name == "--help" || name == "--classic" || name == "--recover" ||
-                            name == "--strict"))
+                            name == "--strict" || name == "--r12" || name == "--handles"))
             throw UsageError{std::string(name) + " takes no value"};
     }
     return a;
@@ -541,13 +593,28 @@ int runConvert(const Arguments& a) {
     DXFDocument& doc = processDocument();
     configure(doc, a.load);
     if (!a.load.classic) doc.SetSaveMode(SaveMode::Standard);
+    if (a.save.r12) doc.SetSaveMode(SaveMode::R12);
+    if ((a.save.handles || a.save.tolerance > 0) && !a.save.r12) throw UsageError{"--handles and --tolerance go with --r12"};
+    doc.SetR12Handles(a.save.handles);
+    doc.SetR12Tolerance(a.save.tolerance);
     if (a.callLog) {
         clsDebug debug;
         debug.sLogFileName(*a.callLog);
         debug.bCallLog(true);
     }
     load(doc, a.positional[0], a.load);
+    const std::size_t loaded = doc.Warnings().size();
     withBar(doc, "Saving", a.positional[1], [&] { doc.Save(a.positional[1]); });
+    for (std::size_t i = loaded; i < doc.Warnings().size(); ++i) printError(doc.Warnings()[i].Text(), "ormavec: warning: ");
+    return 0;
+}
+
+int runRender(const Arguments& a) {
+    if (a.positional.size() != 2) throw UsageError{"render needs an input drawing and an output picture (see ormavec render --help)"};
+    DXFDocument& doc = processDocument();
+    configure(doc, a.load);
+    load(doc, a.positional[0], a.load);
+    withBar(doc, "Drawing", a.positional[1], [&] { doc.ToSvg(a.positional[1], a.svg); });
     return 0;
 }
 
@@ -573,17 +640,17 @@ int run(int argc, char** argv) {
         writeStdout("ormavec " ORMAVEC_VERSION "\n");
         return 0;
     }
-    if (command != "convert" && command != "info") {
+    if (command != "convert" && command != "info" && command != "render") {
         if (command.starts_with("-")) throw UsageError{"unknown option '" + std::string(command) + "' (see ormavec --help)"};
         throw UsageError{"unknown command '" + std::string(command) + "' (see ormavec --help)"};
     }
     std::vector<std::string_view> rest(args.begin() + 1, args.end());
     Arguments a = parseArguments(command, rest);
     if (a.help) {
-        writeStdout(std::string(command == "convert" ? kConvertHelp : kInfoHelp));
+        writeStdout(std::string(command == "convert" ? kConvertHelp : command == "render" ? kRenderHelp : kInfoHelp));
         return 0;
     }
-    return command == "convert" ? runConvert(a) : runInfo(a);
+    return command == "convert" ? runConvert(a) : command == "render" ? runRender(a) : runInfo(a);
 }
 
 }  // namespace

@@ -121,6 +121,7 @@ void BLOCKS::WriteOut(SaveContext& save) const {
 }
 
 void BLOCKS::WriteDefaultBlocks(SaveContext& save) const {
+    if (save.R12()) return;  // R12 keeps its spaces in ENTITIES only
     std::size_t record = 0;
     if (!hasBlockNamedLower(*this, "*model_space")) {
         OwnerScope owned(save, recordHandle(save, record++));

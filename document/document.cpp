@@ -1,6 +1,9 @@
 #include "document/document.h"
 
+#include <algorithm>
+
 #include "diagnostics/call_log.h"
+#include "document/r12_save.h"
 #include "document/standard_save.h"
 #include "io/error.h"
 #include "io/text.h"
@@ -92,6 +95,7 @@ void DXFDocument::Load(const std::string& fileName) {
         reader.Warn(open.empty() ? "the drawing ends without EOF" : "the drawing ends inside the " + Printable(open) + " section (no ENDSEC, no EOF)");
     reader.CloseInput();
     warnings_ = reader.Warnings();
+    loadWarnings_ = warnings_.size();
     // Saved again in the page it was read with.
     codePage_ = reader.GetCodePage();
     readAsUtf8_ = reader.DecodesUtf8();
@@ -105,6 +109,7 @@ void DXFDocument::Save(const std::string& fileName) {
     Trace("DXFDocument.Save 1");
     DXFWriter writer(codePage_);
     writer.SetSaveMode(saveMode_);
+    writer.SetR12Handles(r12Handles_);
     // A drawing of AC1021 or later is UTF-8 by definition; an older one that
     // Auto mode found in UTF-8 stays so (it declared a page it did not use).
     writer.SetUtf8Output(saveMode_ == ::ormavec::SaveMode::Standard &&
@@ -114,10 +119,13 @@ void DXFDocument::Save(const std::string& fileName) {
     };
     writer.OpenOutput(fileName);
     SaveContext save(writer);
+    save.r12Tolerance = r12Tolerance_;
     Trace("DXFDocument.Save 2");
-    header_->WriteOut(writer, save.Standard() ? PrepareStandardSave(save, *tables_, *blocks_, *entities_) : 0);
+    header_->WriteOut(writer, save.Standard() ? PrepareStandardSave(save, *tables_, *blocks_, *entities_)
+                              : save.R12()    ? r12::HandleSeed(save, *tables_, *blocks_, *entities_)
+                                              : 0);
     Trace("DXFDocument.Save 3");
-    WriteClasses(writer);
+    if (!save.R12()) WriteClasses(writer);
     Trace("DXFDocument.Save 4");
     const XYZ extMin = header_->ExtMin();
     const XYZ extMax = header_->ExtMax();
@@ -130,11 +138,13 @@ void DXFDocument::Save(const std::string& fileName) {
     Trace("DXFDocument.Save 6");
     entities_->WriteOut(save);
     Trace("DXFDocument.Save 7");
-    WriteObjects(save);
+    if (!save.R12()) WriteObjects(save);
     Trace("DXFDocument.Save 8");
     WriteEof(writer);
     Trace("DXFDocument.Save 9");
     writer.CloseOutput();
+    warnings_.resize(std::min(loadWarnings_, warnings_.size()));
+    if (std::string left = r12::LeftOutWarning(save); !left.empty()) warnings_.push_back({fileName, 0, std::move(left)});
     Trace("DXFDocument.Save <<<");
 }
 

@@ -12,6 +12,7 @@
 #include "document/blocks.h"
 #include "document/entities.h"
 #include "document/header.h"
+#include "document/svg.h"
 #include "document/tables.h"
 #include "io/reader.h"
 #include "io/writer.h"
@@ -39,13 +40,16 @@ public:
     // propagates with what was read until then kept. "-" reads standard input.
     void Load(const std::string& fileName);
     // What the last load repaired (with Recover) or found missing (a drawing
-    // cut before its EOF), kept also when the load failed.
+    // cut before its EOF), kept also when the load failed; then what the last
+    // save left out (an R12 save, the kinds R12 lacks).
     const std::vector<LoadWarning>& Warnings() const noexcept { return warnings_; }
     // Loads repair blank group-code lines, decimal commas and blanks inside
     // numbers and codes instead of failing on them; each repair is a warning.
     void SetRecover(bool on) noexcept { recover_ = on; }
     bool Recover() const noexcept { return recover_; }
     void Save(const std::string& fileName);
+    // The model space drawn as SVG into the file ("-": standard output).
+    void ToSvg(const std::string& fileName, const SvgOptions& options = {}) const { WriteSvg(*this, options, fileName); }
     // Part of the interface; they change nothing.
     void ExplodePolyLines() noexcept {}
     void ExplodeLWPolyLines() noexcept {}
@@ -56,9 +60,16 @@ public:
     void SetVersionMode(int16_t mode) noexcept;
     int16_t VersionMode() const noexcept;
 
-    // Classic (the default) or Standard output; see SaveMode.
+    // Classic (the default), Standard or R12 output; see SaveMode.
     void SetSaveMode(::ormavec::SaveMode mode) noexcept { saveMode_ = mode; }
     ::ormavec::SaveMode SaveMode() const noexcept { return saveMode_; }
+    // R12 saves: whether entities get handles, and how far (in drawing units)
+    // the polylines written for ellipses may stray from them; 0 is a
+    // thousandth of each ellipse's major radius.
+    void SetR12Handles(bool on) noexcept { r12Handles_ = on; }
+    bool R12Handles() const noexcept { return r12Handles_; }
+    void SetR12Tolerance(double units) noexcept { r12Tolerance_ = units; }
+    double R12Tolerance() const noexcept { return r12Tolerance_; }
 
     // The code page of the files read and written: 1250 unless set, or, after
     // an Auto load, the page the drawing declared (unless one was set). A
@@ -97,6 +108,9 @@ private:
     bool readAsUtf8_ = false;
     ::ormavec::SaveMode saveMode_ = ::ormavec::SaveMode::Classic;
     bool recover_ = false;
+    bool r12Handles_ = false;
+    double r12Tolerance_ = 0;
+    std::size_t loadWarnings_ = 0;  // the first entries of warnings_ come from the load
     std::vector<LoadWarning> warnings_;
     std::unique_ptr<DXFReader> reader_;  // the reader of a load in progress or of a failed one
 };

@@ -8,6 +8,7 @@
 
 #include "document/blocks.h"
 #include "document/entities.h"
+#include "document/r12_save.h"
 
 namespace ormavec {
 
@@ -44,12 +45,18 @@ bool ReadInto(Kind kind, DXFReader& reader, const Set& set, ReadScratch& scratch
     return true;
 }
 
-// Every record the set writes, kind after kind in section order.
+// Every record the set writes, kind after kind in section order; an R12
+// save writes what that version holds in place of each record.
 template <class Set>
 void WriteAll(SaveContext& save, const Set& set) {
     kinds::ForEachInSectionOrder([&]<Kind K>() {
-        if constexpr (Holds<Set, K> && kinds::RowOf(K).write)
-            if (const auto& list = ListIn<K>(set)) list->WriteOut(save);
+        if constexpr (Holds<Set, K> && kinds::RowOf(K).write) {
+            const auto& list = ListIn<K>(set);
+            if (!list) return;
+            if (!save.R12()) return list->WriteOut(save);
+            if (r12::kLeftOut<KindRecord<K>>) save.r12LeftOut[static_cast<std::size_t>(K)] += list->Count();
+            for (const auto& r : *list) r12::ForEachRecord(r, save.r12Tolerance, [&](const auto& x) { WriteEntity(save, x); });
+        }
     });
 }
 

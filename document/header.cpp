@@ -82,7 +82,7 @@ void HEADER::ReadSection(DXFReader& reader) {
 void HEADER::WriteOut(DXFWriter& w, int32_t handleSeed) const {
     // A standard file declares the version of the structure written, which
     // has handles and subclass markers from AC1015 on; the model keeps its own.
-    const int32_t version = w.IsStandard() && acadVer_ < 1015 ? 1015 : acadVer_;
+    const int32_t version = w.IsR12() ? 1009 : w.IsStandard() && acadVer_ < 1015 ? 1015 : acadVer_;
     Trace("Header.WriteOut >>>");
     w.BeginSection();
     Trace("Header.WriteOut 1");
@@ -93,16 +93,18 @@ void HEADER::WriteOut(DXFWriter& w, int32_t handleSeed) const {
         Trace("Header.WriteOut 3");
         w.WriteString(1, versionText(version));
         Trace("Header.WriteOut 4");
-        w.WriteString(9, "$ACADMAINTVER");
-        Trace("Header.WriteOut 5");
-        w.WriteInteger(70, 0);
+        if (!w.IsR12()) {
+            w.WriteString(9, "$ACADMAINTVER");
+            Trace("Header.WriteOut 5");
+            w.WriteInteger(70, 0);
+        }
         Trace("Header.WriteOut 6");
         w.WriteString(9, "$DWGCODEPAGE");
         Trace("Header.WriteOut 7");
         // A standard file names the code page its bytes are in (from AC1021
         // on they are UTF-8 whatever it names); the classic output always
         // names 1250.
-        w.WriteString(3, !w.IsStandard() ? "ANSI_1250" : w.Utf8Output() && version < 1021 ? "UTF-8" : CodePageName(w.GetCodePage()));
+        w.WriteString(3, w.IsR12() ? CodePageName(w.GetCodePage()) : !w.IsStandard() ? "ANSI_1250" : w.Utf8Output() && version < 1021 ? "UTF-8" : CodePageName(w.GetCodePage()));
         Trace("Header.WriteOut 8");
     }
     w.WriteString(9, "$EXTMIN");
@@ -119,9 +121,10 @@ void HEADER::WriteOut(DXFWriter& w, int32_t handleSeed) const {
     w.WriteString(9, "$LUPREC");
     w.WriteInteger(70, 10);
     w.WriteString(9, "$HANDLING");
-    w.WriteInteger(70, 0);
+    w.WriteInteger(70, w.IsR12() && w.R12Handles() ? 1 : 0);
+    if (w.IsR12() && !w.R12Handles()) return w.EndSection();
     w.WriteString(9, "$HANDSEED");
-    if (w.IsStandard())
+    if (w.IsStandard() || w.IsR12())
         w.WriteHandle(5, handleSeed);
     else
         w.WriteInteger(5, 999999);

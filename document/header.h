@@ -37,8 +37,8 @@ public:
 
     // Reads the section after its 2/"HEADER" pair up to "ENDSEC".
     void ReadSection(DXFReader& reader);
-    // A Standard save passes the handle seed: a value above every handle of
-    // the file.
+    // A Standard save, and an R12 one with handles, passes the handle seed:
+    // a value above every handle of the file.
     void WriteOut(DXFWriter& writer, int32_t handleSeed = 0) const;
 
     // The number in a version text: from its first digit on ("AC1015" gives

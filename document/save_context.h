@@ -4,10 +4,12 @@
 // The group writer only writes pairs; handles, owners and links are here.
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <string>
 #include <vector>
 
+#include "entities/kinds.h"
 #include "io/error.h"
 #include "io/writer.h"
 
@@ -24,12 +26,13 @@ class SaveContext {
 public:
     // Numbers from lastHandle + 1 on.
     explicit SaveContext(DXFWriter& writer, int32_t lastHandle = 0) noexcept
-        : writer_(writer), standard_(writer.IsStandard()), last_(lastHandle) {}
+        : writer_(writer), standard_(writer.IsStandard()), r12_(writer.IsR12()), last_(lastHandle) {}
     SaveContext(const SaveContext&) = delete;
     SaveContext& operator=(const SaveContext&) = delete;
 
     DXFWriter& Writer() const noexcept { return writer_; }
     bool Standard() const noexcept { return standard_; }
+    bool R12() const noexcept { return r12_; }
 
     // Takes the next handle; fails with an overflow at the 32-bit limit.
     int32_t TakeHandle() { return NextHandle(last_); }
@@ -64,10 +67,16 @@ public:
     std::vector<Layout> layouts;
     // Text styles that entities name and the STYLE table lacks.
     std::vector<std::string> extraStyles;
+    // R12: the largest distance of an approximating chord from its curve
+    // (0: a thousandth of the curve's major radius), and the records of each
+    // kind left out as R12 has no such entity.
+    double r12Tolerance = 0;
+    std::array<int64_t, kinds::kCount> r12LeftOut{};
 
 private:
     DXFWriter& writer_;
     bool standard_;
+    bool r12_;
     int32_t last_;
     int32_t owner_ = 0;
 };

@@ -104,9 +104,11 @@ void TABLES::WriteOut(SaveContext& save, const BLOCKS& blocks, double viewCenter
     WriteDimstyle(save);
     EndTable(w);
     Trace("Tables.WriteOut 10");
-    BeginTable(w);
-    WriteBlockRecord(save, blocks);
-    EndTable(w);
+    if (!save.R12()) {  // R12 has no block records
+        BeginTable(w);
+        WriteBlockRecord(save, blocks);
+        EndTable(w);
+    }
     Trace("Tables.WriteOut 11");
     w.EndSection();
 }

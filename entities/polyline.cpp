@@ -59,7 +59,11 @@ const WriteOrder<VERTEX_ENT>& vertexOrder() {
     const auto face = [](const R& r) { return r.VertexFlag == kFaceRecord; };
     static const WriteOrder<R> order{O::Of(&R::X),        O::Of(&R::Y),
                                      O::Of(&R::Z),        O::Of(&R::StartWidth),
-                                     O::Of(&R::EndWidth), O::Of(&R::CurveFitTangentDirection),
+                                     O::Of(&R::EndWidth),
+                                     O::Custom([](DXFWriter& w, const R& r) {
+                                         if (w.IsR12() && r.Bulge != 0.0) w.WriteDouble(42, r.Bulge);
+                                     }),
+                                     O::Of(&R::CurveFitTangentDirection),
                                      O::Of(&R::VertexFlag), O::Of(&R::PolyFaceMesh1).If(face),
                                      O::Of(&R::PolyFaceMesh2).If(face), O::Of(&R::PolyFaceMesh3).If(face),
                                      O::Of(&R::PolyFaceMesh4).If(face)};
@@ -128,7 +132,7 @@ void WriteEntity(SaveContext& save, const POLYLINE_ENT& record) {
         for (const VERTEX_ENT& v : record.Vertices) WriteVertex(save, v, record);
         for (const VERTEX_ENT& v : record.CommandVertices) WriteVertex(save, v, record);
         writer.WriteString(0, "SEQEND");
-        if (save.Standard()) {
+        if (save.Standard() || save.R12()) {
             // Handle and owner first, and the polyline's layer, as for every entity.
             save.WriteHandle();
             writer.WriteString(100, "AcDbEntity");

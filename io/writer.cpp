@@ -329,8 +329,12 @@ void DXFWriter::WriteLine(std::string_view text, bool rightTrim) {
         put(text.data(), text.size());
     } else {
         encoded_.clear();
-        if (saveMode_ == SaveMode::Standard) {
+        if (saveMode_ != SaveMode::Classic) {
             EncodeEscapedAppend(encoded_, text, codePage_);
+            // R12 readers take a backslash in a name (layer, line type, style,
+            // block) for a wrong character, not an escape: U+XXXX stays.
+            if (saveMode_ == SaveMode::R12 && (code_ == 2 || code_ == 6 || code_ == 7 || code_ == 8))
+                for (std::size_t at = 0; (at = encoded_.find("\\U+", at)) != std::string::npos;) encoded_.erase(at, 1);
             if (firstHigh_) keepOffUtf8();
         } else {
             EncodeAppend(encoded_, text, codePage_);
@@ -373,7 +377,7 @@ void DXFWriter::keepOffUtf8() {
 
 void DXFWriter::putEncoded(int32_t code) {
     code_ = code;
-    if (firstHigh_ && saveMode_ == SaveMode::Standard) keepOffUtf8();
+    if (firstHigh_ && saveMode_ != SaveMode::Classic) keepOffUtf8();
     putCode(code);
     put(encoded_.data(), encoded_.size());
     endLine();
@@ -381,7 +385,8 @@ void DXFWriter::putEncoded(int32_t code) {
 }
 
 void DXFWriter::WriteString(int32_t code, std::string_view text) {
-    if (saveMode_ == SaveMode::Standard && IsTextCode(code) && std::memchr(text.data(), '\\', text.size())) {
+    if (skips(code)) return;
+    if (saveMode_ != SaveMode::Classic && IsTextCode(code) && std::memchr(text.data(), '\\', text.size())) {
         encoded_.clear();
         bool paired = false;
         EncodeProtectedAppend(encoded_, text, 0, text.size(), codePage_, utf8Output_, false, paired);
@@ -464,6 +469,7 @@ void DXFWriter::WriteTextPieces(std::string_view text, std::size_t pieceUnits, i
 }
 
 void DXFWriter::WriteInteger(int32_t code, int32_t number) {
+    if (skips(code)) return;
     need(32);
     char* const start = buffer_.get() + size_;
     char* e = FormatInt(codeLine(start, code), number);
@@ -474,6 +480,7 @@ void DXFWriter::WriteInteger(int32_t code, int32_t number) {
 }
 
 void DXFWriter::WriteDouble(int32_t code, double number) {
+    if (skips(code)) return;
     if (!std::isfinite(number))
         RaiseError(err::Overflow, kSource, "Overflow: group " + std::to_string(code) + " holds a value that is not a finite number");
     need(16 + kNumberBufferSize + 2);
@@ -486,6 +493,7 @@ void DXFWriter::WriteDouble(int32_t code, double number) {
 }
 
 void DXFWriter::WriteHandle(int32_t code, int32_t handle) {
+    if (skips(code)) return;
     need(32);
     char* const start = buffer_.get() + size_;
     char* e = FormatHandle(codeLine(start, code), handle);

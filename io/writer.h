@@ -22,7 +22,10 @@ namespace ormavec {
 // What a save writes. Classic: the fixed structure of the original component
 // under whatever version the model declares, text in the code page. Standard:
 // a file that conforms to the version it declares, text encoded for it.
-enum class SaveMode : int32_t { Classic = 0, Standard = 1 };
+// R12: a plain AC1009 file for readers of that version only: no subclass
+// markers, owners or tables and sections added later, handles only if asked,
+// text in the code page with escapes as in Standard.
+enum class SaveMode : int32_t { Classic = 0, Standard = 1, R12 = 2 };
 
 class DXFWriter {
 public:
@@ -40,6 +43,11 @@ public:
     void SetUtf8Output(bool on) noexcept { utf8Output_ = on; }
     bool Utf8Output() const noexcept { return utf8Output_; }
     bool IsStandard() const noexcept { return saveMode_ == SaveMode::Standard; }
+    bool IsR12() const noexcept { return saveMode_ == SaveMode::R12; }
+    // R12 mode: whether handles (groups 5 and 105) are written; the pairs
+    // R12 lacks (subclass markers, owners, links) never are.
+    void SetR12Handles(bool on) noexcept { r12Handles_ = on; }
+    bool R12Handles() const noexcept { return r12Handles_; }
 
     void OpenOutput(const std::string& fileName);
     // Raised after each buffer written, with the bytes written so far.
@@ -71,6 +79,11 @@ public:
     static std::string NumberFormat(int32_t decimals);
 
 private:
+    // An R12 save passes over the groups of later versions.
+    bool skips(int32_t code) const noexcept {
+        return saveMode_ == SaveMode::R12 && (code == 100 || code == 102 || (code >= 280 && code < 400) ||
+                                              (!r12Handles_ && (code == 5 || code == 105)));
+    }
     void need(std::size_t bytes) {
         if (!open_ || size_ + bytes > capacity_) needSlow(bytes);
     }
@@ -92,6 +105,7 @@ private:
     CodePage codePage_;
     SaveMode saveMode_ = SaveMode::Classic;
     bool utf8Output_ = false;
+    bool r12Handles_ = false;
     bool firstHigh_ = true;  // no value line above ASCII written yet
     int32_t code_ = 0;       // the code of the value line being written
     bool open_ = false;

@@ -136,7 +136,7 @@ PYBIND11_MODULE(ormavec, m) {
         .value("FromUTF8", TextConvertMode::FromUTF8)
         .value("Utf8", TextConvertMode::Utf8)
         .value("Auto", TextConvertMode::Auto);
-    py::enum_<SaveMode>(m, "SaveMode").value("Classic", SaveMode::Classic).value("Standard", SaveMode::Standard);
+    py::enum_<SaveMode>(m, "SaveMode").value("Classic", SaveMode::Classic).value("Standard", SaveMode::Standard).value("R12", SaveMode::R12);
     py::enum_<CodePage>(m, "CodePage").value("Windows1250", CodePage::Windows1250).value("Windows1252", CodePage::Windows1252);
 
     py::class_<Object, std::shared_ptr<Object>>(m, "Object").def_property_readonly("ClassName", [](const Object& o) {
@@ -241,6 +241,22 @@ PYBIND11_MODULE(ormavec, m) {
                 fileCall(fileName, [&] { d.Save(fileName); });
             },
             py::arg("FileName"), "Writes the model as a complete drawing file (a str or os.PathLike).")
+        .def(
+            "to_svg",
+            [](const DXFDocument& d, py::object path, std::vector<std::string> layers, std::string background, double width) -> py::object {
+                SvgOptions o{std::move(layers), std::move(background), width};
+                if (path.is_none()) {
+                    std::string text;
+                    WriteSvg(d, o, "", &text);
+                    return py::str(text);
+                }
+                const std::string fileName = pathOf(path);
+                fileCall(fileName, [&] { WriteSvg(d, o, fileName); });
+                return py::none();
+            },
+            py::arg("path") = py::none(), py::arg("layers") = std::vector<std::string>{}, py::arg("background") = "",
+            py::arg("width") = 1000.0,
+            "The model space as an SVG picture: written to path (a str or os.PathLike), or returned as a str without one.")
         .def("ExplodePolyLines", &DXFDocument::ExplodePolyLines)
         .def("ExplodeLWPolyLines", &DXFDocument::ExplodeLWPolyLines)
         .def_property("TextConvertMode", &DXFDocument::TextConvertMode, &DXFDocument::SetTextConvertMode)
@@ -248,6 +264,9 @@ PYBIND11_MODULE(ormavec, m) {
                       "The version mode of the calling thread: one setting for every document used on the thread "
                       "(the same as ormavec.thread_version_mode()).")
         .def_property("SaveMode", &DXFDocument::SaveMode, &DXFDocument::SetSaveMode)
+        .def_property("R12Handles", &DXFDocument::R12Handles, &DXFDocument::SetR12Handles, "R12 saves: whether entities get handles.")
+        .def_property("R12Tolerance", &DXFDocument::R12Tolerance, &DXFDocument::SetR12Tolerance,
+                      "R12 saves: how far (drawing units) an ellipse's chords may stray from it; 0 is 1/1000 of its major radius.")
         // A CodePage, a number (1251) or a drawing's name for a page ("ANSI_1251", "DOS866").
         .def_property("CodePage", &DXFDocument::CodePage,
                       [](DXFDocument& d, const py::object& v) {

@@ -201,7 +201,7 @@ TEST(AutomationServer, EveryClassComesFromItsFactoryAndTakesEveryMemberByName) {
     ormavec_enum_value v{};
     for (int32_t k = 0; ormavec_typelib_enum(k, &e) == kOk; ++k)
         for (int32_t n = 0; ormavec_typelib_enum_value(k, n, &v) == kOk; ++n) enums += e.name + ("." + std::string(v.name)) + std::to_string(v.value);
-    EXPECT_EQ("TextConvertMode.None0TextConvertMode.FromUTF81TextConvertMode.Utf82TextConvertMode.Auto3SaveMode.Classic0SaveMode.Standard1", enums);
+    EXPECT_EQ("TextConvertMode.None0TextConvertMode.FromUTF81TextConvertMode.Utf82TextConvertMode.Auto3SaveMode.Classic0SaveMode.Standard1SaveMode.R122", enums);
 }
 
 TEST(AutomationServer, FailuresOfTheFactoryAndOfNamesAndWhatKeepsTheLibraryLoaded) {

@@ -96,3 +96,17 @@ def test_progress_and_errors_reach_python(tmp_path):
     with pytest.raises(ormavec.Error, match="GrowLength value must be greater than 0") as info:
         ormavec.LINES().GrowLength = 0
     assert info.value.number == ormavec.ErrInvalidArgument
+
+
+def test_r12_export_and_picture(tmp_path):
+    doc, again = ormavec.DXFDocument(), ormavec.DXFDocument()
+    doc.Load(EXAMPLE)
+    doc.SaveMode, doc.R12Handles = ormavec.SaveMode.R12, False
+    doc.Save(tmp_path / "r12.dxf")
+    again.Load(str(tmp_path / "r12.dxf"))
+    kinds = ("LWPOLYLINES", "ELLIPSES", "MTEXTS")  # written as POLYLINE, POLYLINE and TEXT
+    assert [getattr(again.ENTITIES, k).Count for k in kinds] == [0, 0, 0] and again.ENTITIES.POLYLINES.Count > doc.ENTITIES.POLYLINES.Count
+    svg = doc.to_svg(width=300)
+    doc.to_svg(tmp_path / "p.svg", layers=["0"], background="white")
+    assert svg.startswith("<?xml") and 'width="300"' in svg and svg.count("<use") >= doc.ENTITIES.INSERTS.Count
+    assert (tmp_path / "p.svg").read_text(encoding="utf-8").count("<use") < doc.ENTITIES.INSERTS.Count

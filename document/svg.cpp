@@ -1,0 +1,557 @@
+#include "document/svg.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <charconv>
+#include <cmath>
+#include <cstring>
+#include <numbers>
+#include <string_view>
+#include <unordered_map>
+
+#include "document/document.h"
+#include "document/entity_sets.h"
+#include "document/r12_save.h"
+#include "io/error.h"
+#include "io/text.h"
+
+namespace ormavec {
+namespace {
+
+constexpr double kDegree = std::numbers::pi / 180;
+
+// The colour of a colour index: the nine named ones, 24 hues of 15 degrees
+// in five shades each full and half saturated, and six greys.
+std::array<int, 3> aciRgb(int i) {
+    static constexpr int kNamed[10][3] = {{0, 0, 0},     {255, 0, 0},   {255, 255, 0},   {0, 255, 0},     {0, 255, 255},
+                                          {0, 0, 255},   {255, 0, 255}, {255, 255, 255}, {128, 128, 128}, {192, 192, 192}};
+    static constexpr int kGreys[6] = {51, 91, 132, 173, 214, 255};
+    if (i >= 0 && i <= 9) return {kNamed[i][0], kNamed[i][1], kNamed[i][2]};
+    if (i >= 250 && i <= 255) return {kGreys[i - 250], kGreys[i - 250], kGreys[i - 250]};
+    if (i < 0 || i > 255) return {0, 0, 0};
+    static constexpr double kValue[5] = {1, 0.65, 0.5, 0.3, 0.15};
+    const double hue = (i / 10 - 1) * 15.0 / 60;
+    std::array<int, 3> rgb{};
+    for (int c = 0; c < 3; ++c) {
+        const double k = std::fmod((5 - 2 * c) + hue, 6.0);
+        double v = 1 - std::max(0.0, std::min({k, 4 - k, 1.0}));
+        if (i % 2 == 1) v = (v + 1) / 2;
+        rgb[static_cast<std::size_t>(c)] = static_cast<int>(std::lround(v * kValue[(i % 10) / 2] * 255));
+    }
+    return rgb;
+}
+
+// The output, written in pieces of a megabyte.
+class Out {
+public:
+    Out(const std::string& fileName, std::string* text) : text_(text) {
+        if (!text_) {
+            file_ = fileName == "-" ? stdout : std::fopen(fileName.c_str(), "wb");
+            if (!file_) RaiseError(err::PathFileAccessError, "DXFDocument", "Cannot write " + fileName + ": " + std::strerror(errno));
+        }
+        buf_.reserve(kPiece + 4096);
+    }
+    ~Out() {
+        if (file_ && file_ != stdout) std::fclose(file_);
+    }
+    Out& operator<<(std::string_view s) {
+        buf_.append(s);
+        if (buf_.size() >= kPiece) flush();
+        return *this;
+    }
+    Out& operator<<(char c) {
+        buf_ += c;
+        return *this;
+    }
+    Out& operator<<(double v) {
+        char b[32];
+        const auto r = std::to_chars(b, b + sizeof b, std::abs(v) < 1e-12 ? 0.0 : v, std::chars_format::general, 10);
+        buf_.append(b, r.ptr);
+        return *this;
+    }
+    void flush() {
+        if (text_)
+            text_->append(buf_);
+        else if (std::fwrite(buf_.data(), 1, buf_.size(), file_) != buf_.size() || std::fflush(file_) != 0)
+            RaiseError(err::DeviceIOError, "DXFDocument", "Cannot write the picture: " + std::string(std::strerror(errno)));
+        buf_.clear();
+    }
+
+private:
+    static constexpr std::size_t kPiece = 1 << 20;
+    std::string* text_;
+    std::FILE* file_ = nullptr;
+    std::string buf_;
+};
+
+struct Vertex {
+    double x, y, bulge;
+};
+struct Box {
+    double x0 = HUGE_VAL, y0 = HUGE_VAL, x1 = -HUGE_VAL, y1 = -HUGE_VAL;
+    void Add(double x, double y) {
+        if (!std::isfinite(x) || !std::isfinite(y)) return;
+        x0 = std::min(x0, x), y0 = std::min(y0, y), x1 = std::max(x1, x), y1 = std::max(y1, y);
+    }
+    bool Empty() const { return x0 > x1; }
+};
+
+struct Style {
+    std::string color;  // "" follows the insert (currentColor)
+    const std::string* dash = nullptr;
+    std::string_view Paint() const { return color.empty() ? std::string_view("currentColor") : std::string_view(color); }
+};
+
+// What both passes share: the layers, line types and blocks by name.
+class Scene {
+public:
+    Scene(const DXFDocument& doc, const SvgOptions& o) : doc_(doc) {
+        const std::string dark = LowerCase(o.background);
+        foreground_ = dark == "black" || dark == "#000" || dark == "#000000" ? 7 : 0;
+        for (const std::string& n : o.layers) only_.emplace(UpperCase(n), true);
+        const TABLES& t = *doc.TABLES();
+        for (const LTYPES_TAB& lt : *t.LTYPES()) {
+            std::string dash;
+            double total = 0;
+            for (const LINEPATTERN& e : lt.Pattern) total += std::abs(e.Value);
+            for (const LINEPATTERN& e : lt.Pattern) {
+                if (!dash.empty()) dash += ' ';
+                dash += number(e.Value == 0 ? total / 100 : std::abs(e.Value));
+            }
+            if (total > 0) dashes_[UpperCase(lt.LineTypeName)] = dash;
+        }
+        for (const LAYERS_TAB& l : *t.LAYERS())
+            layers_[UpperCase(l.LayerName)] = {l.ColorNumber, l.LineTypeName, l.ColorNumber >= 0 && (l.Flag & 1) == 0};
+        int i = 0;
+        for (const BLOCK_BLOCK& b : *doc.BLOCKS()) blocks_.emplace(UpperCase(b.BlockName), i++);
+    }
+
+    // Whether an entity on the layer is drawn; a block's layer-0 entities
+    // follow their insert.
+    bool Shows(std::string_view layer) {
+        if (inBlock && (layer == "0" || layer.empty())) return true;
+        return find(layer).visible && (only_.empty() || only_.count(UpperCase(layer)) > 0);
+    }
+    Style StyleOf(std::string_view layer, int32_t color, std::string_view ltype) {
+        const LayerInfo& l = find(layer);
+        const bool follows = inBlock && (layer == "0" || layer.empty());
+        Style s;
+        if (color == 256 && !follows) color = std::abs(l.color);
+        if (color >= 1 && color <= 255) s.color = hex(color == 7 ? foreground_ : color);
+        if (EqualsNoCase(ltype, "BYLAYER") || ltype.empty()) ltype = follows ? std::string_view() : std::string_view(l.ltype);
+        if (!ltype.empty()) {
+            auto it = dashes_.find(UpperCase(ltype));
+            if (it != dashes_.end()) s.dash = &it->second;
+        }
+        return s;
+    }
+    int BlockIndex(std::string_view name) const {
+        auto it = blocks_.find(UpperCase(name));
+        return it == blocks_.end() ? -1 : it->second;
+    }
+    const BLOCK_BLOCK& Block(int i) const { return doc_.BLOCKS()->ItemRef(i); }
+    std::string Foreground() const { return hex(foreground_); }
+
+    bool inBlock = false;
+    std::vector<std::vector<Vertex>> contours;  // scratch of one entity
+    std::vector<Box> blockBoxes;               // per block; empty until measured
+    std::vector<char> measuring;
+
+private:
+    struct LayerInfo {
+        int32_t color = 7;
+        std::string ltype;
+        bool visible = true;
+    };
+    const LayerInfo& find(std::string_view layer) {
+        if (layer == lastName_) return *last_;
+        lastName_.assign(layer);
+        auto it = layers_.find(UpperCase(layer));
+        last_ = it == layers_.end() ? &unknown_ : &it->second;
+        return *last_;
+    }
+    static std::string number(double v) {
+        char b[32];
+        return std::string(b, std::to_chars(b, b + sizeof b, v, std::chars_format::general, 8).ptr);
+    }
+    static std::string hex(int aci) {
+        static constexpr char kHex[] = "0123456789abcdef";
+        std::string s = "#";
+        for (int c : aciRgb(aci)) s += kHex[c >> 4], s += kHex[c & 15];
+        return s;
+    }
+
+    const DXFDocument& doc_;
+    int foreground_ = 0;
+    std::unordered_map<std::string, bool> only_;
+    std::unordered_map<std::string, std::string> dashes_;
+    std::unordered_map<std::string, LayerInfo> layers_;
+    std::unordered_map<std::string, int> blocks_;
+    LayerInfo unknown_;
+    std::string lastName_ = "\x01";
+    const LayerInfo* last_ = &unknown_;
+};
+
+// The first pass: the box of what is drawn.
+struct Measure {
+    Scene& scene;
+    Box box;
+    void Path(const Style&, const std::vector<std::vector<Vertex>>& contours, bool, bool, double width) {
+        for (const auto& c : contours)
+            for (const Vertex& v : c) box.Add(v.x - width / 2, v.y - width / 2), box.Add(v.x + width / 2, v.y + width / 2);
+    }
+    void Arc(const Style&, double cx, double cy, double r, double, double) { box.Add(cx - r, cy - r), box.Add(cx + r, cy + r); }
+    void Dot(const Style&, double x, double y) { box.Add(x, y); }
+    // Glyphs about 0.6 of the height wide, from the insertion point (a
+    // centred or right-aligned text is taken as reaching both ways).
+    void Text(const Style&, double x, double y, double h, double rot, double xscale, int anchor, std::string_view text) {
+        std::size_t n = 0;
+        for (char ch : text) n += (static_cast<unsigned char>(ch) & 0xC0) != 0x80;
+        const double len = 0.6 * h * xscale * static_cast<double>(n), c = std::cos(rot), s = std::sin(rot);
+        for (double along : {anchor == 0 ? 0.0 : -len, len})
+            for (double up : {0.0, h}) box.Add(x + c * along - s * up, y + s * along + c * up);
+    }
+    void Use(const Style&, int block, double x, double y, double sx, double sy, double rot, double bx, double by);
+};
+
+// The second pass: the elements.
+struct Paint {
+    Scene& scene;
+    Out& out;
+    double px;  // a pixel in drawing units
+
+    void attributes(const Style& s, bool fill, double width) {
+        if (fill) {
+            out << " fill=\"" << s.Paint() << "\" stroke=\"none\" fill-rule=\"evenodd\"";
+            return;
+        }
+        if (!s.color.empty()) out << " stroke=\"" << s.color << '"';
+        if (s.dash) out << " stroke-dasharray=\"" << *s.dash << '"';
+        if (width > 0) out << " stroke-width=\"" << width << '"';
+    }
+    void Path(const Style& s, const std::vector<std::vector<Vertex>>& contours, bool closed, bool fill, double width) {
+        out << "<path d=\"";
+        for (const auto& c : contours) {
+            for (std::size_t i = 0; i < c.size(); ++i) {
+                if (i == 0) {
+                    out << 'M' << c[0].x << ' ' << c[0].y;
+                    continue;
+                }
+                segment(c[i - 1], c[i]);
+            }
+            if (closed && c.size() > 2) {
+                if (c.back().bulge != 0) segment(c.back(), c.front());
+                out << 'Z';
+            }
+        }
+        out << '"';
+        attributes(s, fill, width);
+        out << "/>\n";
+    }
+    void segment(const Vertex& a, const Vertex& b) {
+        if (a.bulge == 0) {
+            out << 'L' << b.x << ' ' << b.y;
+            return;
+        }
+        // A bulge is the tangent of a quarter of the arc's angle.
+        const double chord = std::hypot(b.x - a.x, b.y - a.y);
+        const double r = chord * (1 + a.bulge * a.bulge) / (4 * std::abs(a.bulge));
+        out << 'A' << r << ' ' << r << " 0 " << (std::abs(a.bulge) > 1 ? "1 " : "0 ") << (a.bulge > 0 ? "1 " : "0 ") << b.x << ' ' << b.y;
+    }
+    void Arc(const Style& s, double cx, double cy, double r, double a0, double a1) {
+        if (a1 - a0 >= 360) {
+            out << "<circle cx=\"" << cx << "\" cy=\"" << cy << "\" r=\"" << r << '"';
+        } else {
+            const double span = a1 - a0;
+            out << "<path d=\"M" << cx + r * std::cos(a0 * kDegree) << ' ' << cy + r * std::sin(a0 * kDegree) << 'A' << r << ' ' << r
+                << " 0 " << (span > 180 ? "1" : "0") << " 1 " << cx + r * std::cos(a1 * kDegree) << ' ' << cy + r * std::sin(a1 * kDegree)
+                << '"';
+        }
+        attributes(s, false, 0);
+        out << "/>\n";
+    }
+    void Dot(const Style& s, double x, double y) {
+        out << "<circle cx=\"" << x << "\" cy=\"" << y << "\" r=\"" << px << '"';
+        attributes(s, true, 0);
+        out << "/>\n";
+    }
+    void Text(const Style& s, double x, double y, double h, double rot, double xscale, int anchor, std::string_view text) {
+        // Glyphs are drawn with y down: their x along the baseline, their y against the text's up direction.
+        const double c = std::cos(rot), n = std::sin(rot);
+        out << "<text transform=\"matrix(" << c * xscale << ' ' << n * xscale << ' ' << n << ' ' << -c << ' ' << x << ' ' << y
+            << ")\" font-size=\"" << h << "\" fill=\"" << s.Paint() << "\" stroke=\"none\" font-family=\"sans-serif\"";
+        if (anchor == 1 || anchor == 4) out << " text-anchor=\"middle\"";
+        if (anchor == 2) out << " text-anchor=\"end\"";
+        out << '>';
+        escaped(text);
+        out << "</text>\n";
+    }
+    void escaped(std::string_view text) {
+        std::string clean;
+        if (!IsValidUtf8(text)) {  // bytes of no encoding the picture can hold
+            for (char ch : text) clean += static_cast<unsigned char>(ch) < 0x80 ? ch : '?';
+            text = clean;
+        }
+        std::size_t from = 0;
+        for (std::size_t i = 0; i < text.size(); ++i) {
+            const char ch = text[i];
+            std::string_view with;
+            if (ch == '&') with = "&amp;";
+            else if (ch == '<') with = "&lt;";
+            else if (ch == '>') with = "&gt;";
+            else if (ch == '"') with = "&quot;";
+            else if (static_cast<unsigned char>(ch) < 0x20) with = " ";
+            else if (ch == '%' && i + 2 < text.size() && text[i + 1] == '%') {
+                const char k = static_cast<char>(text[i + 2] | 0x20);
+                with = k == 'd' ? "\u00b0" : k == 'p' ? "\u00b1" : k == 'c' ? "\u2300" : k == 'u' || k == 'o' ? "" : "%";
+                if (with != "%") {
+                    out << text.substr(from, i - from) << with;
+                    from = i + 3;
+                    i += 2;
+                }
+                continue;
+            } else continue;
+            out << text.substr(from, i - from) << with;
+            from = i + 1;
+        }
+        out << text.substr(from);
+    }
+    void Use(const Style& s, int block, double x, double y, double sx, double sy, double rot, double bx, double by) {
+        out << "<use xlink:href=\"#b" << static_cast<double>(block) << "\" transform=\"translate(" << x << ' ' << y << ") rotate(" << rot
+            << ") scale(" << sx << ' ' << sy << ") translate(" << -bx << ' ' << -by << ")\"";
+        if (!s.color.empty()) out << " color=\"" << s.color << '"';
+        out << "/>\n";
+    }
+};
+
+template <class P>
+void drawSet(P& p, const BLOCK_BLOCK& set);
+
+// One record of each kind.
+template <class P>
+void draw(P& p, const LINE_ENT& r) {
+    auto& c = p.scene.contours;
+    c.assign(1, {{r.StartX, r.StartY, 0}, {r.EndX, r.EndY, 0}});
+    p.Path(p.scene.StyleOf(r.Layer, r.ColorNumber, r.LineType), c, false, false, 0);
+}
+template <class P>
+void draw(P& p, const ARC_ENT& r) {
+    double a1 = r.EndAngle;
+    while (a1 <= r.StartAngle) a1 += 360;
+    p.Arc(p.scene.StyleOf(r.Layer, r.ColorNumber, r.LineType), r.CenterX, r.CenterY, r.Radius, r.StartAngle, std::min(a1, r.StartAngle + 359.999));
+}
+template <class P>
+void draw(P& p, const CIRCLE_ENT& r) {
+    p.Arc(p.scene.StyleOf(r.Layer, r.ColorNumber, r.LineType), r.CenterX, r.CenterY, r.Radius, 0, 360);
+}
+template <class P>
+void drawPolyline(P& p, const Style& s, const POLYLINE_ENT& r) {
+    auto& c = p.scene.contours;
+    if (r.IsPolyFaceMesh) {  // each face record names up to four vertices, from 1
+        c.clear();
+        for (const VERTEX_ENT& f : r.CommandVertices) {
+            c.emplace_back();
+            for (int32_t k : {f.PolyFaceMesh1, f.PolyFaceMesh2, f.PolyFaceMesh3, f.PolyFaceMesh4}) {
+                const std::size_t at = static_cast<std::size_t>(std::abs(k));
+                if (at >= 1 && at <= r.Vertices.size()) c.back().push_back({r.Vertices[at - 1].X, r.Vertices[at - 1].Y, 0});
+            }
+        }
+        return p.Path(s, c, true, false, 0);
+    }
+    const std::vector<VERTEX_ENT>& v = r.Vertices;
+    bool even = true;  // one width all along
+    for (const VERTEX_ENT& x : v) even = even && x.StartWidth == v[0].StartWidth && x.EndWidth == v[0].StartWidth;
+    if (even) {
+        c.assign(1, {});
+        for (const VERTEX_ENT& x : v) c[0].push_back({x.X, x.Y, x.Bulge});
+        return p.Path(s, c, r.IsClosed, false, v.empty() ? 0 : v[0].StartWidth);
+    }
+    // Tapering segments: each at its mean width.
+    for (std::size_t i = 0; i + 1 < v.size() + (r.IsClosed ? 1 : 0); ++i) {
+        const VERTEX_ENT& a = v[i];
+        const VERTEX_ENT& b = v[(i + 1) % v.size()];
+        c.assign(1, {{a.X, a.Y, a.Bulge}, {b.X, b.Y, 0}});
+        p.Path(s, c, false, false, (a.StartWidth + a.EndWidth) / 2);
+    }
+}
+template <class P>
+void draw(P& p, const POLYLINE_ENT& r) {
+    drawPolyline(p, p.scene.StyleOf(r.Layer, r.ColorNumber, r.LineType), r);
+}
+template <class P>
+void draw(P& p, const LWPOLYLINE_ENT& r) {
+    drawPolyline(p, p.scene.StyleOf(r.Layer, r.ColorNumber, r.LineType), r12::AsPolyline(r));
+}
+template <class P>
+void draw(P& p, const ELLIPSE_ENT& r) {
+    drawPolyline(p, p.scene.StyleOf(r.Layer, r.ColorNumber, r.LineType), r12::AsPolyline(r, 0));
+}
+template <class P>
+void draw(P& p, const POINT_ENT& r) {
+    p.Dot(p.scene.StyleOf(r.Layer, r.ColorNumber, ""), r.StartX, r.StartY);
+}
+template <class P>
+void fill(P& p, const Style& s, std::initializer_list<XYZ> corners) {
+    auto& c = p.scene.contours;
+    c.assign(1, {});
+    for (const XYZ& q : corners) c[0].push_back({q.X, q.Y, 0});
+    p.Path(s, c, true, true, 0);
+}
+template <class P>
+void draw(P& p, const SOLID_ENT& r) {  // the third and fourth corners are drawn crosswise
+    fill(p, p.scene.StyleOf(r.Layer, r.ColorNumber, r.LineType), {r.Corner1, r.Corner2, r.Corner4, r.Corner3});
+}
+template <class P>
+void draw(P& p, const FACE3D_ENT& r) {
+    fill(p, p.scene.StyleOf(r.Layer, r.ColorNumber, r.LineType), {r.Corner1, r.Corner2, r.Corner3, r.Corner4});
+}
+template <class P>
+void draw(P& p, const TEXT_ENT& r) {
+    p.Text(p.scene.StyleOf(r.Layer, r.ColorNumber, ""), r.StartX, r.StartY, r.TextHeight, r.TextRotation * kDegree,
+           r.XScaleFactor > 0 ? r.XScaleFactor : 1, r.HorTextJust, r.Text);
+}
+// Lines wrapped at the text's width, glyphs taken as 0.6 of the height wide.
+template <class P>
+void draw(P& p, const MTEXT_ENT& r) {
+    if (r.Width <= 0 || r.TextHeight <= 0) {
+        for (const TEXT_ENT& t : r12::AsTexts(r)) draw(p, t);
+        return;
+    }
+    const auto fits = static_cast<std::size_t>(std::max(1.0, r.Width / (0.6 * r.TextHeight)));
+    MTEXT_ENT wrapped = r;
+    wrapped.Text.clear();
+    const std::vector<std::string> lines = r12::PlainLines(r.Text);
+    for (const std::string& line : lines) {
+        std::size_t used = 0;
+        if (&line != &lines.front()) wrapped.Text += "\\P";
+        for (std::size_t at = 0, end; at < line.size(); at = end + 1) {
+            end = std::min(line.find(' ', at), line.size());
+            const std::size_t n = end - at;
+            if (used > 0 && used + 1 + n > fits) wrapped.Text += "\\P", used = 0;
+            if (used > 0) wrapped.Text += ' ', ++used;
+            for (char ch : line.substr(at, n)) (ch == '\\' || ch == '{' || ch == '}' ? wrapped.Text += '\\' : wrapped.Text) += ch;
+            used += n;
+        }
+    }
+    for (const TEXT_ENT& t : r12::AsTexts(wrapped)) draw(p, t);
+}
+template <class P>
+void draw(P&, const ATTDEF_ENT&) {}  // the inserts draw the attributes
+template <class P>
+void draw(P& p, const ATTRIB_ENT& r) {
+    if (p.scene.Shows(r.Layer) && (r.AttributeFlag & 1) == 0)
+        p.Text(p.scene.StyleOf(r.Layer, r.ColorNumber, ""), r.X, r.Y, r.TextHeight, r.Rotation * kDegree,
+               r.XScaleFactor > 0 ? r.XScaleFactor : 1, r.HorTextJust, r.DefaultValue);
+}
+template <class P>
+void draw(P& p, const INSERT_ENT& r) {
+    const int block = p.scene.BlockIndex(r.BlockName);
+    if (block >= 0) {
+        const BLOCK_BLOCK& b = p.scene.Block(block);
+        p.Use(p.scene.StyleOf(r.Layer, r.ColorNumber, r.LineType), block, r.CenterX, r.CenterY, r.XScale, r.YScale, r.RotationAngle, b.X, b.Y);
+    }
+    if (r.ATTRIBS)
+        for (const ATTRIB_ENT& a : *r.ATTRIBS) draw(p, a);
+}
+template <class P>
+void draw(P& p, const HATCH_ENT& r) {
+    auto& c = p.scene.contours;
+    c.clear();
+    for (const Variant& path : r.Boundaries) {
+        c.emplace_back();
+        if (const auto* pl = path.RecordIf<HATCH_BOUNDARY_POLYLINE>()) {
+            for (std::size_t i = 0; i < pl->POINTS.size(); ++i)
+                c.back().push_back({pl->POINTS[i].X, pl->POINTS[i].Y, i < pl->Bulges.size() ? pl->Bulges[i] : 0});
+        } else if (const auto* edges = path.ArrayIf<Variant>()) {
+            for (const Variant& e : edges->items)
+                if (const auto* l = e.RecordIf<HATCH_BOUNDARY_LINE>()) {
+                    if (c.back().empty()) c.back().push_back({l->StartX, l->StartY, 0});
+                    c.back().push_back({l->EndX, l->EndY, 0});
+                }
+        }
+    }
+    p.Path(p.scene.StyleOf(r.Layer, r.ColorNumber, ""), c, true, true, 0);
+}
+
+// The records of a set the picture shows, kind after kind in section order.
+template <class P, class Set>
+void drawAll(P& p, const Set& set) {
+    kinds::ForEachInSectionOrder([&]<Kind K>() {
+        if constexpr (Holds<Set, K> && kinds::RowOf(K).write)
+            if (const auto& list = ListIn<K>(set))
+                for (const auto& r : *list)
+                    if (p.scene.Shows(r.Layer)) draw(p, r);
+    });
+}
+
+// A block's box in its own coordinates, measured once; a block that
+// reaches itself adds nothing the second time.
+const Box& blockBox(Scene& scene, int block) {
+    const std::size_t i = static_cast<std::size_t>(block);
+    if (scene.measuring[i] == 0) {
+        scene.measuring[i] = 1;
+        const bool was = scene.inBlock;
+        scene.inBlock = true;
+        Measure m{scene, {}};
+        drawAll(m, scene.Block(block));
+        scene.inBlock = was;
+        scene.blockBoxes[i] = m.box;
+        scene.measuring[i] = 2;
+    }
+    return scene.blockBoxes[i];
+}
+
+void Measure::Use(const Style&, int block, double x, double y, double sx, double sy, double rot, double bx, double by) {
+    const Box b = blockBox(scene, block);
+    if (b.Empty()) return;
+    const double c = std::cos(rot * kDegree), s = std::sin(rot * kDegree);
+    for (double u : {b.x0, b.x1})
+        for (double v : {b.y0, b.y1}) {
+            const double dx = (u - bx) * sx, dy = (v - by) * sy;
+            box.Add(x + c * dx - s * dy, y + s * dx + c * dy);
+        }
+}
+
+}  // namespace
+
+void WriteSvg(const DXFDocument& doc, const SvgOptions& options, const std::string& fileName, std::string* text) {
+    Scene scene(doc, options);
+    const std::size_t blocks = static_cast<std::size_t>(doc.BLOCKS()->Count());
+    scene.blockBoxes.assign(blocks, Box{});
+    scene.measuring.assign(blocks, 0);
+    Measure measure{scene, {}};
+    drawAll(measure, *doc.ENTITIES());
+    Box box = measure.box.Empty() ? Box{0, 0, 1, 1} : measure.box;
+    const double margin = std::max(box.x1 - box.x0, box.y1 - box.y0) * 0.02 + 1e-9;
+    box.x0 -= margin, box.y0 -= margin, box.x1 += margin, box.y1 += margin;
+    const double w = box.x1 - box.x0, h = box.y1 - box.y0;
+    const double width = options.width > 0 ? options.width : 1000;
+
+    Out out(fileName, text);
+    Paint paint{scene, out, w / width};
+    out << "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<svg xmlns=\"http://www.w3.org/2000/svg\" "
+           "xmlns:xlink=\"http://www.w3.org/1999/xlink\" width=\""
+        << width << "\" height=\"" << std::round(width * h / w) << "\" viewBox=\"" << box.x0 << ' ' << -box.y1 << ' ' << w << ' ' << h
+        << "\">\n";
+    if (!options.background.empty()) {
+        out << "<rect x=\"" << box.x0 << "\" y=\"" << -box.y1 << "\" width=\"" << w << "\" height=\"" << h << "\" fill=\"";
+        paint.escaped(options.background);
+        out << "\"/>\n";
+    }
+    out << "<g transform=\"scale(1 -1)\" fill=\"none\" stroke=\"currentColor\" color=\"" << scene.Foreground() << "\" stroke-width=\""
+        << paint.px << "\" stroke-linecap=\"round\" stroke-linejoin=\"round\">\n<defs>\n";
+    scene.inBlock = true;
+    for (std::size_t i = 0; i < blocks; ++i) {
+        out << "<g id=\"b" << static_cast<double>(i) << "\">\n";
+        drawAll(paint, scene.Block(static_cast<int>(i)));
+        out << "</g>\n";
+    }
+    scene.inBlock = false;
+    out << "</defs>\n";
+    drawAll(paint, *doc.ENTITIES());
+    out << "</g>\n</svg>\n";
+    out.flush();
+}
+
+}  // namespace ormavec
