@@ -57,6 +57,7 @@ constexpr std::string_view kConvertHelp =
     "Options:\n"
     "  --classic           read text as single-byte and save the fixed structure of\n"
     "                      the original component under the drawing's own version\n"
+    "  --binary            save OUT as a binary DXF file of the same content\n"
     "  --utf8              repair UTF-8 encoded accented letters while reading\n"
     "  --codepage CP       code page of the files by DXF name or number (ANSI_1251,\n"
     "                      1251, DOS866, ISO8859-2, BIG5 ...); by default the page\n"
@@ -76,7 +77,7 @@ constexpr std::string_view kInfoHelp =
     "Usage: ormavec info [OPTIONS] IN\n"
     "\n"
     "Loads the drawing IN (\"-\" for standard input) and prints its version, extents, entity counts,\n"
-    "attributes, tables and blocks. The text encoding of IN is detected.\n"
+    "attributes, tables and blocks. The text encoding of IN is detected; IN may be binary DXF.\n"
     "\n"
     "Options:\n"
     "  --json              print one JSON object instead of text\n"
@@ -117,6 +118,7 @@ struct Arguments {
     LoadOptions load;
     bool json = false;
     bool help = false;
+    bool binary = false;
     std::optional<std::string> callLog;
     std::vector<std::string> positional;
 };
@@ -176,6 +178,8 @@ Arguments parseArguments(std::string_view command, const std::vector<std::string
             std::string_view file = value();
             if (file.empty()) throw UsageError{"--call-log needs a file name"};
             a.callLog = std::string(file);
+        } else if (name == "--binary" && isConvert) {
+            a.binary = true;
         } else if (name == "--json" && !isConvert) {
             a.json = true;
         } else {
@@ -183,7 +187,7 @@ Arguments parseArguments(std::string_view command, const std::vector<std::string
                              std::string(command) + " --help)"};
         }
         if (inlineValue && (name == "--utf8" || name == "--json" || name == "--help" || name == "--classic" || name == "--recover" ||
-                            name == "--strict"))
+                            name == "--strict" || name == "--binary"))
             throw UsageError{std::string(name) + " takes no value"};
     }
     return a;
@@ -541,6 +545,7 @@ int runConvert(const Arguments& a) {
     DXFDocument& doc = processDocument();
     configure(doc, a.load);
     if (!a.load.classic) doc.SetSaveMode(SaveMode::Standard);
+    doc.SetBinary(a.binary);
     if (a.callLog) {
         clsDebug debug;
         debug.sLogFileName(*a.callLog);

@@ -59,6 +59,11 @@ public:
     // Classic (the default) or Standard output; see SaveMode.
     void SetSaveMode(::ormavec::SaveMode mode) noexcept { saveMode_ = mode; }
     ::ormavec::SaveMode SaveMode() const noexcept { return saveMode_; }
+    // Saves write a binary drawing of the same content (off by default):
+    // 16-bit group codes, or one-byte codes when the drawing written is
+    // older than AC1012. Loads take either form.
+    void SetBinary(bool on) noexcept { binary_ = on; }
+    bool Binary() const noexcept { return binary_; }
 
     // The code page of the files read and written: 1250 unless set, or, after
     // an Auto load, the page the drawing declared (unless one was set). A
@@ -97,6 +102,7 @@ private:
     bool readAsUtf8_ = false;
     ::ormavec::SaveMode saveMode_ = ::ormavec::SaveMode::Classic;
     bool recover_ = false;
+    bool binary_ = false;
     std::vector<LoadWarning> warnings_;
     std::unique_ptr<DXFReader> reader_;  // the reader of a load in progress or of a failed one
 };

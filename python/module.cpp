@@ -76,12 +76,12 @@ PyObject* newError(const char* name, PyObject* also) {
     return PyErr_NewException(name, bases.ptr(), nullptr);
 }
 
-const char* const kLoadOptions[] = {"TextConvertMode", "CodePage", "SaveMode", "Progress", "Recover"};
+const char* const kLoadOptions[] = {"TextConvertMode", "CodePage", "SaveMode", "Binary", "Progress", "Recover"};
 
 }  // namespace
 
 PYBIND11_MODULE(ormavec, m) {
-    m.doc() = "Read, change and write ASCII DXF drawings.";
+    m.doc() = "Read, change and write DXF drawings (text or binary).";
     m.attr("__version__") = ORMAVEC_VERSION;
 
     gError = PyErr_NewException("ormavec.Error", PyExc_Exception, nullptr);
@@ -225,6 +225,7 @@ PYBIND11_MODULE(ormavec, m) {
                       "The version mode of the calling thread: one setting for every document used on the thread "
                       "(the same as ormavec.thread_version_mode()).")
         .def_property("SaveMode", &DXFDocument::SaveMode, &DXFDocument::SetSaveMode)
+        .def_property("Binary", &DXFDocument::Binary, &DXFDocument::SetBinary, "Saves write binary DXF of the same content.")
         // A CodePage, a number (1251) or a drawing's name for a page ("ANSI_1251", "DOS866").
         .def_property("CodePage", &DXFDocument::CodePage,
                       [](DXFDocument& d, const py::object& v) {
@@ -291,7 +292,7 @@ PYBIND11_MODULE(ormavec, m) {
             for (auto [key, value] : options) {
                 const std::string name = py::str(key);
                 if (std::find(std::begin(kLoadOptions), std::end(kLoadOptions), name) == std::end(kLoadOptions))
-                    throw py::type_error("load() has no option " + name + " (it takes TextConvertMode, CodePage, SaveMode, Progress, Recover)");
+                    throw py::type_error("load() has no option " + name + " (it takes TextConvertMode, CodePage, SaveMode, Binary, Progress, Recover)");
                 py::setattr(d, key, value);
             }
             d.attr("Load")(path);
