@@ -483,8 +483,7 @@ const DXFReader::Pair& DXFReader::Read(bool trimValue, bool upperCase) {
     return pair_;
 }
 
-// The next n bytes of the pair being read; they stay put until the next call.
-const char* DXFReader::binaryBytes(std::size_t n, int32_t code, const char* what) {
+const char* DXFReader::binaryBytesSlow(std::size_t n, int32_t code, const char* what) {
     while (end_ - begin_ < n)
         if (!fill())
             RaiseError(err::InputPastEndOfFile, kSource,
@@ -556,10 +555,24 @@ const DXFReader::Pair& DXFReader::readBinary(bool trimValue, bool upperCase) {
         pair_.Value = finishValue(decoded_, trimValue, upperCase);
         return pair_;
     }
-    case BinaryValue::Double:
-        numberKept_ = std::isfinite(number(0.0, 8));
+    case BinaryValue::Double: {
+        double d = 0;
+        std::memcpy(&d, binaryBytes(8, code, "the number"), 8);
+        consume(8);
+        number_ = d;
         numberIsInt_ = false;
+        // Its text waits until asked for (numberText): formatting every
+        // number would cost more than the rest of a binary load's reading.
+        numberKept_ = std::isfinite(d);
+        if (numberKept_) {
+            numberSize_ = 0;
+            pair_.Value = std::string_view(numberText_, 0);
+            if (watchHeader_) watchHeader(code, pair_.Value);
+            return pair_;
+        }
+        end = std::to_chars(text, text + sizeof numberText_, d).ptr;
         break;
+    }
     case BinaryValue::Int16:
         number(int16_t{}, 2);
         numberKept_ = numberIsInt_ = true;
@@ -584,9 +597,20 @@ const DXFReader::Pair& DXFReader::readBinary(bool trimValue, bool upperCase) {
     return pair_;
 }
 
+bool DXFReader::isWaitingNumber(std::string_view value) const noexcept {
+    return numberKept_ && !numberIsInt_ && numberSize_ == 0 && value.data() == numberText_ && value.empty();
+}
+
+void DXFReader::numberText() {
+    if (!isWaitingNumber(pair_.Value)) return;
+    numberSize_ = static_cast<std::size_t>(std::to_chars(numberText_, numberText_ + sizeof numberText_, number_).ptr - numberText_);
+    pair_.Value = std::string_view(numberText_, numberSize_);
+}
+
 DxfEntry DXFReader::ReadEntry(bool trimValue, bool upperCase) {
-    const Pair& p = Read(trimValue, upperCase);
-    return DxfEntry{p.Code, std::string(p.Value)};
+    Read(trimValue, upperCase);
+    numberText();
+    return DxfEntry{pair_.Code, std::string(pair_.Value)};
 }
 
 void DXFReader::UnReadEntry(const DxfEntry& entry) {
@@ -599,6 +623,7 @@ void DXFReader::UnReadEntry(const DxfEntry& entry) {
 
 void DXFReader::UnRead() {
     if (hasPushBack_) RaiseError(ErrInvalidOperation, kSource, "UnReadEntry/1");
+    numberText();
     pushBackCode_ = pair_.Code;
     // The value may already live in the push-back buffer (a pair read back
     // and pushed again); assign through a copy in that case.
@@ -640,7 +665,14 @@ double DXFReader::ToDouble(std::string_view value) const {
 }
 
 int32_t DXFReader::ToInt32(std::string_view value) const {
-    if (numberKept_ && numberIsInt_ && value.data() == numberText_ && value.size() == numberSize_) return static_cast<int32_t>(number_);
+    if (numberKept_ && value.data() == numberText_ && value.size() == numberSize_) {
+        if (numberIsInt_) return static_cast<int32_t>(number_);
+        // A double of a binary drawing, rounded as its text would be.
+        const double r = RoundHalfEven(number_);
+        if (r >= -2147483648.0 && r <= 2147483647.0) return static_cast<int32_t>(r);
+        char text[32];
+        Fail(err::Overflow, "\"" + std::string(text, std::to_chars(text, text + sizeof text, number_).ptr) + "\" is out of the 32-bit integer range");
+    }
     int32_t n = 0;
     switch (ParseInt32(value, n)) {
     case ParseStatus::Ok: return n;

@@ -120,6 +120,8 @@ public:
     bool AtEnd();
 
     // Reads the next pair. Fast form: the value is a view into the reader.
+    // In a binary drawing a double's value is empty until ToDouble or
+    // ToInt32 takes the number; ReadEntry and UnRead give its text.
     const Pair& Read(bool trimValue = true, bool upperCase = false);
     DxfEntry ReadEntry(bool trimValue, bool upperCase);
 
@@ -211,7 +213,15 @@ private:
     bool recoverNumber(std::string_view value, double& d) const;
     void slurp(int fd, std::string name);
     const Pair& readBinary(bool trimValue, bool upperCase);
-    const char* binaryBytes(std::size_t n, int32_t code, const char* what);
+    bool isWaitingNumber(std::string_view value) const noexcept;
+    void numberText();  // the text of a waiting number, made now
+    // The next n bytes of the pair being read; they stay put until the next call.
+    const char* binaryBytes(std::size_t n, int32_t code, const char* what) {
+        if (end_ - begin_ >= n) [[likely]]
+            return (buffer_ ? buffer_.get() : memory_.data()) + begin_;
+        return binaryBytesSlow(n, code, what);
+    }
+    const char* binaryBytesSlow(std::size_t n, int32_t code, const char* what);
     void consume(std::size_t n) {
         begin_ += n;
         charsRead_ += static_cast<int64_t>(n);
