@@ -522,7 +522,22 @@ const DXFReader::Pair& DXFReader::readBinary(bool trimValue, bool upperCase) {
         number_ = static_cast<double>(v);
         return v;
     };
-    switch (BinaryValueOf(code)) {
+    const BinaryValue kind = BinaryValueOf(code);
+    if (kind == BinaryValue::Double) {
+        double d = 0;
+        std::memcpy(&d, binaryBytes(8, code, "the number"), 8);
+        consume(8);
+        number_ = d;
+        numberIsInt_ = false;
+        // Its text waits until asked for (numberText): formatting every
+        // number would cost more than the rest of a binary load's reading.
+        numberKept_ = std::isfinite(d);
+        numberSize_ = numberKept_ ? 0 : static_cast<std::size_t>(std::to_chars(text, text + sizeof numberText_, d).ptr - text);
+        pair_.Value = std::string_view(text, numberSize_);
+        if (watchHeader_) watchHeader(code, pair_.Value);
+        return pair_;
+    }
+    switch (kind) {
     case BinaryValue::Text: {
         std::size_t scanned = 0;
         const char* start = nullptr;
@@ -537,6 +552,9 @@ const DXFReader::Pair& DXFReader::readBinary(bool trimValue, bool upperCase) {
                                std::to_string(code) + " has no end (no NUL byte follows it)");
         }
         const std::string_view raw(start, static_cast<std::size_t>(static_cast<const char*>(nul) - start));
+        // A text drawing cannot hold a line break in a value: neither can a binary one.
+        if (std::memchr(raw.data(), '\n', raw.size()) || std::memchr(raw.data(), '\r', raw.size()))
+            Fail(err::TypeMismatch, "the text of group code " + std::to_string(code) + " holds a line break (\"" + Printable(raw) + "\")");
         consume(raw.size() + 1);
         pair_.Value = finishValue(decodeValue(raw, code), trimValue, upperCase);
         if (watchHeader_) watchHeader(code, pair_.Value);
@@ -555,24 +573,7 @@ const DXFReader::Pair& DXFReader::readBinary(bool trimValue, bool upperCase) {
         pair_.Value = finishValue(decoded_, trimValue, upperCase);
         return pair_;
     }
-    case BinaryValue::Double: {
-        double d = 0;
-        std::memcpy(&d, binaryBytes(8, code, "the number"), 8);
-        consume(8);
-        number_ = d;
-        numberIsInt_ = false;
-        // Its text waits until asked for (numberText): formatting every
-        // number would cost more than the rest of a binary load's reading.
-        numberKept_ = std::isfinite(d);
-        if (numberKept_) {
-            numberSize_ = 0;
-            pair_.Value = std::string_view(numberText_, 0);
-            if (watchHeader_) watchHeader(code, pair_.Value);
-            return pair_;
-        }
-        end = std::to_chars(text, text + sizeof numberText_, d).ptr;
-        break;
-    }
+    case BinaryValue::Double: break;  // taken above
     case BinaryValue::Int16:
         number(int16_t{}, 2);
         numberKept_ = numberIsInt_ = true;
