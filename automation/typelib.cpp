@@ -121,6 +121,12 @@ const Interface* DocumentInterface(TypeLibrary& lib) {
         return None();
     });
     b.Auto("CodePage", kGet, {}, "String", [](Object& o, Args&) { return Variant(CodePageName(Self<DXFDocument>(o).CodePage())); });
+    // Saves write binary DXF of the same content.
+    b.Auto("Binary", kLet, {Ref("Value", "Boolean")}, "", [](Object& o, Args& a) {
+        Self<DXFDocument>(o).SetBinary(a[0].ToBool());
+        return None();
+    });
+    b.Auto("Binary", kGet, {}, "Boolean", [](Object& o, Args&) { return Variant(Self<DXFDocument>(o).Binary()); });
     return b.get();
 }
 

@@ -343,10 +343,11 @@ void BM_Load(benchmark::State& state, std::string path, ormavec::TextConvertMode
                                                         benchmark::Counter::kIsIterationInvariantRate | benchmark::Counter::kInvert);
 }
 
-void BM_Save(benchmark::State& state, std::string path, ormavec::SaveMode mode) {
+void BM_Save(benchmark::State& state, std::string path, ormavec::SaveMode mode, bool binary) {
     DXFDocument doc;
     doc.Load(path);
     doc.SetSaveMode(mode);
+    doc.SetBinary(binary);
     const Census loaded = census(doc);
     if (loaded.entities == 0) {
         state.SkipWithError(("nothing loaded from " + path).c_str());
@@ -509,8 +510,9 @@ const bool kRegistered = [] {
         setUp(benchmark::RegisterBenchmark(("BM_LoadUtf8/" + name).c_str(), BM_Load, path, ormavec::TextConvertMode::Utf8));
         setUp(benchmark::RegisterBenchmark(("BM_LoadAuto/" + name).c_str(), BM_Load, path, ormavec::TextConvertMode::Auto));
         setUp(benchmark::RegisterBenchmark(("BM_LimitWrite/" + name).c_str(), BM_LimitWrite, path));
-        setUp(benchmark::RegisterBenchmark(("BM_Save/" + name).c_str(), BM_Save, path, ormavec::SaveMode::Classic));
-        setUp(benchmark::RegisterBenchmark(("BM_SaveStandard/" + name).c_str(), BM_Save, path, ormavec::SaveMode::Standard));
+        setUp(benchmark::RegisterBenchmark(("BM_Save/" + name).c_str(), BM_Save, path, ormavec::SaveMode::Classic, false));
+        setUp(benchmark::RegisterBenchmark(("BM_SaveStandard/" + name).c_str(), BM_Save, path, ormavec::SaveMode::Standard, false));
+        setUp(benchmark::RegisterBenchmark(("BM_SaveBinary/" + name).c_str(), BM_Save, path, ormavec::SaveMode::Standard, true));
         benchmark::RegisterBenchmark(("BM_LoadPeakMemory/" + name).c_str(), BM_LoadPeakMemory, path)
             ->Unit(benchmark::kMillisecond)
             ->UseRealTime()

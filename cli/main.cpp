@@ -58,6 +58,7 @@ constexpr std::string_view kConvertHelp =
     "Options:\n"
     "  --classic           read text as single-byte and save the fixed structure of\n"
     "                      the original component under the drawing's own version\n"
+    "  --binary            save OUT as a binary DXF file of the same content\n"
     "  --utf8              repair UTF-8 encoded accented letters while reading\n"
     "  --codepage CP       code page of the files by DXF name or number (ANSI_1251,\n"
     "                      1251, DOS866, ISO8859-2, BIG5 ...); by default the page\n"
@@ -83,7 +84,7 @@ constexpr std::string_view kInfoHelp =
     "Usage: ormavec info [OPTIONS] IN\n"
     "\n"
     "Loads the drawing IN (\"-\" for standard input) and prints its version, extents, entity counts,\n"
-    "attributes, tables and blocks. The text encoding of IN is detected.\n"
+    "attributes, tables and blocks. The text encoding of IN is detected; IN may be binary DXF.\n"
     "\n"
     "Options:\n"
     "  --json              print one JSON object instead of text\n"
@@ -147,6 +148,7 @@ struct Arguments {
     SvgOptions svg;
     bool json = false;
     bool help = false;
+    bool binary = false;
     std::optional<std::string> callLog;
     std::vector<std::string> positional;
 };
@@ -228,6 +230,8 @@ Arguments parseArguments(std::string_view command, const std::vector<std::string
         } else if (name == "--width" && isRender) {
             a.svg.width = parseNumber(name, value());
             if (a.svg.width < 1) throw UsageError{"--width needs a number of pixels, 1 or more"};
+        } else if (name == "--binary" && isConvert) {
+            a.binary = true;
         } else if (name == "--json" && command == "info") {
             a.json = true;
         } else {
@@ -235,7 +239,8 @@ Arguments parseArguments(std::string_view command, const std::vector<std::string
                              std::string(command) + " --help)"};
         }
         if (inlineValue && (name == "--utf8" || name == "--json" || name == "--help" || name == "--classic" || name == "--recover" ||
-                            name == "--strict" || name == "--r12" || name == "--handles"))
+                            name == "--strict" || name == "--r12" || name == "--handles" ||
+                            name == "--binary"))
             throw UsageError{std::string(name) + " takes no value"};
     }
     return a;
@@ -597,6 +602,7 @@ int runConvert(const Arguments& a) {
     if ((a.save.handles || a.save.tolerance > 0) && !a.save.r12) throw UsageError{"--handles and --tolerance go with --r12"};
     doc.SetR12Handles(a.save.handles);
     doc.SetR12Tolerance(a.save.tolerance);
+    doc.SetBinary(a.binary);
     if (a.callLog) {
         clsDebug debug;
         debug.sLogFileName(*a.callLog);

@@ -114,6 +114,9 @@ void DXFDocument::Save(const std::string& fileName) {
     // Auto mode found in UTF-8 stays so (it declared a page it did not use).
     writer.SetUtf8Output(saveMode_ == ::ormavec::SaveMode::Standard &&
                          (header_->AcadVer() >= 1021 || (readAsUtf8_ && textConvertMode_ == ::ormavec::TextConvertMode::Auto)));
+    // A standard save writes AC1015 at least; a classic one the model's version.
+    writer.SetBinary(binary_, saveMode_ == ::ormavec::SaveMode::R12 ||
+                                  (saveMode_ == ::ormavec::SaveMode::Classic && header_->AcadVer() < 1012));
     writer.BytesProgress = [this](int64_t bytes) {
         if (BytesProgress) BytesProgress(bytes);
     };

@@ -70,6 +70,11 @@ public:
     bool R12Handles() const noexcept { return r12Handles_; }
     void SetR12Tolerance(double units) noexcept { r12Tolerance_ = units; }
     double R12Tolerance() const noexcept { return r12Tolerance_; }
+    // Saves write a binary drawing of the same content (off by default):
+    // 16-bit group codes, or one-byte codes when the drawing written is
+    // older than AC1012. Loads take either form.
+    void SetBinary(bool on) noexcept { binary_ = on; }
+    bool Binary() const noexcept { return binary_; }
 
     // The code page of the files read and written: 1250 unless set, or, after
     // an Auto load, the page the drawing declared (unless one was set). A
@@ -111,6 +116,7 @@ private:
     bool r12Handles_ = false;
     double r12Tolerance_ = 0;
     std::size_t loadWarnings_ = 0;  // the first entries of warnings_ come from the load
+    bool binary_ = false;
     std::vector<LoadWarning> warnings_;
     std::unique_ptr<DXFReader> reader_;  // the reader of a load in progress or of a failed one
 };

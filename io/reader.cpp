@@ -5,9 +5,11 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <charconv>
 #include <cmath>
 #include <cstring>
 
+#include "io/binary_codes.h"
 #include "io/error.h"
 #include "io/heap.h"
 #include "io/number.h"
@@ -108,6 +110,7 @@ void DXFReader::OpenInput(const std::string& fileName) {
     begin_ = end_ = 0;
     eof_ = false;
     open_ = true;
+    binary_ = 0;
     heapLoad_ = heap::BeginLoad(fileLength_);
 }
 
@@ -148,6 +151,7 @@ void DXFReader::OpenString(std::string data, std::string displayName) {
     end_ = memory_.size();
     eof_ = true;
     open_ = true;
+    binary_ = 0;
 }
 
 void DXFReader::CloseInput() noexcept {
@@ -419,9 +423,12 @@ bool DXFReader::recoverNumber(std::string_view value, double& d) const {
 void DXFReader::CheckFormat() {
     if (AtEnd()) RaiseError(err::InputPastEndOfFile, kSource, "Input past end of file: " + fileName_ + " is empty");
     std::string_view head((buffer_ ? buffer_.get() : memory_.data()) + begin_, end_ - begin_);
-    constexpr std::string_view kBinary("AutoCAD Binary DXF\r\n\x1a\0", 22);
-    if (head.starts_with(kBinary))
-        RaiseError(err::BadFileMode, kSource, "Bad file mode: " + fileName_ + " is a binary DXF file; only ASCII DXF is read");
+    if (head.starts_with(kBinarySentinel)) {
+        const std::string_view first = head.substr(kBinarySentinel.size());
+        binary_ = first.size() < 2 || (static_cast<unsigned char>(first[0]) != 255 && first[1] == '\0') ? 2 : 1;
+        consume(kBinarySentinel.size());
+        return;
+    }
     // A DWG file starts with its version, AC and four digits.
     const auto digit = [&](std::size_t i) { return i < head.size() && head[i] >= '0' && head[i] <= '9'; };
     if (head.starts_with("AC") && digit(2) && digit(3) && digit(4) && digit(5) && !(head.size() > 6 && (head[6] == '\r' || head[6] == '\n')))
@@ -446,6 +453,8 @@ const DXFReader::Pair& DXFReader::Read(bool trimValue, bool upperCase) {
         pair_.Value = finishValue(pushBackValue_, trimValue, upperCase);
         return pair_;
     }
+    if (binary_) [[unlikely]]
+        return readBinary(trimValue, upperCase);
     std::string_view line;
     if (!open_ || !nextLine(line))
         RaiseError(err::InputPastEndOfFile, kSource, "Input past end of file: " + fileName_ + ":" + std::to_string(lineNumber_ + 1));
@@ -474,9 +483,135 @@ const DXFReader::Pair& DXFReader::Read(bool trimValue, bool upperCase) {
     return pair_;
 }
 
+const char* DXFReader::binaryBytesSlow(std::size_t n, int32_t code, const char* what) {
+    while (end_ - begin_ < n)
+        if (!fill())
+            RaiseError(err::InputPastEndOfFile, kSource,
+                       "Input past end of file: " + fileName_ + ": byte " + std::to_string(pairLine_) + ": " + what +
+                           (code >= 0 ? " of group code " + std::to_string(code) : std::string()) + " is cut off (" + std::to_string(n) +
+                           " bytes needed, " + std::to_string(end_ - begin_) + " left)");
+    return (buffer_ ? buffer_.get() : memory_.data()) + begin_;
+}
+
+// A binary pair: its number, if any, also as text, so that everything above
+// the pairs reads it as it reads a text drawing.
+const DXFReader::Pair& DXFReader::readBinary(bool trimValue, bool upperCase) {
+    if (!open_ || (begin_ == end_ && !fill()))
+        RaiseError(err::InputPastEndOfFile, kSource, "Input past end of file: " + fileName_ + ": byte " + std::to_string(charsRead_));
+    pairLine_ = lineNumber_ = charsRead_;
+    numberKept_ = false;
+    const auto u16 = [](const char* p) { return static_cast<int32_t>(static_cast<unsigned char>(p[0]) | static_cast<unsigned char>(p[1]) << 8); };
+    int32_t code = 0;
+    if (binary_ == 2) {
+        code = u16(binaryBytes(2, -1, "the group code"));
+        consume(2);
+    } else if (const char* p = binaryBytes(1, -1, "the group code"); static_cast<unsigned char>(*p) != 255) {
+        code = static_cast<unsigned char>(*p);
+        consume(1);
+    } else {
+        code = u16(binaryBytes(3, -1, "the group code") + 1);
+        consume(3);
+    }
+    pair_.Code = code;
+    char* const text = numberText_;
+    char* end = text;
+    const auto number = [&](auto v, std::size_t n) {
+        std::memcpy(&v, binaryBytes(n, code, "the number"), n);
+        consume(n);
+        end = std::to_chars(text, text + sizeof numberText_, v).ptr;
+        number_ = static_cast<double>(v);
+        return v;
+    };
+    const BinaryValue kind = BinaryValueOf(code);
+    if (kind == BinaryValue::Double) {
+        double d = 0;
+        std::memcpy(&d, binaryBytes(8, code, "the number"), 8);
+        consume(8);
+        number_ = d;
+        numberIsInt_ = false;
+        // Its text waits until asked for (numberText): formatting every
+        // number would cost more than the rest of a binary load's reading.
+        numberKept_ = std::isfinite(d);
+        numberSize_ = numberKept_ ? 0 : static_cast<std::size_t>(std::to_chars(text, text + sizeof numberText_, d).ptr - text);
+        pair_.Value = std::string_view(text, numberSize_);
+        if (watchHeader_) watchHeader(code, pair_.Value);
+        return pair_;
+    }
+    switch (kind) {
+    case BinaryValue::Text: {
+        std::size_t scanned = 0;
+        const char* start = nullptr;
+        const void* nul = nullptr;
+        for (;;) {
+            start = (buffer_ ? buffer_.get() : memory_.data()) + begin_;
+            if ((nul = std::memchr(start + scanned, 0, end_ - begin_ - scanned))) break;
+            scanned = end_ - begin_;
+            if (!fill())
+                RaiseError(err::InputPastEndOfFile, kSource,
+                           "Input past end of file: " + fileName_ + ": byte " + std::to_string(pairLine_) + ": the text of group code " +
+                               std::to_string(code) + " has no end (no NUL byte follows it)");
+        }
+        const std::string_view raw(start, static_cast<std::size_t>(static_cast<const char*>(nul) - start));
+        // A text drawing cannot hold a line break in a value: neither can a binary one.
+        if (std::memchr(raw.data(), '\n', raw.size()) || std::memchr(raw.data(), '\r', raw.size()))
+            Fail(err::TypeMismatch, "the text of group code " + std::to_string(code) + " holds a line break (\"" + Printable(raw) + "\")");
+        consume(raw.size() + 1);
+        pair_.Value = finishValue(decodeValue(raw, code), trimValue, upperCase);
+        if (watchHeader_) watchHeader(code, pair_.Value);
+        return pair_;
+    }
+    case BinaryValue::Chunk: {
+        const std::size_t n = static_cast<unsigned char>(*binaryBytes(1, code, "the length"));
+        const char* p = binaryBytes(n + 1, code, "the data") + 1;
+        static constexpr char kHex[] = "0123456789ABCDEF";
+        decoded_.resize(2 * n);
+        for (std::size_t i = 0; i < n; ++i) {
+            decoded_[2 * i] = kHex[static_cast<unsigned char>(p[i]) >> 4];
+            decoded_[2 * i + 1] = kHex[p[i] & 15];
+        }
+        consume(n + 1);
+        pair_.Value = finishValue(decoded_, trimValue, upperCase);
+        return pair_;
+    }
+    case BinaryValue::Double: break;  // taken above
+    case BinaryValue::Int16:
+        number(int16_t{}, 2);
+        numberKept_ = numberIsInt_ = true;
+        break;
+    case BinaryValue::Int32:
+        number(int32_t{}, 4);
+        numberKept_ = numberIsInt_ = true;
+        break;
+    case BinaryValue::Int64:
+        number(int64_t{}, 8);
+        numberKept_ = true;
+        numberIsInt_ = false;  // ToInt32 takes the text, which checks the range
+        break;
+    case BinaryValue::Byte:
+        number(uint8_t{}, 1);
+        numberKept_ = numberIsInt_ = true;
+        break;
+    }
+    numberSize_ = static_cast<std::size_t>(end - text);
+    pair_.Value = finishValue(std::string_view(text, numberSize_), trimValue, upperCase);
+    if (watchHeader_) watchHeader(code, pair_.Value);
+    return pair_;
+}
+
+bool DXFReader::isWaitingNumber(std::string_view value) const noexcept {
+    return numberKept_ && !numberIsInt_ && numberSize_ == 0 && value.data() == numberText_ && value.empty();
+}
+
+void DXFReader::numberText() {
+    if (!isWaitingNumber(pair_.Value)) return;
+    numberSize_ = static_cast<std::size_t>(std::to_chars(numberText_, numberText_ + sizeof numberText_, number_).ptr - numberText_);
+    pair_.Value = std::string_view(numberText_, numberSize_);
+}
+
 DxfEntry DXFReader::ReadEntry(bool trimValue, bool upperCase) {
-    const Pair& p = Read(trimValue, upperCase);
-    return DxfEntry{p.Code, std::string(p.Value)};
+    Read(trimValue, upperCase);
+    numberText();
+    return DxfEntry{pair_.Code, std::string(pair_.Value)};
 }
 
 void DXFReader::UnReadEntry(const DxfEntry& entry) {
@@ -489,6 +624,7 @@ void DXFReader::UnReadEntry(const DxfEntry& entry) {
 
 void DXFReader::UnRead() {
     if (hasPushBack_) RaiseError(ErrInvalidOperation, kSource, "UnReadEntry/1");
+    numberText();
     pushBackCode_ = pair_.Code;
     // The value may already live in the push-back buffer (a pair read back
     // and pushed again); assign through a copy in that case.
@@ -517,6 +653,7 @@ int64_t DXFReader::BytesLeft() const noexcept {
 }
 
 double DXFReader::ToDouble(std::string_view value) const {
+    if (numberKept_ && value.data() == numberText_ && value.size() == numberSize_) return number_;
     double d = 0;
     switch (ParseDouble(value, d)) {
     case ParseStatus::Ok: return d;
@@ -529,6 +666,14 @@ double DXFReader::ToDouble(std::string_view value) const {
 }
 
 int32_t DXFReader::ToInt32(std::string_view value) const {
+    if (numberKept_ && value.data() == numberText_ && value.size() == numberSize_) {
+        if (numberIsInt_) return static_cast<int32_t>(number_);
+        // A double of a binary drawing, rounded as its text would be.
+        const double r = RoundHalfEven(number_);
+        if (r >= -2147483648.0 && r <= 2147483647.0) return static_cast<int32_t>(r);
+        char text[32];
+        Fail(err::Overflow, "\"" + std::string(text, std::to_chars(text, text + sizeof text, number_).ptr) + "\" is out of the 32-bit integer range");
+    }
     int32_t n = 0;
     switch (ParseInt32(value, n)) {
     case ParseStatus::Ok: return n;
@@ -547,7 +692,7 @@ void DXFReader::Fail(int32_t number, std::string_view what) const {
     std::string text(DefaultErrorText(number));
     text += ": ";
     text += fileName_;
-    text += ":";
+    text += binary_ ? ": byte " : ":";
     text += std::to_string(pairLine_);
     text += ": ";
     text += what;

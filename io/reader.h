@@ -1,6 +1,6 @@
-// The group reader: turns an ASCII drawing file into a stream of group pairs
-// (a code line and a value line), with one pair of push-back, progress
-// events and the code page decoding of values.
+// The group reader: turns a drawing file into a stream of group pairs (a code
+// line and a value line, or their binary form), with one pair of push-back,
+// progress events and the code page decoding of values.
 #pragma once
 
 #include <cstdint>
@@ -94,10 +94,17 @@ public:
     // in error messages.
     void OpenString(std::string data, std::string displayName = "<memory>");
     void CloseInput() noexcept;
-    // Refuses, by name, input that is not an ASCII drawing: an empty file, a
-    // DWG drawing, a binary drawing, anything whose first line is no group
-    // code. Reads nothing away.
+    // Refuses, by name, input that is not a drawing: an empty file, a DWG
+    // drawing, anything whose first line is no group code. A binary drawing
+    // (it starts with kBinarySentinel) is read as such from here on; its code
+    // width comes from its first pair, which is (0, "SECTION") in every
+    // drawing: two bytes 0 before the first letter mean 16-bit codes (AC1012
+    // and later), one byte 0 (or 255 and a 16-bit code) means one-byte codes
+    // (AC1009 and before), whatever $ACADVER says later. Reads nothing away
+    // from a text drawing.
     void CheckFormat();
+    // 0 for a text drawing, else the bytes of a binary drawing's group codes.
+    int BinaryCodeWidth() const noexcept { return binary_; }
 
     // Repairs what leaves the meaning clear (blank group-code lines, a
     // decimal comma, spaces inside a number or a code) instead of failing,
@@ -113,6 +120,8 @@ public:
     bool AtEnd();
 
     // Reads the next pair. Fast form: the value is a view into the reader.
+    // In a binary drawing a double's value is empty until ToDouble or
+    // ToInt32 takes the number; ReadEntry and UnRead give its text.
     const Pair& Read(bool trimValue = true, bool upperCase = false);
     DxfEntry ReadEntry(bool trimValue, bool upperCase);
 
@@ -128,7 +137,9 @@ public:
     // Raised about every megabyte while input of unknown size comes in.
     std::function<void(int64_t bytes)> BytesProgress;
 
-    // Conversions of values with the file name and line in the message.
+    // Conversions of values with the file name and line (the byte offset in
+    // a binary drawing) in the message. The number a binary pair held is
+    // taken as it was, not through its text.
     double ToDouble(std::string_view value) const;
     int32_t ToInt32(std::string_view value) const;
     [[noreturn]] void Fail(int32_t number, std::string_view what) const;
@@ -139,6 +150,7 @@ public:
     int64_t BytesLeft() const noexcept;
 
     const std::string& FileName() const noexcept { return fileName_; }
+    // In a binary drawing, the byte offset where the last pair read starts.
     int64_t LineNumber() const noexcept { return lineNumber_; }
 
 private:
@@ -200,6 +212,21 @@ private:
     bool recoverCode(std::string_view& line, int32_t& code);
     bool recoverNumber(std::string_view value, double& d) const;
     void slurp(int fd, std::string name);
+    const Pair& readBinary(bool trimValue, bool upperCase);
+    bool isWaitingNumber(std::string_view value) const noexcept;
+    void numberText();  // the text of a waiting number, made now
+    // The next n bytes of the pair being read; they stay put until the next call.
+    const char* binaryBytes(std::size_t n, int32_t code, const char* what) {
+        if (end_ - begin_ >= n) [[likely]]
+            return (buffer_ ? buffer_.get() : memory_.data()) + begin_;
+        return binaryBytesSlow(n, code, what);
+    }
+    const char* binaryBytesSlow(std::size_t n, int32_t code, const char* what);
+    void consume(std::size_t n) {
+        begin_ += n;
+        charsRead_ += static_cast<int64_t>(n);
+        if (charsRead_ >= nextCheck_ || currentPercent_ != lastPercent_) progressSlow();
+    }
 
     CodePage codePage_;
     TextConvertMode mode_ = TextConvertMode::None;
@@ -236,6 +263,15 @@ private:
     std::string pushBackValue_;
     int64_t pushBackLine_ = 0;
     int64_t pairLine_ = 0;  // line of the value of the pair last returned
+
+    uint8_t binary_ = 0;  // code width of a binary drawing
+    // The text of a binary number, and the number: ToDouble and ToInt32 take
+    // the number when handed that text.
+    char numberText_[32] = {};
+    std::size_t numberSize_ = 0;
+    bool numberIsInt_ = false;  // 16 or 32 bits, or a flag
+    bool numberKept_ = false;   // a finite number is waiting
+    double number_ = 0;
 
     Pair pair_;
     std::string decoded_;

@@ -9,10 +9,12 @@
 #include <array>
 #include <atomic>
 #include <cerrno>
+#include <charconv>
 #include <cmath>
 #include <cstdlib>
 #include <cstring>
 
+#include "io/binary_codes.h"
 #include "io/error.h"
 #include "io/number.h"
 
@@ -145,6 +147,7 @@ void DXFWriter::OpenOutput(const std::string& fileName) {
         fd_ = fd;
         target_ = fileName == "-" ? "<stdout>" : fileName;
         open_ = true;
+        startOutput();
         return;
     }
     const std::string path = followLinks(fileName);
@@ -177,6 +180,7 @@ void DXFWriter::OpenOutput(const std::string& fileName) {
     tempName_ = temp;
     target_ = path;
     open_ = true;
+    startOutput();
 }
 
 void DXFWriter::OpenString(std::string* target) {
@@ -190,6 +194,13 @@ void DXFWriter::OpenString(std::string* target) {
     }
     size_ = 0;
     open_ = true;
+    startOutput();
+}
+
+void DXFWriter::startOutput() {
+    if (!binary_) return;
+    put(kBinarySentinel.data(), kBinarySentinel.size());
+    lineDone();
 }
 
 void DXFWriter::flush() {
@@ -317,6 +328,7 @@ char* DXFWriter::codeLine(char* p, int32_t code) noexcept {
 
 void DXFWriter::putCode(int32_t code) {
     code_ = code;
+    if (binary_) return binaryCode(code);
     need(16);
     char* p = buffer_.get() + size_;
     size_ += static_cast<std::size_t>(codeLine(p, code) - p);
@@ -326,6 +338,7 @@ void DXFWriter::WriteLine(std::string_view text, bool rightTrim) {
     if (rightTrim)
         while (!text.empty() && text.back() == ' ') text.remove_suffix(1);
     if (IsAscii(text) || utf8Output_) {
+        if (binary_) return binaryValue(code_, text);
         put(text.data(), text.size());
     } else {
         encoded_.clear();
@@ -339,6 +352,7 @@ void DXFWriter::WriteLine(std::string_view text, bool rightTrim) {
         } else {
             EncodeAppend(encoded_, text, codePage_);
         }
+        if (binary_) return binaryValue(code_, encoded_);
         put(encoded_.data(), encoded_.size());
     }
     endLine();
@@ -379,6 +393,7 @@ void DXFWriter::putEncoded(int32_t code) {
     code_ = code;
     if (firstHigh_ && saveMode_ != SaveMode::Classic) keepOffUtf8();
     putCode(code);
+    if (binary_) return binaryValue(code, encoded_);
     put(encoded_.data(), encoded_.size());
     endLine();
     lineDone();
@@ -397,6 +412,10 @@ void DXFWriter::WriteString(int32_t code, std::string_view text) {
         putCode(code);
         WriteLine(text, false);
         return;
+    }
+    if (binary_) {
+        binaryCode(code);
+        return binaryValue(code, text);
     }
     need(16 + text.size() + 2);
     char* const start = buffer_.get() + size_;
@@ -470,6 +489,17 @@ void DXFWriter::WriteTextPieces(std::string_view text, std::size_t pieceUnits, i
 
 void DXFWriter::WriteInteger(int32_t code, int32_t number) {
     if (skips(code)) return;
+    if (binary_) {
+        binaryCode(code);
+        const BinaryValue kind = BinaryValueOf(code);
+        if (kind == BinaryValue::Int32 || (kind == BinaryValue::Int16 && number >= INT16_MIN && number <= INT16_MAX)) {
+            const int16_t small = static_cast<int16_t>(number);
+            kind == BinaryValue::Int32 ? binaryBytes(&number, 4) : binaryBytes(&small, 2);
+            return lineDone();
+        }
+        char text[16];
+        return binaryValue(code, std::string_view(text, static_cast<std::size_t>(FormatInt(text, number) - text)));
+    }
     need(32);
     char* const start = buffer_.get() + size_;
     char* e = FormatInt(codeLine(start, code), number);
@@ -483,6 +513,17 @@ void DXFWriter::WriteDouble(int32_t code, double number) {
     if (skips(code)) return;
     if (!std::isfinite(number))
         RaiseError(err::Overflow, kSource, "Overflow: group " + std::to_string(code) + " holds a value that is not a finite number");
+    if (binary_ && BinaryValueOf(code) == BinaryValue::Double) {
+        // The number itself, not its text rounded to nine decimals.
+        binaryCode(code);
+        binaryBytes(&number, 8);
+        return lineDone();
+    }
+    if (binary_) {
+        char text[kNumberBufferSize];
+        binaryCode(code);
+        return binaryValue(code, std::string_view(text, static_cast<std::size_t>(FormatDouble(text, number) - text)));
+    }
     need(16 + kNumberBufferSize + 2);
     char* const start = buffer_.get() + size_;
     char* e = FormatDouble(codeLine(start, code), number);
@@ -494,6 +535,11 @@ void DXFWriter::WriteDouble(int32_t code, double number) {
 
 void DXFWriter::WriteHandle(int32_t code, int32_t handle) {
     if (skips(code)) return;
+    if (binary_) {
+        char text[16];
+        binaryCode(code);
+        return binaryValue(code, std::string_view(text, static_cast<std::size_t>(FormatHandle(text, handle) - text)));
+    }
     need(32);
     char* const start = buffer_.get() + size_;
     char* e = FormatHandle(codeLine(start, code), handle);
@@ -507,6 +553,91 @@ void DXFWriter::WritePoint(double x, double y, double z, int32_t codeX, int32_t 
     WriteDouble(codeX, x);
     WriteDouble(codeY, y);
     WriteDouble(codeZ, z);
+}
+
+void DXFWriter::binaryCode(int32_t code) {
+    code_ = code;
+    if (code < 0 || code > 0xFFFF) RaiseError(err::Overflow, kSource, "Overflow: group code " + std::to_string(code) + " does not fit a binary drawing");
+    const unsigned char bytes[3] = {255, static_cast<unsigned char>(code & 255), static_cast<unsigned char>(code >> 8)};
+    if (binary_ == 2)
+        binaryBytes(bytes + 1, 2);
+    else if (code < 255)
+        binaryBytes(bytes + 1, 1);
+    else
+        binaryBytes(bytes, 3);
+}
+
+void DXFWriter::failValue(int32_t code, std::string_view text, const char* why) const {
+    std::string shown;
+    for (char c : text.substr(0, 40)) shown.push_back(static_cast<unsigned char>(c) < 0x20 ? '?' : c);
+    RaiseError(err::TypeMismatch, kSource, "Type mismatch: group " + std::to_string(code) + " value \"" + shown + "\" " + why);
+}
+
+// Numbers come as the text a text drawing holds, and are converted as a
+// reader converts them.
+void DXFWriter::binaryValue(int32_t code, std::string_view text) {
+    const auto integer = [&](int64_t low, int64_t high) {
+        int64_t v = 0;
+        const char* first = text.data();
+        const char* last = first + text.size();
+        while (first < last && *first == ' ') ++first;
+        while (last > first && last[-1] == ' ') --last;
+        const auto r = std::from_chars(first, last, v);
+        if (r.ec != std::errc() || r.ptr != last) {
+            double d = 0;
+            if (ParseDouble(text, d) != ParseStatus::Ok || !(std::fabs(d) < 9.2e18)) failValue(code, text, "is not an integer that fits");
+            v = static_cast<int64_t>(RoundHalfEven(d));
+        }
+        if (v < low || v > high) failValue(code, text, "is out of the range of its group");
+        return v;
+    };
+    switch (BinaryValueOf(code)) {
+    case BinaryValue::Text:
+        if (std::memchr(text.data(), 0, text.size())) failValue(code, text, "holds a NUL byte, which ends a text in a binary drawing");
+        put(text.data(), text.size());
+        put("", 1);
+        break;
+    case BinaryValue::Double: {
+        double d = 0;
+        if (ParseDouble(text, d) != ParseStatus::Ok) failValue(code, text, "is not a number");
+        binaryBytes(&d, 8);
+        break;
+    }
+    case BinaryValue::Int16: {
+        const auto v = static_cast<int16_t>(integer(INT16_MIN, INT16_MAX));
+        binaryBytes(&v, 2);
+        break;
+    }
+    case BinaryValue::Int32: {
+        const auto v = static_cast<int32_t>(integer(INT32_MIN, INT32_MAX));
+        binaryBytes(&v, 4);
+        break;
+    }
+    case BinaryValue::Int64: {
+        const int64_t v = integer(INT64_MIN, INT64_MAX);
+        binaryBytes(&v, 8);
+        break;
+    }
+    case BinaryValue::Byte: {
+        const auto v = static_cast<uint8_t>(integer(0, 255));
+        binaryBytes(&v, 1);
+        break;
+    }
+    case BinaryValue::Chunk: {
+        const auto hex = [](char c) { return c >= '0' && c <= '9' ? c - '0' : c >= 'A' && c <= 'F' ? c - 'A' + 10 : c >= 'a' && c <= 'f' ? c - 'a' + 10 : -1; };
+        if (text.size() % 2 != 0 || text.size() > 2 * 255) failValue(code, text, "is not hexadecimal data of at most 255 bytes");
+        unsigned char bytes[256];
+        bytes[0] = static_cast<unsigned char>(text.size() / 2);
+        for (std::size_t i = 0; i < text.size(); i += 2) {
+            const int hi = hex(text[i]), lo = hex(text[i + 1]);
+            if (hi < 0 || lo < 0) failValue(code, text, "is not hexadecimal data");
+            bytes[1 + i / 2] = static_cast<unsigned char>(hi << 4 | lo);
+        }
+        binaryBytes(bytes, 1 + text.size() / 2);
+        break;
+    }
+    }
+    lineDone();
 }
 
 void DXFWriter::BeginSection() { WriteString(0, "SECTION"); }

@@ -1,5 +1,5 @@
-// The group writer: writes group pairs as two CR LF terminated lines each,
-// through a large buffer. Saving to a file goes to a temporary file in the
+// The group writer: writes group pairs as two CR LF terminated lines each, or
+// in binary form, through a large buffer. Saving to a file goes to a temporary file in the
 // same folder that replaces the target only when CloseOutput completes, so
 // a failed save never destroys the file that was there. A symbolic link stays
 // a link: the file it leads to is the one replaced. Other names of a file
@@ -48,6 +48,12 @@ public:
     // R12 lacks (subclass markers, owners, links) never are.
     void SetR12Handles(bool on) noexcept { r12Handles_ = on; }
     bool R12Handles() const noexcept { return r12Handles_; }
+    // A binary drawing: the sentinel, then each pair as its group code (16
+    // bits, or one byte with 255 and 16 bits for larger codes) and its value
+    // in the form its code calls for (BinaryValueOf); text is encoded as for
+    // a text drawing. Set before the output is opened.
+    void SetBinary(bool on, bool oneByteCodes = false) noexcept { binary_ = on ? (oneByteCodes ? 1 : 2) : 0; }
+    bool Binary() const noexcept { return binary_ != 0; }
 
     void OpenOutput(const std::string& fileName);
     // Raised after each buffer written, with the bytes written so far.
@@ -95,6 +101,12 @@ private:
     void put(const char* data, std::size_t size);
     void endLine() { put("\r\n", 2); }
     void putEncoded(int32_t code);  // encoded_ as the value line
+    void startOutput();
+    void binaryCode(int32_t code);
+    // A value given as the text of its value line, put in its code's form.
+    void binaryValue(int32_t code, std::string_view text);
+    void binaryBytes(const void* data, std::size_t size) { put(static_cast<const char*>(data), size); }
+    [[noreturn]] void failValue(int32_t code, std::string_view text, const char* why) const;
     void keepOffUtf8();
     // Output into a string is written through, so the string is complete
     // after every pair even before CloseOutput.
@@ -106,6 +118,7 @@ private:
     SaveMode saveMode_ = SaveMode::Classic;
     bool utf8Output_ = false;
     bool r12Handles_ = false;
+    uint8_t binary_ = 0;     // code width of a binary drawing
     bool firstHigh_ = true;  // no value line above ASCII written yet
     int32_t code_ = 0;       // the code of the value line being written
     bool open_ = false;

@@ -97,12 +97,12 @@ std::shared_ptr<DXFDocument> newDocument() {
     });
 }
 
-const char* const kLoadOptions[] = {"TextConvertMode", "CodePage", "SaveMode", "Progress", "Recover"};
+const char* const kLoadOptions[] = {"TextConvertMode", "CodePage", "SaveMode", "Binary", "Progress", "Recover"};
 
 }  // namespace
 
 PYBIND11_MODULE(ormavec, m) {
-    m.doc() = "Read, change and write ASCII DXF drawings.";
+    m.doc() = "Read, change and write DXF drawings (text or binary).";
     m.attr("__version__") = ORMAVEC_VERSION;
     gExiting = false;
     py::module_::import("atexit").attr("register")(py::cpp_function([] { gExiting = true; }));
@@ -267,6 +267,7 @@ PYBIND11_MODULE(ormavec, m) {
         .def_property("R12Handles", &DXFDocument::R12Handles, &DXFDocument::SetR12Handles, "R12 saves: whether entities get handles.")
         .def_property("R12Tolerance", &DXFDocument::R12Tolerance, &DXFDocument::SetR12Tolerance,
                       "R12 saves: how far (drawing units) an ellipse's chords may stray from it; 0 is 1/1000 of its major radius.")
+        .def_property("Binary", &DXFDocument::Binary, &DXFDocument::SetBinary, "Saves write binary DXF of the same content.")
         // A CodePage, a number (1251) or a drawing's name for a page ("ANSI_1251", "DOS866").
         .def_property("CodePage", &DXFDocument::CodePage,
                       [](DXFDocument& d, const py::object& v) {
@@ -333,7 +334,7 @@ PYBIND11_MODULE(ormavec, m) {
             for (auto [key, value] : options) {
                 const std::string name = py::str(key);
                 if (std::find(std::begin(kLoadOptions), std::end(kLoadOptions), name) == std::end(kLoadOptions))
-                    throw py::type_error("load() has no option " + name + " (it takes TextConvertMode, CodePage, SaveMode, Progress, Recover)");
+                    throw py::type_error("load() has no option " + name + " (it takes TextConvertMode, CodePage, SaveMode, Binary, Progress, Recover)");
                 py::setattr(d, key, value);
             }
             d.attr("Load")(path);

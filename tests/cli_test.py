@@ -44,7 +44,8 @@ ROWS = [
     ("convert --classic --utf8 -- {d}/r12.dxf {d}/classic.dxf", 0, "^$"), ("info --json {d}/classic.dxf", 0, '"acadver":1009'),
     ("info --json {d}/utf8.dxf", 0, '"Árvíztűrő".*"Ελληνικά".*"中文图层"'), ("info --json --classic {d}/utf8.dxf", 0, "^(?!.*Ελληνικά)"),
     ("info {d}/empty.dxf", 1, "empty.dxf is empty"), ("info {d}/a.dwg", 1, r"a.dwg looks like a DWG drawing \(AC1032\)"),
-    ("info {d}/bin.dxf", 1, "bin.dxf is a binary DXF file"),
+    ("info {d}/bin.dxf", 1, r"bin.dxf: byte 50: the number of group code 10 is cut off \(8 bytes needed, 3 left\)"),
+    ("convert --binary {ex} {d}/b.dxf", 0, "^$"), ("info --json {d}/b.dxf", 0, r'"acadver":1015,.*"INSERTS":11,"LINES":5,.*"TEXTS":7,'),
     ("info {d}/junk.dxf", 1, r'junk.dxf is not a DXF file \(its first line is "\\x00\\x1B\[31m\\xFF\\xC3(\\x[0-9A-F]{{2}})?\\x0D\\x0Dxxx+\.\.\."'),
     ("info {d}/cut.dxf", 0, "LINES        1.*warning: [^\n]*cut.dxf:26: the drawing ends inside the ENTITIES section"),
     ("info --strict {d}/cut.dxf", 1, "cut.dxf:26: the drawing ends inside the ENTITIES section"),
@@ -101,7 +102,7 @@ def main(ormavec):
     cut = dxf("AC1009").split(b"0\r\nENDSEC\r\n0\r\nEOF")[0]
     with tempfile.TemporaryDirectory() as d:
         for name, data in (("r12", dxf("AC1009")), ("utf8", dxf("AC1021")), ("bad", b"0\r\nSECTION\r\n2\r\nENTITIES\r\nx\r\nLINE\r\n0\r\nEOF\r\n"),
-                           ("empty", b""), ("a.dwg", b"AC1032\0\0\0\0\0\x1f\x02"), ("bin", b"AutoCAD Binary DXF\r\n\x1a\0\x00\x01"),
+                           ("empty", b""), ("a.dwg", b"AC1032\0\0\0\0\0\x1f\x02"), ("bin", b"AutoCAD Binary DXF\r\n\x1a\0\0\0SECTION\0\2\0ENTITIES\0\0\0LINE\0\x0a\0\0\0\0"),
                            ("junk", b"\0\x1b[31m\xff\xc3\r\r" + b"x" * 60 + b"\n"), ("cut", cut), ("noeof", cut + b"0\r\nENDSEC\r\n"),
                            ("damaged", b"0\nSECTION\n2\nENTITIES\n0\nLINE\n8\n0\n\n 1 0\n1,5\n20\n- 2\n0\nENDSEC\n0\nEOF\n"),
                            ("target", b"old\n")):

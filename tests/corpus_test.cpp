@@ -2,9 +2,9 @@
 // error naming the file and the line, when the manifest marks it broken),
 // survives a save and a reload field by field, and its saves settle. Each is
 // also read with Auto and saved in the Standard mode, which must load back as
-// the same model. The first saves of both modes stay in the build folder, each
-// with a JSON of our counts, for the check with an independent reader
-// (ezdxf_check.py). Every input that once broke a fuzz target is replayed.
+// the same model, and so must its binary save. The first saves (classic,
+// standard, binary) stay in the build folder, each with a JSON of our counts,
+// for the check with an independent reader (ezdxf_check.py). Every input that once broke a fuzz target is replayed.
 #include <gtest/gtest.h>
 
 #include <cstdio>
@@ -28,7 +28,8 @@ using ormavec::testing::ModelComparer;
 namespace {
 
 const fs::path kCorpus = fs::path(ORMAVEC_SOURCE_DIR) / ".." / "shared" / "corpus";
-const fs::path kSaved[2] = {fs::path(ORMAVEC_BINARY_DIR) / "corpus_saved", fs::path(ORMAVEC_BINARY_DIR) / "corpus_saved_standard"};
+const fs::path kSaved[3] = {fs::path(ORMAVEC_BINARY_DIR) / "corpus_saved", fs::path(ORMAVEC_BINARY_DIR) / "corpus_saved_standard",
+                            fs::path(ORMAVEC_BINARY_DIR) / "corpus_saved_binary"};
 
 std::string Json(std::string_view s) {
     std::string out = "\"";
@@ -77,7 +78,7 @@ TEST(CorpusTest, RoundTripsEveryFile) {
         ASSERT_NE(row, std::string::npos) << "not listed in MANIFEST.tsv";
         std::string flat = rel;
         std::replace(flat.begin(), flat.end(), '/', '~');
-        DXFDocument first, second, source, standard;
+        DXFDocument first, second, source, standard, binary;
         try {
             first.Load(name);
         } catch (const Error& e) {
@@ -96,6 +97,10 @@ TEST(CorpusTest, RoundTripsEveryFile) {
         source.Load(name);
         source.Save(saved[1].string());
         standard.Load(saved[1].string());
+        source.SetBinary(true);
+        source.Save((kSaved[2] / flat).string());
+        binary.SetTextConvertMode(TextConvertMode::Auto);
+        binary.Load((kSaved[2] / flat).string());
         const int32_t declared[2] = {first.HEADER()->AcadVer(), std::max<int32_t>(source.HEADER()->AcadVer(), 1015)};
         EXPECT_EQ(standard.HEADER()->AcadVer(), declared[1]);
         for (int m = 0; m < 2; ++m) {
@@ -124,16 +129,18 @@ TEST(CorpusTest, RoundTripsEveryFile) {
         EXPECT_TRUE(next == last) << "the saves of what each reload gives do not settle";
 
         // Only the declared version and the text styles that texts name and
-        // the table lacked may differ after the Standard save.
-        standard.HEADER()->SetAcadVer(source.HEADER()->AcadVer());
-        STYLES& styles = *standard.TABLES()->STYLES();
-        for (int32_t i = styles.Count() - 1; i >= 0; --i)
-            if (source.TABLES()->STYLES()->IndexOfName(styles.Item(i).StyleName) < 0) styles.Delete(i);
-        diffs = ModelComparer(CompareOptions{.textKept = true}).Compare(source, standard);
-        EXPECT_TRUE(diffs.empty()) << "the Standard save loads other than the model saved: " << diffs[0];
+        // the table lacked may differ after the Standard save, text or binary.
+        for (DXFDocument* back : {&standard, &binary}) {
+            back->HEADER()->SetAcadVer(source.HEADER()->AcadVer());
+            STYLES& styles = *back->TABLES()->STYLES();
+            for (int32_t i = styles.Count() - 1; i >= 0; --i)
+                if (source.TABLES()->STYLES()->IndexOfName(styles.Item(i).StyleName) < 0) styles.Delete(i);
+            diffs = ModelComparer(CompareOptions{.textKept = true, .exactNumbers = back == &binary}).Compare(source, *back);
+            EXPECT_TRUE(diffs.empty()) << "the Standard save " << (back == &binary ? "(binary) " : "") << "loads other than the model saved: " << diffs[0];
+        }
     }
     fs::remove(kSaved[0] / "again.dxf");
-    for (int m = 0; m < 2; ++m) std::ofstream(kSaved[m] / "counts.json", std::ios::binary) << counts[m] << "]\n";
+    for (int m = 0; m < 3; ++m) std::ofstream(kSaved[m] / "counts.json", std::ios::binary) << counts[m ? 1 : 0] << "]\n";
 }
 
 // The comparison itself sees a change in any part of the model.

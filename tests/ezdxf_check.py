@@ -1,12 +1,19 @@
 #!/usr/bin/env python3
 """ezdxf, an independent reader, opens the drawings the corpus round trip
-saved: every Standard save, and the Classic saves of AC1015 or later (older
-versions lack the handles and subclass markers ezdxf relies on). Each must be
-read strictly, audited without errors (Standard saves without fixes either)
-and show the entity counts of the model that was saved, listed with the file
-in counts.json. A drawing whose source ezdxf cannot read either is skipped.
+saved: every Standard save (text and binary), and the Classic saves of AC1015
+or later (older versions lack the handles and subclass markers ezdxf relies
+on). Each must be read strictly, audited without errors (Standard saves
+without fixes either) and show the entity counts of the model that was saved,
+listed with the file in counts.json. A drawing whose source ezdxf cannot read
+either is skipped.
 
-    ezdxf_check.py CLASSIC_FOLDER STANDARD_FOLDER     (exit 77: nothing to check)
+    ezdxf_check.py CLASSIC_FOLDER STANDARD_FOLDER [BINARY_FOLDER]   (exit 77: nothing to check)
+
+With --twins, ezdxf saves every shared drawing it can as text and as binary
+(R12 drawings stay R12, with one-byte group codes); both twins must load as
+the same model, seen as identical Standard saves of the two by the command.
+
+    ezdxf_check.py --twins ORMAVEC CORPUS OUT_FOLDER
 """
 import collections
 import json
@@ -67,5 +74,30 @@ def main(folders):
     return 1 if failed else 0
 
 
+def twins(ormavec, corpus, out):
+    import filecmp
+    import subprocess
+    os.makedirs(out, exist_ok=True)
+    saved = same = 0
+    for folder, _, files in sorted(os.walk(corpus)):
+        for name in sorted(f for f in files if f.lower().endswith(".dxf")):
+            source, base = os.path.join(folder, name), os.path.join(out, "twin")
+            try:
+                doc = ezdxf.readfile(source)
+                doc.saveas(base + ".txt.dxf")
+                doc.saveas(base + ".bin.dxf", fmt="bin")
+            except Exception:
+                continue  # ezdxf cannot read or save it
+            saved += 1
+            runs = [subprocess.run([ormavec, "convert", base + form, base + form + ".std"], capture_output=True, text=True)
+                    for form in (".txt.dxf", ".bin.dxf")]
+            if all(r.returncode == 0 for r in runs) and filecmp.cmp(base + ".txt.dxf.std", base + ".bin.dxf.std", shallow=False):
+                same += 1
+            else:
+                print("DIFF %s (%s) %s" % (os.path.relpath(source, corpus), doc.dxfversion, " | ".join(r.stderr.strip() for r in runs)))
+    print("ezdxf_check --twins: %d drawings saved by ezdxf in both forms, %d load alike" % (saved, same))
+    return 0 if saved == same and saved else 1
+
+
 if __name__ == "__main__":
-    sys.exit(main(sys.argv[1:]))
+    sys.exit(twins(*sys.argv[2:]) if sys.argv[1:2] == ["--twins"] else main(sys.argv[1:]))

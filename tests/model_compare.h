@@ -32,6 +32,8 @@ struct CompareOptions {
     CodePage codePage = CodePage::Windows1250;
     // The save wrote every character (a Standard save read back with Auto).
     bool textKept = false;
+    // Doubles were written as they are (a binary save), not with nine decimals.
+    bool exactNumbers = false;
 };
 
 class ModelComparer {
@@ -98,7 +100,7 @@ private:
     void value(const std::string& path, T e, T a) {
         char buf[kNumberBufferSize];
         if constexpr (std::is_same_v<T, double>)
-            if (std::isfinite(e)) (void)ParseDouble(std::string_view(buf, static_cast<std::size_t>(FormatDouble(buf, e) - buf)), e);
+            if (std::isfinite(e) && !o_.exactNumbers) (void)ParseDouble(std::string_view(buf, static_cast<std::size_t>(FormatDouble(buf, e) - buf)), e);
         if (e != a) differ(path, e, a);
     }
     // A text; a declared fallback is written in place of an empty one.

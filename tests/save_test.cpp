@@ -412,14 +412,16 @@ void RandomModel(DXFDocument& doc) {
 
 // Saves in the mode and loads back; a Standard save is read with Auto and
 // its additions (the version it declares, the styles texts name) undone.
-std::vector<std::string> RoundTrip(DXFDocument& doc, SaveMode mode, std::string* text = nullptr) {
+std::vector<std::string> RoundTrip(DXFDocument& doc, SaveMode mode, std::string* text = nullptr, bool binary = false) {
     TempDir dir;
     doc.SetSaveMode(mode);
+    doc.SetBinary(binary);
     doc.Save(dir / "m.dxf");
     if (text) *text = ReadFile(dir / "m.dxf");
     DXFDocument back;
     CompareOptions options;
     options.textKept = mode == SaveMode::Standard;
+    options.exactNumbers = binary;
     options.codePage = doc.CodePage();
     back.SetCodePage(doc.CodePage());
     ModelComparer comparer(options);
@@ -443,6 +445,30 @@ RC_GTEST_PROP(ModelRoundTrip, GeneratedModelComesBackEqualInBothModes, ()) {
     DXFDocument doc;
     RandomModel(doc);
     for (SaveMode m : {SaveMode::Classic, SaveMode::Standard}) RC_ASSERT(RoundTrip(doc, m) == std::vector<std::string>{});
+}
+
+// Binary saves: one-byte group codes for a classic save of a version before
+// AC1012, 16-bit ones otherwise; both come back as the model. Any cut of the
+// file fails with the byte offset where the pair starts, or loads what it holds.
+RC_GTEST_PROP(ModelRoundTrip, BinarySaveComesBackEqualAndItsCutsFailByOffset, ()) {
+    VersionModeScope mode(6);
+    DXFDocument doc;
+    RandomModel(doc);
+    std::string bytes;
+    for (SaveMode m : {SaveMode::Classic, SaveMode::Standard}) {
+        RC_ASSERT(RoundTrip(doc, m, &bytes, true) == std::vector<std::string>{});
+        const bool oneByte = m == SaveMode::Classic && doc.HEADER()->AcadVer() < 1012;
+        RC_ASSERT(bytes.substr(22, oneByte ? 2 : 3) == (oneByte ? std::string("\0S", 2) : std::string("\0\0S", 3)));
+    }
+    TempDir dir;
+    WriteFile(dir / "cut.dxf", bytes.substr(0, *gen::inRange<std::size_t>(23, bytes.size())));
+    DXFDocument cut;
+    try {
+        cut.Load(dir / "cut.dxf");
+        RC_ASSERT(!cut.Warnings().empty());
+    } catch (const Error& e) {
+        RC_ASSERT(std::string(e.what()).find("cut.dxf: byte ") != std::string::npos);
+    }
 }
 
 namespace {

@@ -74,8 +74,9 @@ def test_a_drawing_walked_changed_saved_and_read_again(tmp_path):
     next(i for i in doc.ENTITIES.INSERTS if i.ATTRIBS).ATTRIBS.Add(ormavec.ATTRIB_ENT())
     for _ in 1, 2:
         layers.Add(layer)  # a name already there is dropped
-    doc.SaveMode, doc.Progress = ormavec.SaveMode.Standard, None
+    doc.SaveMode, doc.Binary, doc.Progress = ormavec.SaveMode.Standard, True, None
     doc.Save(str(tmp_path / "out.dxf"))
+    assert (tmp_path / "out.dxf").read_bytes().startswith(b"AutoCAD Binary DXF\r\n\x1a\0\0\0SECTION\0")
     again.Load(str(tmp_path / "out.dxf"))
     assert (again.ENTITIES.LINES[1].Layer, again.TABLES.LAYERS.Count, again.BLOCKS.ItemByName("AJTÓ").LINES.Count) == ("Changed", 10, 3)
     assert sum(i.ATTRIBS.Count for i in again.ENTITIES.INSERTS if i.ATTRIBS) == 3
