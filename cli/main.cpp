@@ -540,13 +540,19 @@ int runConvert(const Arguments& a) {
         throw UsageError{"convert needs an input and an output file (see ormavec convert --help)"};
     DXFDocument& doc = processDocument();
     configure(doc, a.load);
-    if (!a.load.classic) doc.SetSaveMode(SaveMode::Standard);
+    if (!a.load.classic) {
+        doc.SetSaveMode(SaveMode::Standard);
+        doc.SetPreserve(true);
+    }
     if (a.callLog) {
         clsDebug debug;
         debug.sLogFileName(*a.callLog);
         debug.bCallLog(true);
     }
     load(doc, a.positional[0], a.load);
+    // Said, not failed on with --strict: most drawings hold something a save
+    // cannot write back.
+    if (!doc.NotKept().Empty()) printError("not kept: " + doc.NotKept().Text(), "ormavec: warning: ");
     withBar(doc, "Saving", a.positional[1], [&] { doc.Save(a.positional[1]); });
     return 0;
 }

@@ -46,6 +46,13 @@ public:
     void SetRecover(bool on) noexcept { recover_ = on; }
     bool Recover() const noexcept { return recover_; }
     void Save(const std::string& fileName);
+    // A preserving load keeps what the typed model does not hold (header
+    // variables, entities of kinds it does not type, their draw order), and
+    // a Standard save writes it back; see document/kept.h. Off by default.
+    void SetPreserve(bool on) noexcept { preserve_ = on; }
+    bool Preserve() const noexcept { return preserve_; }
+    // What the last load read but did not keep; empty when it kept all.
+    const ::ormavec::NotKept& NotKept() const noexcept { return notKept_; }
     // Part of the interface; they change nothing.
     void ExplodePolyLines() noexcept {}
     void ExplodeLWPolyLines() noexcept {}
@@ -97,6 +104,8 @@ private:
     bool readAsUtf8_ = false;
     ::ormavec::SaveMode saveMode_ = ::ormavec::SaveMode::Classic;
     bool recover_ = false;
+    bool preserve_ = false;
+    ::ormavec::NotKept notKept_;
     std::vector<LoadWarning> warnings_;
     std::unique_ptr<DXFReader> reader_;  // the reader of a load in progress or of a failed one
 };
