@@ -550,10 +550,10 @@ int runConvert(const Arguments& a) {
         debug.bCallLog(true);
     }
     load(doc, a.positional[0], a.load);
-    // Said, not failed on with --strict: most drawings hold something a save
-    // cannot write back.
-    if (!doc.NotKept().Empty()) printError("not kept: " + doc.NotKept().Text(), "ormavec: warning: ");
     withBar(doc, "Saving", a.positional[1], [&] { doc.Save(a.positional[1]); });
+    // Said once saved, and not failed on with --strict: most drawings hold
+    // something a save cannot write back.
+    if (!doc.NotKept().Empty()) printError("not kept: " + doc.NotKept().Text(), "ormavec: warning: ");
     return 0;
 }
 

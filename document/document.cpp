@@ -116,7 +116,8 @@ void DXFDocument::Save(const std::string& fileName) {
         if (BytesProgress) BytesProgress(bytes);
     };
     writer.OpenOutput(fileName);
-    SaveContext save(writer);
+    // Kept pointers keep their meaning only if nothing new takes their handles.
+    SaveContext save(writer, saveMode_ == ::ormavec::SaveMode::Standard ? KeptHandleBase(header_->KeptHandleSeed(), *blocks_, *entities_) : 0);
     Trace("DXFDocument.Save 2");
     header_->WriteOut(writer, save.Standard() ? PrepareStandardSave(save, *tables_, *blocks_, *entities_) : 0);
     Trace("DXFDocument.Save 3");

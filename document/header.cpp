@@ -73,6 +73,7 @@ void HEADER::ReadSection(DXFReader& reader, bool preserve, NotKept* lost) {
     SetInsBase({});
     declaredCodePage_.clear();
     kept_.clear();
+    keptSeed_ = 0;
     KeptVariable* open = nullptr;  // the kept variable whose pairs come now
     while (!reader.AtEnd()) {
         const DXFReader::Pair& pair = reader.Read();
@@ -104,6 +105,12 @@ void HEADER::ReadSection(DXFReader& reader, bool preserve, NotKept* lost) {
             SetExtMin(readPoint(reader));
         } else if (name == "$INSBASE") {
             SetInsBase(readPoint(reader));
+        } else if (preserve && name == "$HANDSEED") {
+            const DXFReader::Pair& value = reader.Read();
+            if (value.Code == 5)
+                keptSeed_ = ParseHandle(value.Value);
+            else
+                reader.UnRead();
         }
     }
 }

@@ -4,10 +4,21 @@
 
 namespace ormavec {
 
-std::string_view RawEntity::Handle() const noexcept {
+uint32_t RawEntity::Handle() const noexcept {
     for (const DxfEntry& p : Pairs)
-        if (p.Code == 5) return p.Value;
-    return {};
+        if (p.Code == 5) return ParseHandle(p.Value);
+    return 0;
+}
+
+uint32_t ParseHandle(std::string_view text) noexcept {
+    uint32_t v = 0;
+    if (text.empty() || text.size() > 8) return 0;
+    for (char c : text) {
+        const int d = c >= '0' && c <= '9' ? c - '0' : c >= 'A' && c <= 'F' ? c - 'A' + 10 : c >= 'a' && c <= 'f' ? c - 'a' + 10 : -1;
+        if (d < 0) return 0;
+        v = v * 16 + static_cast<uint32_t>(d);
+    }
+    return v > 0x7FFFFFFF ? 0 : v;
 }
 
 void KeptEntities::Read(DXFReader& reader, std::string_view name, uint32_t place) {
@@ -27,9 +38,14 @@ void KeptEntities::Read(DXFReader& reader, std::string_view name, uint32_t place
 void KeptEntities::Write(SaveContext& save, const RawEntity& e) {
     DXFWriter& w = save.Writer();
     w.WriteString(0, e.Name);
-    // The handle and owner of this save come first, in place of those the
-    // file gave, which number a drawing that is not written again as it was.
-    save.WriteHandle();
+    // Handle and owner come first; the owner is the save's.
+    const uint32_t h = e.Handle();
+    if (h != 0 && save.keptHandles.insert(h).second) {
+        w.WriteHandle(5, static_cast<int32_t>(h));
+        save.WriteOwner();
+    } else {
+        save.WriteHandle();
+    }
     bool ownerSeen = false, inClass = false;
     const std::vector<DxfEntry>& pairs = e.Pairs;
     for (std::size_t i = 0; i < pairs.size(); ++i) {

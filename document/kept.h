@@ -15,6 +15,9 @@
 //   the Standard save merges them with the typed records by place.
 // - Header variables are kept in order on the HEADER, as pairs; those the
 //   model types are written from the model where they stood.
+// - Handles: a save numbers what it writes from above the drawing's own
+//   handle seed, so that a kept pointer to something not written dangles
+//   instead of reaching something else; kept entities keep their handles.
 // - Nothing is kept on a load that does not preserve (the Classic path): it
 //   only counts what it passes over (NotKept), so that the loss is said.
 #pragma once
@@ -31,13 +34,17 @@ namespace ormavec {
 
 class SaveContext;
 
+// A handle's hexadecimal text as a number; 0 for a text that is no handle
+// of the 31-bit range a save writes.
+uint32_t ParseHandle(std::string_view text) noexcept;
+
 // One entity kept as the pairs of the file, its 0/<name> pair aside.
 struct RawEntity {
     std::string Name;
     uint32_t Place = 0;
     std::vector<DxfEntry> Pairs;
-    // The handle it carried (group 5), "" for none.
-    std::string_view Handle() const noexcept;
+    // The handle it carried (group 5), 0 for none or one that is no handle.
+    uint32_t Handle() const noexcept;
 };
 
 // The raw entities of one entity set, in the order read.
@@ -49,9 +56,10 @@ public:
     int64_t Count() const noexcept { return static_cast<int64_t>(items_.size()); }
     // Reads the pairs after 0/<name> up to the next code-0 pair (pushed back).
     void Read(DXFReader& reader, std::string_view name, uint32_t place);
-    // Writes one with a fresh handle and the save's owner; groups that point
-    // into objects a save does not write (reactors, extension dictionaries)
-    // are left out.
+    // Writes one with the save's owner and the handle it carried, so that
+    // what points to it still does; a fresh handle when it carried none or
+    // one already written. Groups that point into objects a save does not
+    // write (reactors, extension dictionaries) are left out.
     static void Write(SaveContext& save, const RawEntity& e);
 
 private:

@@ -6,6 +6,7 @@
 
 #include <cstdint>
 #include <string>
+#include <unordered_set>
 #include <vector>
 
 #include "io/error.h"
@@ -64,6 +65,9 @@ public:
     std::vector<Layout> layouts;
     // Text styles that entities name and the STYLE table lacks.
     std::vector<std::string> extraStyles;
+    // Handles that kept entities carry and this save wrote; all lie below
+    // the first handle the save takes.
+    std::unordered_set<uint32_t> keptHandles;
 
 private:
     DXFWriter& writer_;
