@@ -1,13 +1,21 @@
 #include "document/kept.h"
 
+#include <algorithm>
+
 #include "document/save_context.h"
 
 namespace ormavec {
 
-uint32_t RawEntity::Handle() const noexcept {
+uint32_t RawEntity::Handle(int32_t code) const noexcept {
     for (const DxfEntry& p : Pairs)
-        if (p.Code == 5) return ParseHandle(p.Value);
+        if (p.Code == code) return ParseHandle(p.Value);
     return 0;
+}
+
+uint32_t KeptEntities::MaxHandle(int32_t handleCode) const noexcept {
+    uint32_t m = 0;
+    for (const RawEntity& e : items_) m = std::max(m, e.Handle(handleCode));
+    return m;
 }
 
 uint32_t ParseHandle(std::string_view text) noexcept {
@@ -35,23 +43,20 @@ void KeptEntities::Read(DXFReader& reader, std::string_view name, uint32_t place
     }
 }
 
-void KeptEntities::Write(SaveContext& save, const RawEntity& e) {
+void KeptEntities::Write(SaveContext& save, const RawEntity& e, int32_t handleCode) {
     DXFWriter& w = save.Writer();
     w.WriteString(0, e.Name);
     // Handle and owner come first; the owner is the save's.
-    const uint32_t h = e.Handle();
-    if (h != 0 && save.keptHandles.insert(h).second) {
-        w.WriteHandle(5, static_cast<int32_t>(h));
-        save.WriteOwner();
-    } else {
-        save.WriteHandle();
-    }
+    const uint32_t h = e.Handle(handleCode);
+    const int32_t written = h != 0 && save.keptHandles.insert(h).second ? static_cast<int32_t>(h) : save.TakeHandle();
+    w.WriteHandle(handleCode, written);
+    save.WriteOwner();
     bool ownerSeen = false, inClass = false;
     const std::vector<DxfEntry>& pairs = e.Pairs;
     for (std::size_t i = 0; i < pairs.size(); ++i) {
         const DxfEntry& p = pairs[i];
         if (p.Code == 100) inClass = true;
-        if (!inClass && (p.Code == 5 || (p.Code == 330 && !ownerSeen))) {
+        if (!inClass && (p.Code == handleCode || (p.Code == 330 && !ownerSeen))) {
             ownerSeen = ownerSeen || p.Code == 330;
             continue;
         }

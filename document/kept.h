@@ -13,6 +13,8 @@
 //   does not keep them (ATTDEF, SOLID in blocks, HATCH in ENTITIES), are kept
 //   as raw pairs in the set that read them (KeptEntities), with their place;
 //   the Standard save merges them with the typed records by place.
+// - The entries of the APPID and DIMSTYLE tables are kept alike, as their
+//   names are what kept entities and XDATA refer to.
 // - Header variables are kept in order on the HEADER, as pairs; those the
 //   model types are written from the model where they stood.
 // - Handles: a save numbers what it writes from above the drawing's own
@@ -43,8 +45,9 @@ struct RawEntity {
     std::string Name;
     uint32_t Place = 0;
     std::vector<DxfEntry> Pairs;
-    // The handle it carried (group 5), 0 for none or one that is no handle.
-    uint32_t Handle() const noexcept;
+    // The handle it carried (group 5, or 105 for a DIMSTYLE entry), 0 for
+    // none or one that is no handle.
+    uint32_t Handle(int32_t code = 5) const noexcept;
 };
 
 // The raw entities of one entity set, in the order read.
@@ -60,7 +63,9 @@ public:
     // what points to it still does; a fresh handle when it carried none or
     // one already written. Groups that point into objects a save does not
     // write (reactors, extension dictionaries) are left out.
-    static void Write(SaveContext& save, const RawEntity& e);
+    static void Write(SaveContext& save, const RawEntity& e, int32_t handleCode = 5);
+    // The largest handle of the kept entries (0 for none).
+    uint32_t MaxHandle(int32_t handleCode = 5) const noexcept;
 
 private:
     std::vector<RawEntity> items_;
