@@ -21,8 +21,12 @@ template <Kind K, class Set>
 void readOne(DXFReader& reader, const Set& set, ReadScratch& scratch) {
     // A failing read leaves the list as it was.
     KindRecord<K> record;
+    tLineTypeSeen = {scratch.preserve, false};
     ReadEntity(reader, record, scratch);
-    if (scratch.preserve) record.kept.place = ++scratch.place;
+    if (scratch.preserve) {
+        record.kept.place = ++scratch.place;
+        if (!tLineTypeSeen.seen) record.kept.pairs |= kKeptNoLineType;
+    }
     ListIn<K>(set)->Add(std::move(record));
 }
 
