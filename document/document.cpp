@@ -1,7 +1,5 @@
 #include "document/document.h"
 
-#include <algorithm>
-
 #include "diagnostics/call_log.h"
 #include "document/standard_save.h"
 #include "io/error.h"
@@ -119,7 +117,7 @@ void DXFDocument::Save(const std::string& fileName) {
     };
     writer.OpenOutput(fileName);
     // Kept pointers keep their meaning only if nothing new takes their handles.
-    SaveContext save(writer, saveMode_ == ::ormavec::SaveMode::Standard ? KeptHandleBase(std::max(header_->KeptHandleSeed(), tables_->KeptMaxHandle()), *blocks_, *entities_) : 0);
+    SaveContext save(writer, saveMode_ == ::ormavec::SaveMode::Standard ? KeptHandleBase(tables_->KeptMaxHandle(), *blocks_, *entities_) : 0);
     Trace("DXFDocument.Save 2");
     header_->WriteOut(writer, save.Standard() ? PrepareStandardSave(save, *tables_, *blocks_, *entities_) : 0);
     Trace("DXFDocument.Save 3");

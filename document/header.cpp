@@ -73,7 +73,6 @@ void HEADER::ReadSection(DXFReader& reader, bool preserve, NotKept* lost) {
     SetInsBase({});
     declaredCodePage_.clear();
     kept_.clear();
-    keptSeed_ = 0;
     KeptVariable* open = nullptr;  // the kept variable whose pairs come now
     while (!reader.AtEnd()) {
         const DXFReader::Pair& pair = reader.Read();
@@ -105,12 +104,6 @@ void HEADER::ReadSection(DXFReader& reader, bool preserve, NotKept* lost) {
             SetExtMin(readPoint(reader));
         } else if (name == "$INSBASE") {
             SetInsBase(readPoint(reader));
-        } else if (preserve && name == "$HANDSEED") {
-            const DXFReader::Pair& value = reader.Read();
-            if (value.Code == 5)
-                keptSeed_ = ParseHandle(value.Value);
-            else
-                reader.UnRead();
         }
     }
 }

@@ -45,9 +45,6 @@ public:
     };
     // Every variable of a preserving load, in file order; empty otherwise.
     const std::vector<KeptVariable>& Kept() const noexcept { return kept_; }
-    // The $HANDSEED of a preserving load (0 otherwise): a save numbers from
-    // above it.
-    uint32_t KeptHandleSeed() const noexcept { return keptSeed_; }
 
     // Reads the section after its 2/"HEADER" pair up to "ENDSEC". A
     // preserving read keeps every variable; otherwise those the model does
@@ -70,7 +67,6 @@ private:
     XYZ extMax_{}, extMin_{}, insBase_{};
     std::string declaredCodePage_;
     std::vector<KeptVariable> kept_;
-    uint32_t keptSeed_ = 0;
 };
 
 }  // namespace ormavec

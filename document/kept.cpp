@@ -14,10 +14,22 @@ uint32_t RawEntity::Handle(int32_t code) const noexcept {
 
 uint32_t KeptEntities::MaxHandle(int32_t handleCode) const noexcept {
     uint32_t m = 0;
-    for (const RawEntity& e : items_) m = std::max(m, e.Handle(handleCode));
+    for (const RawEntity& e : items_) {
+        bool ownerSeen = false, inClass = false;
+        for (const DxfEntry& p : e.Pairs) {
+            const int32_t c = p.Code;
+            inClass = inClass || c == 100;
+            // The owner is not kept: a save writes its own.
+            if (c == 330 && !inClass && !ownerSeen) {
+                ownerSeen = true;
+                continue;
+            }
+            if (c == handleCode || (c >= 320 && c <= 369) || (c >= 390 && c <= 399) || c == 480 || c == 481 || c == 1005)
+                m = std::max(m, ParseHandle(p.Value));
+        }
+    }
     return m;
 }
-
 uint32_t ParseHandle(std::string_view text) noexcept {
     uint32_t v = 0;
     if (text.empty() || text.size() > 8) return 0;

@@ -17,9 +17,10 @@
 //   names are what kept entities and XDATA refer to.
 // - Header variables are kept in order on the HEADER, as pairs; those the
 //   model types are written from the model where they stood.
-// - Handles: a save numbers what it writes from above the drawing's own
-//   handle seed, so that a kept pointer to something not written dangles
-//   instead of reaching something else; kept entities keep their handles.
+// - Handles: kept entities keep theirs; a save numbers what it writes from
+//   above every handle kept content carries or points to, so that a kept
+//   pointer to something not written dangles instead of reaching something
+//   else, and a save of a save numbers alike.
 // - Nothing is kept on a load that does not preserve (the Classic path): it
 //   only counts what it passes over (NotKept), so that the loss is said.
 #pragma once
@@ -64,7 +65,7 @@ public:
     // one already written. Groups that point into objects a save does not
     // write (reactors, extension dictionaries) are left out.
     static void Write(SaveContext& save, const RawEntity& e, int32_t handleCode = 5);
-    // The largest handle of the kept entries (0 for none).
+    // The largest handle the kept entries carry or point to (0 for none).
     uint32_t MaxHandle(int32_t handleCode = 5) const noexcept;
 
 private:

@@ -71,7 +71,7 @@ int32_t KeptHandleBase(uint32_t seed, const BLOCKS& blocks, const ENTITIES& e) {
     uint32_t base = seed;
     const auto raise = [&](const std::shared_ptr<KeptEntities>& raw) {
         if (raw)
-            for (const RawEntity& r : raw->Items()) base = std::max(base, r.Handle());
+            base = std::max(base, raw->MaxHandle());
     };
     raise(e.Kept());
     for (const BLOCK_BLOCK& b : blocks) raise(b.Kept);

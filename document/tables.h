@@ -26,7 +26,7 @@ public:
     // A preserving read keeps the APPID and DIMSTYLE entries (see
     // document/kept.h), which a Standard save writes back.
     void ReadSection(DXFReader& reader, bool preserve = false);
-    // The largest handle of the kept entries (0 for none).
+    // The largest handle the kept entries carry or point to (0 for none).
     uint32_t KeptMaxHandle() const noexcept;
     void WriteOut(SaveContext& save, const BLOCKS& blocks, double viewCenterX, double viewCenterY, double viewHeight) const;
 
