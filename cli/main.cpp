@@ -598,6 +598,8 @@ int runConvert(const Arguments& a) {
     DXFDocument& doc = processDocument();
     configure(doc, a.load);
     if (!a.load.classic) doc.SetSaveMode(SaveMode::Standard);
+    // An R12 file cannot hold what a preserving load keeps: such a load counts it instead.
+    doc.SetPreserve(!a.load.classic && !a.save.r12);
     if (a.save.r12) doc.SetSaveMode(SaveMode::R12);
     if ((a.save.handles || a.save.tolerance > 0) && !a.save.r12) throw UsageError{"--handles and --tolerance go with --r12"};
     doc.SetR12Handles(a.save.handles);
@@ -612,6 +614,9 @@ int runConvert(const Arguments& a) {
     const std::size_t loaded = doc.Warnings().size();
     withBar(doc, "Saving", a.positional[1], [&] { doc.Save(a.positional[1]); });
     for (std::size_t i = loaded; i < doc.Warnings().size(); ++i) printError(doc.Warnings()[i].Text(), "ormavec: warning: ");
+    // Said once saved, and not failed on with --strict: most drawings hold
+    // something a save cannot write back.
+    if (!doc.NotKept().Empty()) printError("not kept: " + doc.NotKept().Text(), "ormavec: warning: ");
     return 0;
 }
 

@@ -70,8 +70,10 @@ void BLOCKS::CreateEntityArrays(BLOCK_BLOCK& e) {
     });
 }
 
-void BLOCKS::ReadSection(DXFReader& reader) {
+void BLOCKS::ReadSection(DXFReader& reader, bool preserve, NotKept* lost) {
     ReadScratch scratch;  // shared by every block of this section
+    scratch.preserve = preserve;
+    scratch.lost = lost;
     while (!reader.AtEnd()) {
         const DXFReader::Pair& p = reader.Read();
         if (EqualsNoCase(p.Value, "ENDSEC")) return;
@@ -84,15 +86,17 @@ BLOCK_BLOCK BLOCKS::ReadBlock(DXFReader& reader, ReadScratch& scratch) {
     BLOCK_BLOCK b;
     ResetToDefaults(b);
     CreateEntityArrays(b);
-    // The pairs of an entity this reader does not keep (ATTDEF, HATCH below
-    // version mode 6, DIMENSION, SPLINE, ...) are skipped up to the next
-    // code-0 pair, so that they never change the block's own fields.
+    // The pairs of an entity this reader does not type (ATTDEF, HATCH below
+    // version mode 6, DIMENSION, SPLINE, ...) are kept by a preserving read,
+    // or else skipped up to the next code-0 pair, so that they never change
+    // the block's own fields.
     bool skipping = false;
     ReadPairs(reader, b, [&](const DXFReader::Pair& p, BLOCK_BLOCK& block) {
         if (p.Code == 0) {
             if (EqualsNoCase(p.Value, "ENDBLK")) return PairIs::EndTaken;
             Kind kind;
-            skipping = !kinds::Find(p.Value, kind) || !entity_sets::ReadInto(kind, reader, block, scratch);
+            skipping = (!kinds::Find(p.Value, kind) || !entity_sets::ReadInto(kind, reader, block, scratch)) &&
+                       !entity_sets::PassOver(reader, p.Value, block.Kept, scratch);
             return PairIs::Taken;
         }
         if (skipping) return PairIs::Taken;

@@ -25,6 +25,9 @@ struct BLOCK_BLOCK {
     ORMAVEC_IN_BLOCKS_##Lives(std::shared_ptr<::ormavec::List> List;)
     ORMAVEC_ENTITY_KINDS(ORMAVEC_BLOCK_MEMBER)
 #undef ORMAVEC_BLOCK_MEMBER
+    // The entities a preserving load kept as pairs, shared like the
+    // collections; null when there are none.
+    std::shared_ptr<KeptEntities> Kept;
 };
 
 // The first group 2 names the block; each kind of collection is a field.
@@ -56,8 +59,9 @@ public:
     // Index of the first block with the name, without regard to case; -1.
     int32_t FindByName(std::string_view name) const { return IndexOfName(name); }
 
-    // Reads the section body up to ENDSEC.
-    void ReadSection(DXFReader& reader);
+    // Reads the section body up to ENDSEC; see ReadScratch for preserve and
+    // lost.
+    void ReadSection(DXFReader& reader, bool preserve = false, NotKept* lost = nullptr);
     // One block from after its BLOCK pair up to its ENDBLK pair.
     static BLOCK_BLOCK ReadBlock(DXFReader& reader, ReadScratch& scratch);
     void WriteOut(SaveContext& save) const;

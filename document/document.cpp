@@ -44,6 +44,7 @@ void DXFDocument::SetCodePage(std::string_view nameOrNumber) {
 void DXFDocument::Load(const std::string& fileName) {
     fileName_ = fileName;
     warnings_.clear();
+    notKept_ = {};
     // A reader left by a failed load is released here, which closes its file.
     reader_ = std::make_unique<DXFReader>(codePage_);
     DXFReader& reader = *reader_;
@@ -73,13 +74,13 @@ void DXFDocument::Load(const std::string& fileName) {
             std::string name = UpperCase(reader.Read().Value);
             open = name;
             if (name == "HEADER")
-                header_->ReadSection(reader);
+                header_->ReadSection(reader, preserve_, &notKept_);
             else if (name == "TABLES")
-                tables_->ReadSection(reader);
+                tables_->ReadSection(reader, preserve_);
             else if (name == "BLOCKS")
-                blocks_->ReadSection(reader);
+                blocks_->ReadSection(reader, preserve_, &notKept_);
             else if (name == "ENTITIES")
-                entities_->ReadSection(reader);
+                entities_->ReadSection(reader, preserve_, &notKept_);
             else
                 continue;  // any other section is read past pair by pair by this loop
             if (!reader.AtEnd() || reader.LastPairIs("ENDSEC")) open.clear();
@@ -88,6 +89,8 @@ void DXFDocument::Load(const std::string& fileName) {
         } else if (pair.Value == "EOF") {
             complete = true;
             break;
+        } else if (open == "OBJECTS") {
+            ++notKept_.objects;
         }
     }
     // Read as far as it goes, but a cut drawing is said to be one.
@@ -121,7 +124,8 @@ void DXFDocument::Save(const std::string& fileName) {
         if (BytesProgress) BytesProgress(bytes);
     };
     writer.OpenOutput(fileName);
-    SaveContext save(writer);
+    // Kept pointers keep their meaning only if nothing new takes their handles.
+    SaveContext save(writer, saveMode_ == ::ormavec::SaveMode::Standard ? KeptHandleBase(tables_->KeptMaxHandle(), *blocks_, *entities_) : 0);
     save.r12Tolerance = r12Tolerance_;
     Trace("DXFDocument.Save 2");
     header_->WriteOut(writer, save.Standard() ? PrepareStandardSave(save, *tables_, *blocks_, *entities_)

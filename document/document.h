@@ -50,6 +50,13 @@ public:
     void Save(const std::string& fileName);
     // The model space drawn as SVG into the file ("-": standard output).
     void ToSvg(const std::string& fileName, const SvgOptions& options = {}) const { WriteSvg(*this, options, fileName); }
+    // A preserving load keeps what the typed model does not hold (header
+    // variables, entities of kinds it does not type, their draw order), and
+    // a Standard save writes it back; see document/kept.h. Off by default.
+    void SetPreserve(bool on) noexcept { preserve_ = on; }
+    bool Preserve() const noexcept { return preserve_; }
+    // What the last load read but did not keep; empty when it kept all.
+    const ::ormavec::NotKept& NotKept() const noexcept { return notKept_; }
     // Part of the interface; they change nothing.
     void ExplodePolyLines() noexcept {}
     void ExplodeLWPolyLines() noexcept {}
@@ -117,6 +124,8 @@ private:
     double r12Tolerance_ = 0;
     std::size_t loadWarnings_ = 0;  // the first entries of warnings_ come from the load
     bool binary_ = false;
+    bool preserve_ = false;
+    ::ormavec::NotKept notKept_;
     std::vector<LoadWarning> warnings_;
     std::unique_ptr<DXFReader> reader_;  // the reader of a load in progress or of a failed one
 };

@@ -22,8 +22,10 @@ void ENTITIES::ReCalcExtent(double& X0, double& Y0, double& X1, double& Y1) cons
     });
 }
 
-void ENTITIES::ReadSection(DXFReader& reader) {
+void ENTITIES::ReadSection(DXFReader& reader, bool preserve, NotKept* lost) {
     ReadScratch scratch;
+    scratch.preserve = preserve;
+    scratch.lost = lost;
     while (!reader.AtEnd()) {
         const DXFReader::Pair& p = reader.Read();
         if (p.Value == "ENDSEC") break;
@@ -31,7 +33,8 @@ void ENTITIES::ReadSection(DXFReader& reader) {
         // their pairs fall through this loop one by one.
         if (p.Code != 0) continue;
         Kind kind;
-        if (kinds::Find(p.Value, kind)) entity_sets::ReadInto(kind, reader, *this, scratch);
+        if (!kinds::Find(p.Value, kind) || !entity_sets::ReadInto(kind, reader, *this, scratch))
+            entity_sets::PassOver(reader, p.Value, kept_, scratch);
     }
 }
 

@@ -26,11 +26,17 @@ public:
     ORMAVEC_ENTITY_KINDS(ORMAVEC_ENTITIES_GETTER)
 #undef ORMAVEC_ENTITIES_GETTER
 
-    // Reads the section after its 2/"ENTITIES" pair up to "ENDSEC".
-    void ReadSection(DXFReader& reader);
+    // The entities a preserving load kept as pairs (kinds the model does not
+    // type here), in the order read; null when there are none.
+    const std::shared_ptr<KeptEntities>& Kept() const noexcept { return kept_; }
+
+    // Reads the section after its 2/"ENTITIES" pair up to "ENDSEC"; see
+    // ReadScratch for preserve and lost.
+    void ReadSection(DXFReader& reader, bool preserve = false, NotKept* lost = nullptr);
     void WriteOut(SaveContext& save) const;
 
 private:
+    std::shared_ptr<KeptEntities> kept_;
     template <class Set, Kind K>
     friend struct Slot;
 #define ORMAVEC_ENTITIES_MEMBER(K, Dxf, Record, List, Lives, ...) \

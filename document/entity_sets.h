@@ -3,8 +3,10 @@
 // counting handles.
 #pragma once
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
+#include <vector>
 
 #include "document/blocks.h"
 #include "document/entities.h"
@@ -20,7 +22,12 @@ template <Kind K, class Set>
 void readOne(DXFReader& reader, const Set& set, ReadScratch& scratch) {
     // A failing read leaves the list as it was.
     KindRecord<K> record;
+    tLineTypeSeen = {scratch.preserve, false};
     ReadEntity(reader, record, scratch);
+    if (scratch.preserve) {
+        record.kept.place = ++scratch.place;
+        if (!tLineTypeSeen.seen) record.kept.pairs |= kKeptNoLineType;
+    }
     ListIn<K>(set)->Add(std::move(record));
 }
 
@@ -45,19 +52,81 @@ bool ReadInto(Kind kind, DXFReader& reader, const Set& set, ReadScratch& scratch
     return true;
 }
 
-// Every record the set writes, kind after kind in section order; an R12
-// save writes what that version holds in place of each record.
+// An entity the set does not read, its 0/<name> pair just read: a
+// preserving read keeps its pairs in raw (made at need) and returns true;
+// otherwise it is counted and its pairs are the caller's to pass over.
+inline bool PassOver(DXFReader& reader, std::string_view name, std::shared_ptr<KeptEntities>& raw, ReadScratch& scratch) {
+    if (!scratch.preserve) {
+        if (scratch.lost) {
+            auto it = scratch.lost->entities.find(name);
+            if (it == scratch.lost->entities.end()) it = scratch.lost->entities.emplace(std::string(name), 0).first;
+            ++it->second;
+        }
+        return false;
+    }
+    if (!raw) raw = std::make_shared<KeptEntities>();
+    raw->Read(reader, name, ++scratch.place);
+    return true;
+}
+
+inline const KeptEntities* RawOf(const ENTITIES& e) noexcept { return e.Kept().get(); }
+inline const KeptEntities* RawOf(const BLOCK_BLOCK& b) noexcept { return b.Kept.get(); }
+
+template <Kind K, class Set>
+void writeAt(SaveContext& save, const Set& set, int32_t index) {
+    WriteEntity(save, ListIn<K>(set)->ItemRef(index));
+}
+
+// Every record the set writes. A Standard save writes those read by a
+// preserving load, typed or kept raw, in the order read, then those the host
+// added; otherwise kind after kind in section order, an R12 save writing what
+// that version holds in place of each record.
 template <class Set>
 void WriteAll(SaveContext& save, const Set& set) {
+    if (!save.Standard()) {
+        kinds::ForEachInSectionOrder([&]<Kind K>() {
+            if constexpr (Holds<Set, K> && kinds::RowOf(K).write) {
+                const auto& list = ListIn<K>(set);
+                if (!list) return;
+                if (!save.R12()) return list->WriteOut(save);
+                if (r12::kLeftOut<KindRecord<K>>) save.r12LeftOut[static_cast<std::size_t>(K)] += list->Count();
+                for (const auto& r : *list) r12::ForEachRecord(r, save.r12Tolerance, [&](const auto& x) { WriteEntity(save, x); });
+            }
+        });
+        return;
+    }
+    using Writer = void (*)(SaveContext&, const Set&, int32_t);
+    static constexpr std::array<Writer, kinds::kCount> kWriters = [] {
+        std::array<Writer, kinds::kCount> t{};
+        kinds::ForEach([&]<Kind K>() {
+            if constexpr (Holds<Set, K>) t[static_cast<std::size_t>(K)] = &writeAt<K, Set>;
+        });
+        return t;
+    }();
+    constexpr uint32_t kRaw = kinds::kCount;
+    struct Item {
+        uint32_t place;
+        uint32_t kind;
+        int32_t index;
+    };
+    std::vector<Item> items;
     kinds::ForEachInSectionOrder([&]<Kind K>() {
-        if constexpr (Holds<Set, K> && kinds::RowOf(K).write) {
-            const auto& list = ListIn<K>(set);
-            if (!list) return;
-            if (!save.R12()) return list->WriteOut(save);
-            if (r12::kLeftOut<KindRecord<K>>) save.r12LeftOut[static_cast<std::size_t>(K)] += list->Count();
-            for (const auto& r : *list) r12::ForEachRecord(r, save.r12Tolerance, [&](const auto& x) { WriteEntity(save, x); });
-        }
+        if constexpr (Holds<Set, K> && kinds::RowOf(K).write)
+            if (const auto& list = ListIn<K>(set)) {
+                int32_t i = 0;
+                for (const auto& r : *list) items.push_back({r.kept.place ? r.kept.place : UINT32_MAX, static_cast<uint32_t>(K), i++});
+            }
     });
+    const KeptEntities* raw = RawOf(set);
+    if (raw)
+        for (std::size_t j = 0; j < raw->Items().size(); ++j) items.push_back({raw->Items()[j].Place, kRaw, static_cast<int32_t>(j)});
+    std::stable_sort(items.begin(), items.end(), [](const Item& a, const Item& b) { return a.place < b.place; });
+    for (const Item& it : items) {
+        if (it.kind == kRaw)
+            KeptEntities::Write(save, raw->Items()[static_cast<std::size_t>(it.index)]);
+        else
+            kWriters[it.kind](save, set, it.index);
+    }
 }
 
 // The handles WriteAll takes, counted by the records' own writers.
@@ -69,6 +138,7 @@ int64_t HandlesOf(const Set& set) {
             if (const auto& list = ListIn<K>(set))
                 for (const auto& r : *list) n += HandleCount(r);
     });
+    if (const KeptEntities* raw = RawOf(set)) n += raw->Count();
     return n;
 }
 
@@ -100,6 +170,10 @@ void ForEachStyleNamed(const Set& set, F&& f) {
             if (const auto& list = ListIn<K>(set))
                 for (const auto& r : *list) f(StyleNamed(r));
     });
+    if (const KeptEntities* raw = RawOf(set))
+        for (const RawEntity& e : raw->Items())
+            for (const DxfEntry& p : e.Pairs)
+                if (p.Code == 7) f(std::string_view(p.Value));
 }
 
 }  // namespace entity_sets

@@ -50,16 +50,45 @@ XYZ HEADER::readPoint(DXFReader& reader) {
     return p;
 }
 
-void HEADER::ReadSection(DXFReader& reader) {
+namespace {
+// The variables a save writes itself, in the order of a save without kept
+// variables; the first three only for a known version. Those after
+// kModelValued hold constants, which give way to the file's values.
+constexpr std::string_view kOwn[] = {"$ACADVER", "$DWGCODEPAGE", "$EXTMIN", "$EXTMAX", "$INSBASE", "$HANDSEED",
+                                     "$ACADMAINTVER", "$LTSCALE", "$LUNITS", "$LUPREC", "$HANDLING"};
+constexpr std::size_t kModelValued = 6;
+constexpr std::string_view kWriteOrder[] = {"$ACADVER", "$ACADMAINTVER", "$DWGCODEPAGE", "$EXTMIN", "$EXTMAX", "$INSBASE",
+                                            "$LTSCALE",  "$LUNITS",       "$LUPREC",      "$HANDLING", "$HANDSEED"};
+
+bool modelValued(std::string_view upperName) {
+    for (std::size_t i = 0; i < kModelValued; ++i)
+        if (kOwn[i] == upperName) return true;
+    return false;
+}
+}  // namespace
+
+void HEADER::ReadSection(DXFReader& reader, bool preserve, NotKept* lost) {
     SetExtMax({});
     SetExtMin({});
     SetInsBase({});
     declaredCodePage_.clear();
+    kept_.clear();
+    KeptVariable* open = nullptr;  // the kept variable whose pairs come now
     while (!reader.AtEnd()) {
         const DXFReader::Pair& pair = reader.Read();
         if (pair.Value == "ENDSEC") return;
-        if (pair.Code != 9) continue;
+        if (pair.Code != 9) {
+            if (open && pair.Code != 0) open->Pairs.push_back({pair.Code, std::string(pair.Value)});
+            continue;
+        }
         std::string name = UpperCase(pair.Value);
+        open = nullptr;
+        if (preserve) {
+            kept_.push_back({std::string(pair.Value), {}});
+            if (!modelValued(name)) open = &kept_.back();
+        } else if (lost && !modelValued(name)) {
+            ++lost->headerVariables;
+        }
         if (name == "$ACADVER") {
             const DXFReader::Pair& value = reader.Read();
             if (value.Code == 1) SetAcadVer(ParseVersion(value.Value, &reader));
@@ -79,6 +108,64 @@ void HEADER::ReadSection(DXFReader& reader) {
     }
 }
 
+bool HEADER::writeOwn(DXFWriter& w, std::string_view name, int32_t version, int32_t handleSeed) const {
+    if (name == "$ACADVER" || name == "$ACADMAINTVER" || name == "$DWGCODEPAGE") {
+        if (version == 0) return true;
+        w.WriteString(9, name);
+        if (name == "$ACADVER")
+            w.WriteString(1, versionText(version));
+        else if (name == "$ACADMAINTVER")
+            w.WriteInteger(70, 0);
+        else
+            // A standard file names the code page its bytes are in (from AC1021
+            // on they are UTF-8 whatever it names); the classic output always
+            // names 1250.
+            w.WriteString(3, !w.IsStandard() ? "ANSI_1250" : w.Utf8Output() && version < 1021 ? "UTF-8" : CodePageName(w.GetCodePage()));
+        return true;
+    }
+    const XYZ* point = name == "$EXTMIN" ? &extMin_ : name == "$EXTMAX" ? &extMax_ : name == "$INSBASE" ? &insBase_ : nullptr;
+    if (point) {
+        w.WriteString(9, name);
+        w.WritePoint(point->X, point->Y, point->Z, 10, 20, 30);
+        return true;
+    }
+    if (name == "$HANDSEED") {
+        w.WriteString(9, name);
+        if (w.IsStandard())
+            w.WriteHandle(5, handleSeed);
+        else
+            w.WriteInteger(5, 999999);
+        return true;
+    }
+    const int32_t code = name == "$LTSCALE" ? 40 : name == "$HANDLING" ? 70 : name == "$LUNITS" || name == "$LUPREC" ? 70 : 0;
+    if (code == 0) return false;
+    w.WriteString(9, name);
+    w.WriteInteger(code, name == "$LTSCALE" ? 1 : name == "$LUNITS" ? 2 : name == "$LUPREC" ? 10 : 0);
+    return true;
+}
+
+void HEADER::writeKept(DXFWriter& w, int32_t version, int32_t handleSeed) const {
+    // The kept variables in their order; those the save writes itself
+    // and the file lacked go first, the handle seed last.
+    const auto kept = [&](std::string_view name) {
+        for (const KeptVariable& v : kept_)
+            if (EqualsNoCase(v.Name, name)) return true;
+        return false;
+    };
+    for (std::string_view name : kWriteOrder)
+        if (name != "$HANDSEED" && !kept(name)) writeOwn(w, name, version, handleSeed);
+    for (const KeptVariable& v : kept_) {
+        const std::string name = UpperCase(v.Name);
+        if (modelValued(name)) {
+            writeOwn(w, name, version, handleSeed);
+            continue;
+        }
+        w.WriteString(9, v.Name);
+        for (const DxfEntry& p : v.Pairs) w.WriteString(p.Code, p.Value);
+    }
+    if (!kept("$HANDSEED")) writeOwn(w, "$HANDSEED", version, handleSeed);
+}
+
 void HEADER::WriteOut(DXFWriter& w, int32_t handleSeed) const {
     // A standard file declares the version of the structure written, which
     // has handles and subclass markers from AC1015 on; the model keeps its own.
@@ -88,6 +175,12 @@ void HEADER::WriteOut(DXFWriter& w, int32_t handleSeed) const {
     Trace("Header.WriteOut 1");
     w.WriteString(2, "HEADER");
     Trace("Header.WriteOut 2");
+    if (w.IsStandard() && !kept_.empty()) {
+        writeKept(w, version, handleSeed);
+        w.EndSection();
+        Trace("Header.WriteOut <<<");
+        return;
+    }
     if (version != 0) {
         w.WriteString(9, "$ACADVER");
         Trace("Header.WriteOut 3");

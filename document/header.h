@@ -4,8 +4,10 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "collections/variant.h"
+#include "document/kept.h"
 #include "entities/records.h"
 #include "io/reader.h"
 #include "io/writer.h"
@@ -35,8 +37,19 @@ public:
     // names the page it writes in instead.
     const std::string& DeclaredCodePage() const noexcept { return declaredCodePage_; }
 
-    // Reads the section after its 2/"HEADER" pair up to "ENDSEC".
-    void ReadSection(DXFReader& reader);
+    // A variable as the file held it: its name and its value pairs (none for
+    // those the model holds, which a save writes from the model).
+    struct KeptVariable {
+        std::string Name;
+        std::vector<DxfEntry> Pairs;
+    };
+    // Every variable of a preserving load, in file order; empty otherwise.
+    const std::vector<KeptVariable>& Kept() const noexcept { return kept_; }
+
+    // Reads the section after its 2/"HEADER" pair up to "ENDSEC". A
+    // preserving read keeps every variable; otherwise those the model does
+    // not hold are counted in lost (when given).
+    void ReadSection(DXFReader& reader, bool preserve = false, NotKept* lost = nullptr);
     // A Standard save, and an R12 one with handles, passes the handle seed:
     // a value above every handle of the file.
     void WriteOut(DXFWriter& writer, int32_t handleSeed = 0) const;
@@ -47,10 +60,13 @@ public:
 
 private:
     XYZ readPoint(DXFReader& reader);
+    void writeKept(DXFWriter& w, int32_t version, int32_t handleSeed) const;
+    bool writeOwn(DXFWriter& w, std::string_view name, int32_t version, int32_t handleSeed) const;
 
     int32_t acadVer_ = 0;
     XYZ extMax_{}, extMin_{}, insBase_{};
     std::string declaredCodePage_;
+    std::vector<KeptVariable> kept_;
 };
 
 }  // namespace ormavec

@@ -7,6 +7,7 @@
 #include <array>
 #include <cstdint>
 #include <string>
+#include <unordered_set>
 #include <vector>
 
 #include "entities/kinds.h"
@@ -72,6 +73,9 @@ public:
     // kind left out as R12 has no such entity.
     double r12Tolerance = 0;
     std::array<int64_t, kinds::kCount> r12LeftOut{};
+    // Handles that kept entities carry and this save wrote; all lie below
+    // the first handle the save takes.
+    std::unordered_set<uint32_t> keptHandles;
 
 private:
     DXFWriter& writer_;

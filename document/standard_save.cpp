@@ -1,5 +1,6 @@
 #include "document/standard_save.h"
 
+#include <algorithm>
 #include <limits>
 #include <string>
 #include <unordered_set>
@@ -60,10 +61,21 @@ int32_t PrepareStandardSave(SaveContext& save, const TABLES& tables, const BLOCK
         n += kBlockRecordHandles + BLOCKS::HeadHandles() + entity_sets::HandlesOf(b);
     }
     n += static_cast<int64_t>(extra.size()) * STYLES::EntryHandles();
-    n += entity_sets::HandlesOf(e);
+    n += entity_sets::HandlesOf(e) + save.LastHandle();
     if (n >= std::numeric_limits<int32_t>::max())
         RaiseError(err::Overflow, "DXFDocument", "Overflow: the drawing holds more objects than its handles can number");
     return static_cast<int32_t>(n + 1);
+}
+
+int32_t KeptHandleBase(uint32_t seed, const BLOCKS& blocks, const ENTITIES& e) {
+    uint32_t base = seed;
+    const auto raise = [&](const std::shared_ptr<KeptEntities>& raw) {
+        if (raw)
+            base = std::max(base, raw->MaxHandle());
+    };
+    raise(e.Kept());
+    for (const BLOCK_BLOCK& b : blocks) raise(b.Kept);
+    return static_cast<int32_t>(base);
 }
 
 }  // namespace ormavec

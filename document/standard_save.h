@@ -18,4 +18,8 @@ class ENTITIES;
 // number.
 int32_t PrepareStandardSave(SaveContext& save, const TABLES& tables, const BLOCKS& blocks, const ENTITIES& entities);
 
+// The handle a Standard save numbers from: the largest of seed and every
+// handle that kept content carries or points to (see document/kept.h).
+int32_t KeptHandleBase(uint32_t seed, const BLOCKS& blocks, const ENTITIES& entities);
+
 }  // namespace ormavec

@@ -1,5 +1,6 @@
 #include "document/tables.h"
 
+#include <algorithm>
 #include <string>
 
 #include "diagnostics/call_log.h"
@@ -42,7 +43,52 @@ TABLES::TABLES()
     styles_->SetGrowLength(10);
 }
 
-void TABLES::ReadSection(DXFReader& reader) {
+namespace {
+// The entries of a table up to its ENDTAB, as pairs.
+void readKeptTable(DXFReader& reader, std::shared_ptr<KeptEntities>& kept) {
+    if (!kept) kept = std::make_shared<KeptEntities>();
+    while (!reader.AtEnd()) {
+        const DXFReader::Pair& p = reader.Read();
+        if (p.Code != 0) continue;  // the table's own pairs: a save writes its head
+        if (EqualsNoCase(p.Value, "ENDTAB") || EqualsNoCase(p.Value, "ENDSEC")) {
+            reader.UnRead();
+            return;
+        }
+        kept->Read(reader, p.Value, 0);
+    }
+}
+
+// The kept entries, after the fixed one when none of them has its name.
+void writeKeptTable(SaveContext& save, std::string_view table, const KeptEntities& kept, void (*writeFixed)(SaveContext&), std::string_view fixedName,
+                    int32_t handleCode) {
+    bool fixedKept = false;
+    for (const RawEntity& e : kept.Items())
+        for (const DxfEntry& p : e.Pairs)
+            if (p.Code == 2) fixedKept = fixedKept || EqualsNoCase(p.Value, fixedName);
+    OwnerScope heads(save, save.Owner());  // the entries' owner is their table's head
+    if (!fixedKept) {
+        writeFixed(save);  // its head, then the fixed entry
+        save.SetOwner(save.LastHandle() - 1);
+    } else {
+        DXFWriter& w = save.Writer();
+        w.WriteString(2, table);
+        const int32_t head = save.TakeHandle();
+        w.WriteHandle(5, head);
+        w.WriteInteger(330, 0);
+        w.WriteString(100, "AcDbSymbolTable");
+        w.WriteInteger(70, static_cast<int32_t>(kept.Count()));
+        if (table == "DIMSTYLE") w.WriteString(100, "AcDbDimStyleTable");
+        save.SetOwner(head);
+    }
+    for (const RawEntity& e : kept.Items()) KeptEntities::Write(save, e, handleCode);
+}
+}  // namespace
+
+uint32_t TABLES::KeptMaxHandle() const noexcept {
+    return std::max(keptAppids_ ? keptAppids_->MaxHandle() : 0u, keptDimstyles_ ? keptDimstyles_->MaxHandle(105) : 0u);
+}
+
+void TABLES::ReadSection(DXFReader& reader, bool preserve) {
     while (!reader.AtEnd()) {
         const DXFReader::Pair& p = reader.Read();
         if (p.Value == "ENDSEC") return;
@@ -56,6 +102,10 @@ void TABLES::ReadSection(DXFReader& reader) {
             ltypes_->ReadTable(reader);
         else if (EqualsNoCase(name.Value, "STYLE"))
             styles_->ReadTable(reader);
+        else if (preserve && EqualsNoCase(name.Value, "APPID"))
+            readKeptTable(reader, keptAppids_);
+        else if (preserve && EqualsNoCase(name.Value, "DIMSTYLE"))
+            readKeptTable(reader, keptDimstyles_);
         // Other tables are read past pair by pair by this loop.
     }
 }
@@ -97,11 +147,17 @@ void TABLES::WriteOut(SaveContext& save, const BLOCKS& blocks, double viewCenter
     EndTable(w);
     Trace("Tables.WriteOut 8");
     BeginTable(w);
-    WriteAppid(save);
+    if (save.Standard() && keptAppids_)
+        writeKeptTable(save, "APPID", *keptAppids_, &WriteAppid, "ACAD", 5);
+    else
+        WriteAppid(save);
     EndTable(w);
     Trace("Tables.WriteOut 9");
     BeginTable(w);
-    WriteDimstyle(save);
+    if (save.Standard() && keptDimstyles_)
+        writeKeptTable(save, "DIMSTYLE", *keptDimstyles_, &WriteDimstyle, "STANDARD", 105);
+    else
+        WriteDimstyle(save);
     EndTable(w);
     Trace("Tables.WriteOut 10");
     if (!save.R12()) {  // R12 has no block records

@@ -23,7 +23,11 @@ public:
     const std::shared_ptr<::ormavec::STYLES>& STYLES() const noexcept { return styles_; }
 
     // Reads the section after its 2/"TABLES" pair up to "ENDSEC".
-    void ReadSection(DXFReader& reader);
+    // A preserving read keeps the APPID and DIMSTYLE entries (see
+    // document/kept.h), which a Standard save writes back.
+    void ReadSection(DXFReader& reader, bool preserve = false);
+    // The largest handle the kept entries carry or point to (0 for none).
+    uint32_t KeptMaxHandle() const noexcept;
     void WriteOut(SaveContext& save, const BLOCKS& blocks, double viewCenterX, double viewCenterY, double viewHeight) const;
 
     static void WriteVport(SaveContext& save, double viewCenterX, double viewCenterY, double viewHeight);
@@ -40,6 +44,7 @@ public:
     static void EndTable(DXFWriter& writer);
 
 private:
+    std::shared_ptr<KeptEntities> keptAppids_, keptDimstyles_;
     std::shared_ptr<::ormavec::LAYERS> layers_;
     std::shared_ptr<::ormavec::LTYPES> ltypes_;
     std::shared_ptr<::ormavec::STYLES> styles_;

@@ -7,6 +7,7 @@
 
 #include "collections/array_list.h"
 #include "entities/kinds.h"
+#include "document/kept.h"
 #include "document/save_context.h"
 #include "entities/records.h"
 #include "io/reader.h"
@@ -49,6 +50,13 @@ public:
         if (!points_) points_ = std::make_unique<XYZS>();
         return *points_;
     }
+
+    // A preserving read numbers the entities in the order read (their draw
+    // order) and keeps those it does not type; otherwise these are counted
+    // in lost, when given.
+    bool preserve = false;
+    uint32_t place = 0;
+    NotKept* lost = nullptr;
 
 private:
     std::unique_ptr<LWVERTEXES> vertices_;

@@ -28,6 +28,15 @@ struct Fields<XYZ> {
     static constexpr auto list = std::make_tuple(ORMAVEC_F(X), ORMAVEC_F(Y), ORMAVEC_F(Z));
 };
 
+// Where an entity record stood in the section a preserving load read it
+// from (its draw order), and a reserved id of what it carried beyond its
+// fields. Bookkeeping, not value: any two slots compare equal.
+struct KeptSlot {
+    uint32_t place = 0;  // 1-based; 0 for a record the host made
+    uint32_t pairs = 0;  // flags (kKeptNoLineType); the rest reserved
+    friend constexpr bool operator==(const KeptSlot&, const KeptSlot&) noexcept { return true; }
+};
+
 struct LINE_ENT {
     static constexpr std::string_view kTypeName = "LINE_ENT";
     std::string Layer;
@@ -37,6 +46,7 @@ struct LINE_ENT {
     double StartX = 0, StartY = 0, StartZ = 0;
     double EndX = 0, EndY = 0, EndZ = 0;
     bool operator==(const LINE_ENT&) const = default;
+    KeptSlot kept;  // bookkeeping of a preserving load, not a field
 };
 
 template <>
@@ -60,6 +70,7 @@ struct ARC_ENT {
     double StartAngle = 0;
     double EndAngle = 0;
     bool operator==(const ARC_ENT&) const = default;
+    KeptSlot kept;  // bookkeeping of a preserving load, not a field
 };
 
 template <>
@@ -82,6 +93,7 @@ struct CIRCLE_ENT {
     double CenterX = 0, CenterY = 0, CenterZ = 0;
     double Radius = 0;
     bool operator==(const CIRCLE_ENT&) const = default;
+    KeptSlot kept;  // bookkeeping of a preserving load, not a field
 };
 
 template <>
@@ -104,6 +116,7 @@ struct ELLIPSE_ENT {
     double StartAngle = 0;
     double EndAngle = 0;
     bool operator==(const ELLIPSE_ENT&) const = default;
+    KeptSlot kept;  // bookkeeping of a preserving load, not a field
 };
 
 template <>
@@ -123,6 +136,7 @@ struct POINT_ENT {
     double Thickness = 0;
     double StartX = 0, StartY = 0, StartZ = 0;
     bool operator==(const POINT_ENT&) const = default;
+    KeptSlot kept;  // bookkeeping of a preserving load, not a field
 };
 
 template <>
@@ -142,6 +156,7 @@ struct SOLID_ENT {
     double Thickness = 0;
     double ExtrusionX = 0, ExtrusionY = 0, ExtrusionZ = 0;
     bool operator==(const SOLID_ENT&) const = default;
+    KeptSlot kept;  // bookkeeping of a preserving load, not a field
 };
 
 template <>
@@ -165,6 +180,7 @@ struct FACE3D_ENT {
     bool Edge3IsInvisible = false;
     bool Edge4IsInvisible = false;
     bool operator==(const FACE3D_ENT&) const = default;
+    KeptSlot kept;  // bookkeeping of a preserving load, not a field
 };
 
 // The edge flags come from group 70 by a table of their own.
@@ -193,6 +209,7 @@ struct TEXT_ENT {
     int32_t HorTextJust = 0;
     int32_t VertTextJust = 0;
     bool operator==(const TEXT_ENT&) const = default;
+    KeptSlot kept;  // bookkeeping of a preserving load, not a field
 };
 
 template <>
@@ -223,6 +240,7 @@ struct MTEXT_ENT {
     int32_t LineSpacing = 0;
     double LineSpacing2 = 0;
     bool operator==(const MTEXT_ENT&) const = default;
+    KeptSlot kept;  // bookkeeping of a preserving load, not a field
 };
 
 // Text comes in pieces under groups 3 and 1; a direction (11, 21) sets the rotation.
@@ -255,6 +273,7 @@ struct ATTDEF_ENT {
     int32_t AttributeFlag = 0;
     int32_t VertTextJust = 0;
     bool operator==(const ATTDEF_ENT&) const = default;
+    KeptSlot kept;  // bookkeeping of a preserving load, not a field
 };
 
 template <>
@@ -285,6 +304,7 @@ struct ATTRIB_ENT {
     int32_t AttributeFlag = 0;
     int32_t VertTextJust = 0;
     bool operator==(const ATTRIB_ENT&) const = default;
+    KeptSlot kept;  // bookkeeping of a preserving load, not a field
 };
 
 template <>
@@ -312,6 +332,7 @@ struct INSERT_ENT {
     double RotationAngle = 0;
     // Shared by every copy of the record.
     std::shared_ptr<::ormavec::ATTRIBS> ATTRIBS;
+    KeptSlot kept;  // bookkeeping of a preserving load, not a field
 };
 
 template <>
@@ -366,6 +387,7 @@ struct POLYLINE_ENT {
     double DefaultStartWidth = 0;
     double DefaultEndWidth = 0;
     bool operator==(const POLYLINE_ENT&) const = default;
+    KeptSlot kept;  // bookkeeping of a preserving load, not a field
 };
 
 // The Is... flags come from group 70.
@@ -411,6 +433,7 @@ struct LWPOLYLINE_ENT {
     double Elevation = 0;
     std::vector<LWVERTEX> POINTS;  // empty: unallocated
     bool operator==(const LWPOLYLINE_ENT&) const = default;
+    KeptSlot kept;  // bookkeeping of a preserving load, not a field
 };
 
 // IsClosed and PlineGen come from group 70.
@@ -520,6 +543,7 @@ struct HATCH_ENT {
     double PixelSize = 0;
     int32_t SeedPointCount = 0;
     std::vector<XYZ> Seedpoints;
+    KeptSlot kept;  // bookkeeping of a preserving load, not a field
 };
 
 // The boundary paths follow group 91, the seed points group 98.

@@ -16,6 +16,7 @@
 #include <string_view>
 #include <tuple>
 #include <type_traits>
+#include <utility>
 #include <vector>
 
 #include "io/reader.h"
@@ -240,6 +241,15 @@ struct EndAtCodeZero {
     }
 };
 
+// A preserving read arms this before a record's read; the record's own loop
+// then notes whether it met group 6 (its line type), so that a record that
+// had none is written without one: "by layer" stays so.
+struct LineTypeSeen {
+    bool armed = false;
+    bool seen = false;
+};
+inline thread_local LineTypeSeen tLineTypeSeen;
+
 // The one read loop: the pairs of a record up to its end (by default the
 // next code-0 pair, pushed back) or the end of the input. The hook sees every
 // pair first; codes without a field are passed over; a later pair overwrites
@@ -247,8 +257,10 @@ struct EndAtCodeZero {
 template <class R, class Hook = EndAtCodeZero>
 void ReadPairs(DXFReader& reader, R& record, Hook&& hook = {}) {
     const auto& table = ReadTableOf<R>();
+    const bool noteLineType = std::exchange(tLineTypeSeen.armed, false);
     while (!reader.AtEnd()) {
         const DXFReader::Pair& p = reader.Read();
+        if (noteLineType && p.Code == 6) tLineTypeSeen.seen = true;
         switch (hook(p, record)) {
         case PairIs::Field: table.Apply(reader, p, record); break;
         case PairIs::Taken: break;
@@ -381,6 +393,9 @@ struct W {
     }
 };
 
+// KeptSlot::pairs bit: the record was read without a line type.
+inline constexpr uint32_t kKeptNoLineType = 1;
+
 // Writes the record by its write order; save gives the handles and owners
 // (Writer(), WriteHandle()).
 template <class R, class Save>
@@ -393,6 +408,9 @@ void WriteByOrder(Save& save, const WriteOrder<R>& order, const R& r) {
         case WriteOp<R>::Kind::Handle: save.WriteHandle(); break;
         case WriteOp<R>::Kind::String: {
             const std::string& s = r.*op.str;
+            // A line type the file did not give, still the one read in its place.
+            if constexpr (requires { r.kept.pairs; })
+                if (op.code == 6 && (r.kept.pairs & kKeptNoLineType) && writer.IsStandard() && (s.empty() || s == op.text)) break;
             writer.WriteString(op.code, (op.fallback && s.empty()) ? op.text : std::string_view(s));
             break;
         }

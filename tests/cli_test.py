@@ -34,7 +34,10 @@ ROWS = [
     ("info --json {ex}", 0, '"name":"FA","entities":{[^}]*"HATCHES":0'),
     ("info --json --version-mode 6 {ex}", 0, '"name":"FA","entities":{[^}]*"HATCHES":1'),
     ("info --json --codepage=1252 {ex}", 0, "CÍMMEZÕ"),  # byte F5 is o with tilde in 1252
-    ("convert --call-log {d}/log.txt {ex} {d}/out.dxf", 0, "^$"),
+    ("convert --call-log {d}/log.txt {ex} {d}/out.dxf", 0, "^ormavec: warning: not kept: 2 objects\n$"),
+    ("convert --classic {d}/hatch.dxf {d}/c.dxf", 0, "^ormavec: warning: not kept: 1 HATCH, 1 SPLINE, 2 header variables\n$"),
+    ("convert {d}/hatch.dxf -", 0, r"^ *0\r\nSECTION\r\n *2\r\nHEADER\r\n.*\$INSUNITS\r\n *70\r\n4\r\n *9\r\n\$MEASUREMENT\r\n *70\r\n1\r\n"
+     r".*\r\nSPLINE\r\n.*\r\nLINE\r\n.*\r\nHATCH\r\n.*\r\n *2\r\nSOLID\r\n.*EOF\r\n$"),
     ("info --json {d}/out.dxf", 0, r'^{"file":".*out.dxf","acadver":1015,"codepage":{"declared":"ANSI_1250","used":"ANSI_1250"},'
      r'"header":{"extmin":\[-1,-3,0\],"extmax":\[33,18.5,5\],'
      r'"insbase":\[0,0,0\]},"extent":\[[^]]+\],"entities":{"ARCS":\d+,.*"INSERTS":11,"LINES":5,"LWPOLYLINES":\d+,"MTEXTS":1,'
@@ -57,7 +60,7 @@ ROWS = [
     ("info --recover --strict {d}/damaged.dxf", 1, r"damaged.dxf:9: blank line .* \(and 3 more warnings\)"),
     ("info --json - <{ex}", 0, '"file":"-".*"INSERTS":11'), ("info --json /dev/stdin <{ex}", 0, r'"file":"/dev/stdin".*"INSERTS":11'),
     ("convert {d}/r12.dxf -", 0, "^0\r\nSECTION\r\n2\r\nHEADER\r\n"), ("convert {ex} /dev/full", 1, "Disk full: /dev/full"),
-    ("convert {ex} {d}/link.dxf", 0, "^$"), ("info --json {d}/target.dxf", 0, '"acadver":1015'),
+    ("convert {ex} {d}/link.dxf", 0, "^ormavec: warning: not kept"), ("info --json {d}/target.dxf", 0, '"acadver":1015'),
 ]
 
 
@@ -105,7 +108,9 @@ def main(ormavec):
                            ("empty", b""), ("a.dwg", b"AC1032\0\0\0\0\0\x1f\x02"), ("bin", b"AutoCAD Binary DXF\r\n\x1a\0\0\0SECTION\0\2\0ENTITIES\0\0\0LINE\0\x0a\0\0\0\0"),
                            ("junk", b"\0\x1b[31m\xff\xc3\r\r" + b"x" * 60 + b"\n"), ("cut", cut), ("noeof", cut + b"0\r\nENDSEC\r\n"),
                            ("damaged", b"0\nSECTION\n2\nENTITIES\n0\nLINE\n8\n0\n\n 1 0\n1,5\n20\n- 2\n0\nENDSEC\n0\nEOF\n"),
-                           ("target", b"old\n")):
+                           ("target", b"old\n"), ("hatch", b"".join(p.encode() + b"\r\n" for p in (
+                               "0 SECTION 2 HEADER 9 $ACADVER 1 AC1015 9 $INSUNITS 70 4 9 $MEASUREMENT 70 1 0 ENDSEC 0 SECTION 2 ENTITIES "
+                               "0 SPLINE 8 0 70 8 71 3 72 0 73 0 0 LINE 8 0 11 4 0 HATCH 8 0 2 SOLID 70 1 91 0 0 ENDSEC 0 EOF").split()))):
             pathlib.Path(d, name if "." in name else name + ".dxf").write_bytes(data)
         os.chmod(os.path.join(d, "target.dxf"), 0o640)
         os.symlink("target.dxf", os.path.join(d, "link.dxf"))

@@ -11,10 +11,15 @@
 #include <deque>
 #include <filesystem>
 #include <fstream>
+#include <map>
+#include <set>
+#include <numeric>
+#include <sstream>
 #include <regex>
 #include <string>
 #include <vector>
 
+#include "document/entity_sets.h"
 #include "fuzz/fuzz_entries.h"
 #include "model_compare.h"
 #include "test_support.h"
@@ -41,19 +46,58 @@ std::string Json(std::string_view s) {
     return out + "\"";
 }
 
-// The counts of the kinds a set writes, by entity name, and its attributes.
+// What a drawing holds, counted straight from its pairs: entities by name
+// (ENTITIES and blocks, a sequence's parts aside), header variables, objects
+// and entities carrying XDATA.
+struct Census {
+    std::map<std::string, int64_t> entities;
+    std::multiset<std::string> header;
+    int64_t objects = 0, xdata = 0;
+    explicit Census(const std::string& text) {
+        std::string section, code, value;
+        std::istringstream in(text);
+        bool entity = false, hasXData = false;
+        while (std::getline(in, code) && std::getline(in, value)) {
+            const auto trim = [](std::string& t) { t.erase(t.find_last_not_of(" \r") + 1), t.erase(0, t.find_first_not_of(' ')); };
+            trim(code), trim(value);
+            if (code == "0") {
+                xdata += entity && hasXData;
+                entity = hasXData = false;
+                if (value == "EOF") break;
+                if (value == "SECTION" && std::getline(in, code) && std::getline(in, section)) trim(section);
+                else if (section == "OBJECTS" && value != "ENDSEC") ++objects;
+                else if ((section == "ENTITIES" || section == "BLOCKS") && value != "ENDSEC" && value != "BLOCK" && value != "ENDBLK" &&
+                         value != "SEQEND" && value != "VERTEX" && value != "ATTRIB")
+                    ++entities[value], entity = true;
+            } else if (code == "9" && section == "HEADER") {
+                header.insert(value);
+            } else if (code == "1001") {
+                hasXData = true;
+            }
+        }
+    }
+};
+
+// The counts of the kinds a set writes, by entity name, and its attributes;
+// entities kept as pairs count under their names.
 template <class Set>
 std::string CountsJson(const Set& set) {
+    std::map<std::string, int64_t> raw;
+    if (const KeptEntities* kept = entity_sets::RawOf(set))
+        for (const RawEntity& e : kept->Items()) ++raw[e.Name];
     std::string out;
     int32_t attribs = 0;
     kinds::ForEach([&]<Kind K>() {
         if constexpr (Holds<Set, K> && kinds::RowOf(K).write) {
             const auto& list = ListIn<K>(set);
-            out += (out.empty() ? "\"" : ",\"") + std::string(kinds::RowOf(K).dxf) + "\":" + std::to_string(list ? list->Count() : 0);
+            const std::string name(kinds::RowOf(K).dxf);
+            out += (out.empty() ? "\"" : ",\"") + name + "\":" + std::to_string((list ? list->Count() : 0) + raw[name]);
+            raw.erase(name);
             if constexpr (K == Kind::Insert)
                 for (const INSERT_ENT& i : list ? list->GetArray() : std::vector<INSERT_ENT>{}) attribs += i.ATTRIBS ? i.ATTRIBS->Count() : 0;
         }
     });
+    for (const auto& [name, n] : raw) out += (out.empty() ? "" : ",") + Json(name) + ":" + std::to_string(n);
     return "\"entities\":{" + out + "},\"attribs\":" + std::to_string(attribs);
 }
 
@@ -69,6 +113,7 @@ TEST(CorpusTest, RoundTripsEveryFile) {
         if (entry.is_regular_file() && entry.path().extension() == ".dxf") files.push_back(entry.path());
     std::sort(files.begin(), files.end());
     std::string counts[2];
+    int64_t totals[4][2] = {};
     for (const fs::path& dir : kSaved) fs::remove_all(dir), fs::create_directories(dir);
     ormavec::testing::VersionModeScope mode(6);  // hatches inside blocks are read from version mode 6 on
     for (const fs::path& path : files) {
@@ -91,6 +136,7 @@ TEST(CorpusTest, RoundTripsEveryFile) {
         source.SetTextConvertMode(TextConvertMode::Auto);
         standard.SetTextConvertMode(TextConvertMode::Auto);
         source.SetSaveMode(SaveMode::Standard);
+        source.SetPreserve(true);
         const fs::path saved[2] = {kSaved[0] / flat, kSaved[1] / flat};
         first.Save(saved[0].string());
         second.Load(saved[0].string());
@@ -101,6 +147,15 @@ TEST(CorpusTest, RoundTripsEveryFile) {
         source.Save((kSaved[2] / flat).string());
         binary.SetTextConvertMode(TextConvertMode::Auto);
         binary.Load((kSaved[2] / flat).string());
+        // Every entity and header variable comes back, the entities in the
+        // order drawn; the rest is counted for the totals.
+        const Census before(ReadFile(path)), after(ReadFile(saved[1]));
+        EXPECT_EQ(before.entities, after.entities);
+        EXPECT_TRUE(std::includes(after.header.begin(), after.header.end(), before.header.begin(), before.header.end()));
+        const int64_t parts[4][2] = {{std::accumulate(before.entities.begin(), before.entities.end(), int64_t{0}, [](int64_t n, const auto& e) { return n + e.second; }),
+                                      std::accumulate(after.entities.begin(), after.entities.end(), int64_t{0}, [](int64_t n, const auto& e) { return n + e.second; })},
+                                     {std::ssize(before.header), std::ssize(after.header)}, {before.objects, after.objects}, {before.xdata, after.xdata}};
+        for (int i = 0; i < 4; ++i) totals[i][0] += parts[i][0], totals[i][1] += parts[i][1];
         const int32_t declared[2] = {first.HEADER()->AcadVer(), std::max<int32_t>(source.HEADER()->AcadVer(), 1015)};
         EXPECT_EQ(standard.HEADER()->AcadVer(), declared[1]);
         for (int m = 0; m < 2; ++m) {
@@ -140,6 +195,9 @@ TEST(CorpusTest, RoundTripsEveryFile) {
         }
     }
     fs::remove(kSaved[0] / "again.dxf");
+    std::printf("source/Standard save: entities %lld/%lld, header variables %lld/%lld, objects %lld/%lld, XDATA entities %lld/%lld\n",
+                (long long)totals[0][0], (long long)totals[0][1], (long long)totals[1][0], (long long)totals[1][1], (long long)totals[2][0],
+                (long long)totals[2][1], (long long)totals[3][0], (long long)totals[3][1]);
     for (int m = 0; m < 3; ++m) std::ofstream(kSaved[m] / "counts.json", std::ios::binary) << counts[m ? 1 : 0] << "]\n";
 }
 

@@ -9,6 +9,7 @@
 #include <gtest/gtest.h>
 #include <rapidcheck/gtest.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <cmath>
 #include <filesystem>
@@ -296,3 +297,51 @@ RC_GTEST_PROP(Recover, RepairsEachDamageWithAWarningOnItsLine, ()) {
 }
 
 }  // namespace
+
+// A preserving load keeps what the model does not type and the host still
+// changes the model: the Standard save writes the kept entities in their
+// place among the typed ones, without the deleted record, with the added one
+// last, every handle once and the seed above them all. A load that does not
+// preserve counts what it passed over.
+TEST(Preserving, KeptContentMeetsTheHostsChanges) {
+    TempDir dir;
+    WriteFile(dir / "in.dxf", Dxf("0 SECTION\n2 HEADER\n9 $ACADVER\n1 AC1015\n9 $INSUNITS\n70 4\n9 $HANDSEED\n5 20\n0 ENDSEC\n"
+                                  "0 SECTION\n2 ENTITIES\n0 LINE\n5 10\n8 0\n6 DASHED\n11 1\n0 SPLINE\n5 11\n330 1F\n100 AcDbEntity\n8 0\n"
+                                  "100 AcDbSpline\n70 8\n71 3\n1001 APP\n1000 x\n0 LINE\n5 12\n8 0\n11 2\n0 HATCH\n5 13\n8 0\n2 SOLID\n"
+                                  "0 ENDSEC\n0 EOF\n"));
+    DXFDocument lossy;
+    lossy.Load(dir / "in.dxf");
+    EXPECT_EQ(lossy.NotKept().Text(), "1 HATCH, 1 SPLINE, 1 header variables");
+    DXFDocument doc;
+    doc.SetPreserve(true);
+    doc.SetSaveMode(SaveMode::Standard);
+    doc.Load(dir / "in.dxf");
+    EXPECT_TRUE(doc.NotKept().Empty());
+    EXPECT_EQ(doc.ENTITIES()->LINES()->Item(1).LineType, "Continuous");  // the model's value for a line type not given
+    doc.ENTITIES()->LINES()->Delete(0);
+    doc.ENTITIES()->CIRCLES()->Add(CIRCLE_ENT{});
+    doc.Save(dir / "out.dxf");
+    const std::vector<std::string> lines = SplitCrLf(ReadFile(dir / "out.dxf"));
+    std::vector<std::string> names, handles, insunits, lineTypes;
+    std::string section, seed;
+    for (std::size_t i = 0; i + 1 < lines.size(); i += 2) {
+        const int code = std::atoi(lines[i].c_str());
+        const std::string& v = lines[i + 1];
+        if (code == 2 && lines[i - 1] == "SECTION") section = v;
+        if (code == 0 && v == "ENDSEC") section.clear();
+        if (code == 0 && section == "ENTITIES") names.push_back(v);
+        if ((code == 5 || code == 105) && section != "HEADER") handles.push_back(v);
+        if (code == 6 && section == "ENTITIES") lineTypes.push_back(v);
+        if (i >= 2 && lines[i - 1] == "$HANDSEED") seed = v;
+        if (i >= 2 && lines[i - 1] == "$INSUNITS") insunits.push_back(v);
+    }
+    EXPECT_EQ(names, (std::vector<std::string>{"SPLINE", "LINE", "HATCH", "CIRCLE"}));
+    EXPECT_EQ(insunits, std::vector<std::string>{"4"});
+    EXPECT_EQ(lineTypes, std::vector<std::string>{"Continuous"}) << "only the added circle names one";
+    std::vector<uint32_t> numbers;
+    for (const std::string& h : handles) numbers.push_back(ParseHandle(h));
+    std::sort(numbers.begin(), numbers.end());
+    EXPECT_EQ(std::adjacent_find(numbers.begin(), numbers.end()), numbers.end()) << "a handle written twice";
+    EXPECT_NE(std::find(handles.begin(), handles.end(), "11"), handles.end()) << "the SPLINE keeps its handle";
+    EXPECT_GT(ParseHandle(seed), numbers.back());
+}

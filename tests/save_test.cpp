@@ -572,7 +572,7 @@ TEST(StandardOutput, DeclaresItsVersionAndCodePageAndEncodesTexts) {
         doc.HEADER()->SetAcadVer(acadVer);
         doc.TABLES()->LAYERS()->Add(LAYERS_TAB{"Kőж", "", 1, 0});
         doc.TABLES()->STYLES()->Add(STYLES_TAB{"Standard", "txt.shx", 0, 0, 0, 0, 0, 0});
-        for (const char* style : {"Titles", "TITLES", "standard", "Notes"}) doc.ENTITIES()->TEXTS()->Add(TEXT_ENT{"", 0, 0, 0, 0, 0, 0, "", 0, 0, 0, style, 0, 0});
+        for (const char* style : {"Titles", "TITLES", "standard", "Notes"}) doc.ENTITIES()->TEXTS()->Add(TEXT_ENT{"", 0, 0, 0, 0, 0, 0, "", 0, 0, 0, style, 0, 0, {}});
         std::string text, names;
         EXPECT_EQ(RoundTrip(doc, mode, &text), std::vector<std::string>{});
         const std::vector<FileObject> objects = FileObjects(text);

@@ -1,0 +1,99 @@
+#include "document/kept.h"
+
+#include <algorithm>
+
+#include "document/save_context.h"
+
+namespace ormavec {
+
+uint32_t RawEntity::Handle(int32_t code) const noexcept {
+    for (const DxfEntry& p : Pairs)
+        if (p.Code == code) return ParseHandle(p.Value);
+    return 0;
+}
+
+uint32_t KeptEntities::MaxHandle(int32_t handleCode) const noexcept {
+    uint32_t m = 0;
+    for (const RawEntity& e : items_) {
+        bool ownerSeen = false, inClass = false;
+        for (const DxfEntry& p : e.Pairs) {
+            const int32_t c = p.Code;
+            inClass = inClass || c == 100;
+            // The owner is not kept: a save writes its own.
+            if (c == 330 && !inClass && !ownerSeen) {
+                ownerSeen = true;
+                continue;
+            }
+            if (c == handleCode || (c >= 320 && c <= 369) || (c >= 390 && c <= 399) || c == 480 || c == 481 || c == 1005)
+                m = std::max(m, ParseHandle(p.Value));
+        }
+    }
+    return m;
+}
+uint32_t ParseHandle(std::string_view text) noexcept {
+    uint32_t v = 0;
+    if (text.empty() || text.size() > 8) return 0;
+    for (char c : text) {
+        const int d = c >= '0' && c <= '9' ? c - '0' : c >= 'A' && c <= 'F' ? c - 'A' + 10 : c >= 'a' && c <= 'f' ? c - 'a' + 10 : -1;
+        if (d < 0) return 0;
+        v = v * 16 + static_cast<uint32_t>(d);
+    }
+    return v > 0x7FFFFFFF ? 0 : v;
+}
+
+void KeptEntities::Read(DXFReader& reader, std::string_view name, uint32_t place) {
+    RawEntity& e = items_.emplace_back();
+    e.Name.assign(name);  // before the next read, which moves the view
+    e.Place = place;
+    while (!reader.AtEnd()) {
+        const DXFReader::Pair& p = reader.Read();
+        if (p.Code == 0) {
+            reader.UnRead();
+            break;
+        }
+        e.Pairs.push_back({p.Code, std::string(p.Value)});
+    }
+}
+
+void KeptEntities::Write(SaveContext& save, const RawEntity& e, int32_t handleCode) {
+    DXFWriter& w = save.Writer();
+    w.WriteString(0, e.Name);
+    // Handle and owner come first; the owner is the save's.
+    const uint32_t h = e.Handle(handleCode);
+    const int32_t written = h != 0 && save.keptHandles.insert(h).second ? static_cast<int32_t>(h) : save.TakeHandle();
+    w.WriteHandle(handleCode, written);
+    save.WriteOwner();
+    bool ownerSeen = false, inClass = false;
+    const std::vector<DxfEntry>& pairs = e.Pairs;
+    for (std::size_t i = 0; i < pairs.size(); ++i) {
+        const DxfEntry& p = pairs[i];
+        if (p.Code == 100) inClass = true;
+        if (!inClass && (p.Code == handleCode || (p.Code == 330 && !ownerSeen))) {
+            ownerSeen = ownerSeen || p.Code == 330;
+            continue;
+        }
+        // Reactors and extension dictionaries point into objects that are
+        // not written.
+        if (p.Code == 102 && (p.Value == "{ACAD_REACTORS" || p.Value == "{ACAD_XDICTIONARY")) {
+            while (i + 1 < pairs.size() && !(pairs[i].Code == 102 && pairs[i].Value == "}")) ++i;
+            continue;
+        }
+        w.WriteString(p.Code, p.Value);
+    }
+}
+
+std::string NotKept::Text() const {
+    std::string text;
+    const auto add = [&](int64_t n, std::string_view what, bool after = true) {
+        if (n == 0) return;
+        if (!text.empty()) text += ", ";
+        text += after ? std::to_string(n) + " " + std::string(what) : std::string(what) + std::to_string(n) + " entities";
+    };
+    for (const auto& [name, n] : entities) add(n, name);
+    add(headerVariables, "header variables");
+    add(objects, "objects");
+    add(xdataEntities, "XDATA of ", false);
+    return text;
+}
+
+}  // namespace ormavec

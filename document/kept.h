@@ -1,0 +1,86 @@
+// What a preserving load keeps beside the typed model, so that a Standard
+// save writes the drawing back without losing what the records do not hold.
+//
+// Where kept content lives:
+// - A typed record grows by one 8-byte slot (KeptSlot): its place in its
+//   section as read (draw order) and a 32-bit id reserved for its kept pairs
+//   (KeptSlot in entities/records.h).
+//   The slot is bookkeeping, not value: records compare equal whatever it
+//   holds, and a record added by the host has place 0 (written after the
+//   read ones, in kind order). Copies keep the place of their source; every
+//   record written gets a fresh handle, so a copy never repeats one.
+// - Entities of kinds the model does not type, and typed kinds where a set
+//   does not keep them (ATTDEF, SOLID in blocks, HATCH in ENTITIES), are kept
+//   as raw pairs in the set that read them (KeptEntities), with their place;
+//   the Standard save merges them with the typed records by place.
+// - The entries of the APPID and DIMSTYLE tables are kept alike, as their
+//   names are what kept entities and XDATA refer to.
+// - Header variables are kept in order on the HEADER, as pairs; those the
+//   model types are written from the model where they stood.
+// - Handles: kept entities keep theirs; a save numbers what it writes from
+//   above every handle kept content carries or points to, so that a kept
+//   pointer to something not written dangles instead of reaching something
+//   else, and a save of a save numbers alike.
+// - Nothing is kept on a load that does not preserve (the Classic path): it
+//   only counts what it passes over (NotKept), so that the loss is said.
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "io/reader.h"
+
+namespace ormavec {
+
+class SaveContext;
+
+// A handle's hexadecimal text as a number; 0 for a text that is no handle
+// of the 31-bit range a save writes.
+uint32_t ParseHandle(std::string_view text) noexcept;
+
+// One entity kept as the pairs of the file, its 0/<name> pair aside.
+struct RawEntity {
+    std::string Name;
+    uint32_t Place = 0;
+    std::vector<DxfEntry> Pairs;
+    // The handle it carried (group 5, or 105 for a DIMSTYLE entry), 0 for
+    // none or one that is no handle.
+    uint32_t Handle(int32_t code = 5) const noexcept;
+};
+
+// The raw entities of one entity set, in the order read.
+class KeptEntities {
+public:
+    const std::vector<RawEntity>& Items() const noexcept { return items_; }
+    std::vector<RawEntity>& Items() noexcept { return items_; }
+    bool Empty() const noexcept { return items_.empty(); }
+    int64_t Count() const noexcept { return static_cast<int64_t>(items_.size()); }
+    // Reads the pairs after 0/<name> up to the next code-0 pair (pushed back).
+    void Read(DXFReader& reader, std::string_view name, uint32_t place);
+    // Writes one with the save's owner and the handle it carried, so that
+    // what points to it still does; a fresh handle when it carried none or
+    // one already written. Groups that point into objects a save does not
+    // write (reactors, extension dictionaries) are left out.
+    static void Write(SaveContext& save, const RawEntity& e, int32_t handleCode = 5);
+    // The largest handle the kept entries carry or point to (0 for none).
+    uint32_t MaxHandle(int32_t handleCode = 5) const noexcept;
+
+private:
+    std::vector<RawEntity> items_;
+};
+
+// What a load passed over without keeping it, by kind of loss.
+struct NotKept {
+    std::map<std::string, int64_t, std::less<>> entities;  // by entity name
+    int64_t headerVariables = 0;
+    int64_t objects = 0;
+    int64_t xdataEntities = 0;
+    bool Empty() const noexcept { return entities.empty() && headerVariables == 0 && objects == 0 && xdataEntities == 0; }
+    // "784 SPLINE, 12 DIMENSION, 241 header variables, XDATA of 30 entities"
+    std::string Text() const;
+};
+
+}  // namespace ormavec
