@@ -78,7 +78,7 @@ void HEADER::ReadSection(DXFReader& reader, bool preserve, NotKept* lost) {
         const DXFReader::Pair& pair = reader.Read();
         if (pair.Value == "ENDSEC") return;
         if (pair.Code != 9) {
-            if (open && pair.Code != 0) open->Pairs.push_back({pair.Code, std::string(pair.Value)});
+            if (open && pair.Code != 0) open->Pairs.push_back({pair.Code, std::string(reader.WithText().Value)});
             continue;
         }
         std::string name = UpperCase(pair.Value);

@@ -51,7 +51,7 @@ void KeptEntities::Read(DXFReader& reader, std::string_view name, uint32_t place
             reader.UnRead();
             break;
         }
-        e.Pairs.push_back({p.Code, std::string(p.Value)});
+        e.Pairs.push_back({p.Code, std::string(reader.WithText().Value)});
     }
 }
 

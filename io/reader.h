@@ -124,6 +124,11 @@ public:
     // ToInt32 takes the number; ReadEntry and UnRead give its text.
     const Pair& Read(bool trimValue = true, bool upperCase = false);
     DxfEntry ReadEntry(bool trimValue, bool upperCase);
+    // The pair last read, a binary double's text made now.
+    const Pair& WithText() {
+        numberText();
+        return pair_;
+    }
 
     // Pushes one pair back. A second push-back without a read in between
     // fails with ErrInvalidOperation "UnReadEntry/1".
