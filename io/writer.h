@@ -95,6 +95,7 @@ private:
     }
     void needSlow(std::size_t bytes);
     void flush();
+    void startWriteback() noexcept;
     void discard() noexcept;
     void putCode(int32_t code);
     static char* codeLine(char* p, int32_t code) noexcept;
@@ -127,6 +128,7 @@ private:
     std::string tempName_;
     int tempSlot_ = -1;  // where the signal handlers find tempName_
     int64_t written_ = 0;
+    int64_t writebackFrom_ = 0;
     std::string* memory_ = nullptr;
     std::unique_ptr<char[]> buffer_;
     std::size_t size_ = 0;
