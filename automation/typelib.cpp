@@ -127,6 +127,14 @@ const Interface* DocumentInterface(TypeLibrary& lib) {
         return None();
     });
     b.Auto("Binary", kGet, {}, "Boolean", [](Object& o, Args&) { return Variant(Self<DXFDocument>(o).Binary()); });
+    // Loads keep what the typed model does not hold; Standard saves write it back.
+    b.Auto("Preserve", kLet, {Ref("Value", "Boolean")}, "", [](Object& o, Args& a) {
+        Self<DXFDocument>(o).SetPreserve(a[0].ToBool());
+        return None();
+    });
+    b.Auto("Preserve", kGet, {}, "Boolean", [](Object& o, Args&) { return Variant(Self<DXFDocument>(o).Preserve()); });
+    // What the last load did not keep, e.g. "3 SPLINE, 12 header variables"; empty when it kept all.
+    b.Auto("NotKept", kGet, {}, "String", [](Object& o, Args&) { return Variant(Self<DXFDocument>(o).NotKept().Text()); });
     return b.get();
 }
 

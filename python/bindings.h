@@ -21,6 +21,8 @@ namespace py = pybind11;
 namespace help = ::ormavec::automation::build;
 
 py::object toPython(const Variant& v);
+// Kept entities as a tuple of KeptEntity (empty for none).
+py::tuple KeptToPython(const KeptEntities* kept);
 Variant fromPython(py::handle h);
 // A Python callable, or an object with a Compare method, as an IComparer.
 std::shared_ptr<IComparer> comparerFrom(const py::object& c);

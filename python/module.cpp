@@ -97,9 +97,22 @@ std::shared_ptr<DXFDocument> newDocument() {
     });
 }
 
-const char* const kLoadOptions[] = {"TextConvertMode", "CodePage", "SaveMode", "Binary", "Progress", "Recover"};
+const char* const kLoadOptions[] = {"TextConvertMode", "CodePage", "SaveMode", "Binary", "Progress", "Recover", "Preserve"};
+
+py::tuple pairsToPython(const std::vector<DxfEntry>& pairs) {
+    py::tuple out(pairs.size());
+    for (std::size_t i = 0; i < pairs.size(); ++i) out[i] = py::make_tuple(pairs[i].Code, pairs[i].Value);
+    return out;
+}
 
 }  // namespace
+
+py::tuple ormavec::python::KeptToPython(const KeptEntities* kept) {
+    if (!kept) return py::tuple();
+    py::tuple out(kept->Items().size());
+    for (std::size_t i = 0; i < kept->Items().size(); ++i) out[i] = py::cast(kept->Items()[i]);
+    return out;
+}
 
 PYBIND11_MODULE(ormavec, m) {
     m.doc() = "Read, change and write DXF drawings (text or binary).";
@@ -142,6 +155,17 @@ PYBIND11_MODULE(ormavec, m) {
     py::class_<Object, std::shared_ptr<Object>>(m, "Object").def_property_readonly("ClassName", [](const Object& o) {
         return std::string(o.ClassName());
     });
+
+    // Kept content is a read-only copy: the host changes the model through
+    // the typed records; what was kept is written back as it was read.
+    py::class_<RawEntity>(m, "KeptEntity", "An entity a preserving load kept as the pairs of the file.")
+        .def_property_readonly("Name", [](const RawEntity& e) { return e.Name; })
+        .def_property_readonly("Handle", [](const RawEntity& e) { return e.Handle(); }, "The handle it carried, 0 for none.")
+        .def_property_readonly("Place", [](const RawEntity& e) { return e.Place; }, "Its place among the entities read (draw order).")
+        .def_property_readonly("Pairs", [](const RawEntity& e) { return pairsToPython(e.Pairs); }, "(code, value text) pairs after 0/Name.")
+        .def("__repr__", [](const RawEntity& e) {
+            return "KeptEntity(" + e.Name + ", handle " + std::to_string(e.Handle()) + ", " + std::to_string(e.Pairs.size()) + " pairs)";
+        });
 
     BindRecords(m);
 
@@ -187,7 +211,15 @@ PYBIND11_MODULE(ormavec, m) {
         // The points in place: changing a coordinate changes the header.
         .def_property("ExtMax", py::cpp_function(&HEADER::ExtMaxRef, py::return_value_policy::reference_internal), &HEADER::SetExtMax)
         .def_property("ExtMin", py::cpp_function(&HEADER::ExtMinRef, py::return_value_policy::reference_internal), &HEADER::SetExtMin)
-        .def_property("InsBase", py::cpp_function(&HEADER::InsBaseRef, py::return_value_policy::reference_internal), &HEADER::SetInsBase);
+        .def_property("InsBase", py::cpp_function(&HEADER::InsBaseRef, py::return_value_policy::reference_internal), &HEADER::SetInsBase)
+        .def_property_readonly(
+            "Kept",
+            [](const HEADER& h) {
+                py::list out;
+                for (const HEADER::KeptVariable& v : h.Kept()) out.append(py::make_tuple(v.Name, pairsToPython(v.Pairs)));
+                return py::tuple(out);
+            },
+            "Every variable of a preserving load in file order, as (name, pairs); no pairs for those the model holds.");
 
     py::class_<ENTITIES, Object, std::shared_ptr<ENTITIES>> entities(m, "ENTITIES", "The entity collections of the model space.");
     entities
@@ -205,6 +237,10 @@ PYBIND11_MODULE(ormavec, m) {
             entities.def_property_readonly(std::string(kinds::RowOf(K).list).c_str(),
                                            [](const ENTITIES& e) { return ListIn<K>(e); });
     });
+
+    entities.def_property_readonly(
+        "Kept", [](const ENTITIES& e) { return KeptToPython(e.Kept().get()); },
+        "What a preserving load kept as pairs (kinds the model does not type): a tuple of KeptEntity, in the order read.");
 
     py::class_<TABLES, Object, std::shared_ptr<TABLES>>(m, "TABLES", "Layers, line types and text styles.")
         .def(py::init<>())
@@ -281,6 +317,21 @@ PYBIND11_MODULE(ormavec, m) {
         .def_property_readonly("CodePageName", [](const DXFDocument& d) { return CodePageName(d.CodePage()); })
         .def_property_readonly("DeclaredCodePage", &DXFDocument::DeclaredCodePage)
         .def_property_readonly("ReadAsUtf8", &DXFDocument::ReadAsUtf8)
+        .def_property("Preserve", &DXFDocument::Preserve, &DXFDocument::SetPreserve,
+                      "Loads keep what the typed model does not hold, and Standard saves write it back.")
+        .def_property_readonly(
+            "NotKept",
+            [](const DXFDocument& d) {
+                const NotKept& n = d.NotKept();
+                py::dict out;
+                out["entities"] = py::dict(py::cast(n.entities));
+                out["header_variables"] = n.headerVariables;
+                out["objects"] = n.objects;
+                out["xdata_entities"] = n.xdataEntities;
+                out["text"] = n.Text();
+                return out;
+            },
+            "What the last load read but did not keep: counts by kind of loss, and the warning's text.")
         .def_property("Recover", &DXFDocument::Recover, &DXFDocument::SetRecover,
                       "Loads repair blank group-code lines, decimal commas and blanks in numbers, each with a warning.")
         .def_property_readonly(
@@ -334,7 +385,7 @@ PYBIND11_MODULE(ormavec, m) {
             for (auto [key, value] : options) {
                 const std::string name = py::str(key);
                 if (std::find(std::begin(kLoadOptions), std::end(kLoadOptions), name) == std::end(kLoadOptions))
-                    throw py::type_error("load() has no option " + name + " (it takes TextConvertMode, CodePage, SaveMode, Binary, Progress, Recover)");
+                    throw py::type_error("load() has no option " + name + " (it takes TextConvertMode, CodePage, SaveMode, Binary, Progress, Recover, Preserve)");
                 py::setattr(d, key, value);
             }
             d.attr("Load")(path);

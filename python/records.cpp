@@ -299,6 +299,10 @@ void bindRecord(py::module_& m) {
         }
     });
     cls.attr("__match_args__") = py::tuple(names);
+    if constexpr (std::is_same_v<R, BLOCK_BLOCK>)
+        cls.def_property_readonly(
+            "Kept", [](const R& b) { return KeptToPython(b.Kept.get()); },
+            "What a preserving load kept of the block as pairs: a tuple of KeptEntity, in the order read.");
     bindFrozen(cls);
     cls.def("__repr__", [](const R& r) { return reprOf(r); });
     cls.def("__eq__", [](const R& a, py::handle b) { return py::isinstance<R>(b) && ValueEqual(a, b.cast<const R&>()); }, py::is_operator());

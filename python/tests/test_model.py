@@ -111,3 +111,24 @@ def test_r12_export_and_picture(tmp_path):
     doc.to_svg(tmp_path / "p.svg", layers=["0"], background="white")
     assert svg.startswith("<?xml") and 'width="300"' in svg and svg.count("<use") >= doc.ENTITIES.INSERTS.Count
     assert (tmp_path / "p.svg").read_text(encoding="utf-8").count("<use") < doc.ENTITIES.INSERTS.Count
+
+
+def test_what_a_load_keeps_and_what_it_says_it_lost(tmp_path):
+    spline = ["0", "SPLINE", "5", "2A", "8", "0", "70", "8", "71", "1", "72", "4", "73", "2", "74", "0",
+              "40", "0.0", "40", "0.0", "40", "1.0", "40", "1.0", "10", "0.0", "20", "0.0", "30", "0.0", "10", "5.0", "20", "5.0", "30", "0.0"]
+    text = "\n".join(["0", "SECTION", "2", "HEADER", "9", "$ACADVER", "1", "AC1015", "9", "$INSUNITS", "70", "4",
+                      "0", "ENDSEC", "0", "SECTION", "2", "ENTITIES"] + spline +
+                     ["0", "LINE", "8", "0", "10", "0", "20", "0", "30", "0", "11", "1", "21", "1", "31", "0",
+                      "0", "ENDSEC", "0", "EOF"]) + "\n"
+    (tmp_path / "in.dxf").write_text(text)
+    lost = ormavec.load(str(tmp_path / "in.dxf"))
+    assert lost.NotKept["entities"] == {"SPLINE": 1} and lost.NotKept["header_variables"] >= 1
+    assert "1 SPLINE" in lost.NotKept["text"] and lost.ENTITIES.Kept == () and lost.HEADER.Kept == ()
+    doc = ormavec.load(str(tmp_path / "in.dxf"), Preserve=True, SaveMode=ormavec.SaveMode.Standard)
+    assert doc.NotKept["text"] == "" and doc.ENTITIES.LINES.Count == 1
+    (kept,) = doc.ENTITIES.Kept
+    assert (kept.Name, kept.Handle, kept.Pairs[:3]) == ("SPLINE", 0x2A, ((5, "2A"), (8, "0"), (70, "8")))
+    assert ("$INSUNITS", ((70, "4"),)) in doc.HEADER.Kept
+    doc.Save(str(tmp_path / "out.dxf"))
+    again = ormavec.load(str(tmp_path / "out.dxf"), Preserve=True)
+    assert [e.Name for e in again.ENTITIES.Kept] == ["SPLINE"] and again.ENTITIES.Kept[0].Pairs[-6:] == kept.Pairs[-6:]
