@@ -51,11 +51,11 @@ constexpr uintptr_t kHugePage = 2 << 20;
 constexpr int kUsualTopPad = 128 << 10;
 // How far ahead of the allocator the helper thread maps pages, and the
 // smallest input worth a thread.
-constexpr uintptr_t kPrefaultLead = 8 << 20;
+constexpr uintptr_t kPrefaultLead = 16 << 20;
 constexpr int64_t kPrefaultInput = 16 << 20;
 // Input read between two moves of its goal: finding the allocator's top
 // walks its free lists, too dear for every megabyte.
-constexpr int64_t kPrefaultStep = 4 << 20;
+constexpr int64_t kPrefaultStep = 2 << 20;
 
 struct State {
     std::mutex lock;
