@@ -627,6 +627,9 @@ int runRender(const Arguments& a) {
     if (a.positional.size() != 2) throw UsageError{"render needs an input drawing and an output picture (see ormavec render --help)"};
     DXFDocument& doc = processDocument();
     configure(doc, a.load);
+    // The picture draws what it can read: hatches too, and SPLINEs.
+    if (!a.load.versionMode) doc.SetVersionMode(6);
+    doc.SetKeepSplines(true);
     load(doc, a.positional[0], a.load);
     withBar(doc, "Drawing", a.positional[1], [&] { doc.ToSvg(a.positional[1], a.svg); });
     return 0;
