@@ -55,8 +55,9 @@ public:
     // a Standard save writes it back; see document/kept.h. Off by default.
     void SetPreserve(bool on) noexcept { preserve_ = on; }
     bool Preserve() const noexcept { return preserve_; }
-    // A load that does not preserve still keeps SPLINEs (as their pairs), for
-    // an R12 save or the picture to draw them. Off by default.
+    // A load that does not preserve still keeps SPLINEs, and the HATCHes of
+    // ENTITIES (as their pairs), for an R12 save or the picture to draw them
+    // (an R12 save leaves the HATCHes out). Off by default.
     void SetKeepSplines(bool on) noexcept { keepSplines_ = on; }
     bool KeepSplines() const noexcept { return keepSplines_; }
     // What the last load read but did not keep; empty when it kept all.

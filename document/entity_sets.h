@@ -59,7 +59,7 @@ inline bool PassOver(DXFReader& reader, std::string_view name, std::shared_ptr<K
     // An image or underlay is nothing without its definition, an object,
     // and objects are not kept: written alone it would make the file invalid.
     const bool needsObject = EqualsNoCase(name, "IMAGE") || (name.size() > 8 && EqualsNoCase(name.substr(name.size() - 8), "UNDERLAY"));
-    const bool kept = scratch.preserve || (scratch.keepSplines && EqualsNoCase(name, "SPLINE"));
+    const bool kept = scratch.preserve || (scratch.keepSplines && (EqualsNoCase(name, "SPLINE") || EqualsNoCase(name, "HATCH")));
     if (!kept || needsObject) {
         if (scratch.lost) {
             auto it = scratch.lost->entities.find(name);

@@ -15,6 +15,7 @@
 #include "document/r12_save.h"
 #include "document/spline.h"
 #include "io/error.h"
+#include "io/number.h"
 #include "io/text.h"
 
 namespace ormavec {
@@ -121,6 +122,13 @@ private:
 
 struct Vertex {
     double x, y, bulge;
+};
+// One line family of a hatch pattern: lines at an angle (degrees) through
+// a base point, each the offset from the one before, dashed by the lengths
+// (a gap negative, a dot 0; none: solid).
+struct Family {
+    double angle = 45, x = 0, y = 0, dx = 0, dy = 3.175;
+    std::vector<double> dashes;
 };
 struct Box {
     double x0 = HUGE_VAL, y0 = HUGE_VAL, x1 = -HUGE_VAL, y1 = -HUGE_VAL;
@@ -243,7 +251,9 @@ struct Measure {
         for (const auto& c : contours)
             for (const Vertex& v : c) box.Add(v.x - width / 2, v.y - width / 2), box.Add(v.x + width / 2, v.y + width / 2);
     }
-    void Hatch(const Style& s, const std::vector<std::vector<Vertex>>& contours) { Path(s, contours, true, true, 0); }
+    void Hatch(const Style& s, const std::vector<std::vector<Vertex>>& contours, const std::vector<Family>& = {}) {
+        Path(s, contours, true, true, 0);
+    }
     void Arc(const Style&, double cx, double cy, double r, double, double) { box.Add(cx - r, cy - r), box.Add(cx + r, cy + r); }
     void Dot(const Style&, double x, double y) { box.Add(x, y); }
     // Glyphs about 0.6 of the height wide, from the insertion point (a
@@ -277,20 +287,40 @@ struct Paint {
         if (s.dash) out << " stroke-dasharray=\"" << *s.dash << '"';
         if (width > 0) out << " stroke-width=\"" << width << '"';
     }
-    // The pattern of a hatch: lines at 45 degrees an eighth of an inch apart
-    // (the model keeps no pattern's own lines), at least three pixels apart.
-    // Its lines cannot follow an insert's colour: they take the foreground.
-    void Hatch(const Style& s, const std::vector<std::vector<Vertex>>& contours) {
+    // A hatch filled with the lines of each family of its pattern, one SVG
+    // pattern each: a tile as long as the dashes and as high as the lines'
+    // distance (at least three pixels), turned to their angle. Each line's
+    // dashes start at the same place (the shift along the line is left out).
+    // A hatch whose pattern is not known gets lines at 45 degrees an eighth
+    // of an inch apart. The lines cannot follow an insert's colour: they
+    // take the foreground.
+    void Hatch(const Style& s, const std::vector<std::vector<Vertex>>& contours, const std::vector<Family>& families = {}) {
         const std::string color(s.color.empty() ? scene.Foreground() : s.color);
-        auto [it, added] = patterns.emplace(color, "p" + std::to_string(patterns.size()));
-        if (added) {
-            const double gap = std::max(3.175, 3 * px);
-            out << "<pattern id=\"" << it->second << "\" patternUnits=\"userSpaceOnUse\" width=\"" << gap << "\" height=\"" << gap
-                << "\" patternTransform=\"rotate(45)\"><path d=\"M0 0H" << gap << "\" stroke=\"" << color << "\" stroke-width=\"" << px
-                << "\"/></pattern>\n";
+        static const std::vector<Family> kFallback{Family{}};
+        for (const Family& f : families.empty() ? kFallback : families) {
+            const double a = f.angle * kDegree;
+            const double gap = std::max(std::abs(-f.dx * std::sin(a) + f.dy * std::cos(a)), 3 * px);
+            double length = 0;
+            for (double d : f.dashes) length += std::abs(d);
+            if (length < 3 * px) length = gap;
+            std::string key = color;
+            for (double v : {f.angle, f.x, f.y, gap, length}) key += ' ' + std::to_string(v);
+            for (double v : f.dashes) key += ' ' + std::to_string(v);
+            auto [it, added] = patterns.emplace(key, "p" + std::to_string(patterns.size()));
+            if (added) {
+                out << "<pattern id=\"" << it->second << "\" patternUnits=\"userSpaceOnUse\" width=\"" << length << "\" height=\"" << gap
+                    << "\" patternTransform=\"translate(" << f.x << ' ' << f.y << ") rotate(" << f.angle << ")\"><path d=\"";
+                double at = 0;
+                for (double d : f.dashes) {
+                    if (d >= 0) out << 'M' << at << " 0H" << at + std::max(d, px);
+                    at += std::abs(d);
+                }
+                if (f.dashes.empty() || at < 3 * px) out << "M0 0H" << length;
+                out << "\" stroke=\"" << color << "\" stroke-width=\"" << px << "\"/></pattern>\n";
+            }
+            hatching = it->second.c_str();
+            Path(s, contours, true, false, 0);
         }
-        hatching = it->second.c_str();
-        Path(s, contours, true, false, 0);
         hatching = nullptr;
     }
     void Path(const Style& s, const std::vector<std::vector<Vertex>>& contours, bool closed, bool fill, double width) {
@@ -559,6 +589,91 @@ void draw(P& p, const HATCH_ENT& r) {
         p.Hatch(s, c);
 }
 
+// A HATCH kept as its pairs: its boundary paths (polylines with bulges, or
+// edges: lines, arcs and elliptic arcs in steps of at most 5 degrees, a
+// spline edge through its control points) and its pattern's line families.
+struct KeptHatch {
+    std::string layer = "0";
+    int32_t color = 256;
+    bool solid = false;
+    std::vector<std::vector<Vertex>> paths;
+    std::vector<Family> families;
+};
+
+void addArc(std::vector<Vertex>& to, double cx, double cy, double ax, double ay, double ratio, double a0, double a1, bool ccw) {
+    // Clockwise edges keep the angles of their mirror image.
+    if (!ccw) a0 = -a0, a1 = -a1;
+    double span = ccw ? a1 - a0 : a0 - a1;
+    while (span <= 0) span += 360;
+    const int n = std::clamp(static_cast<int>(std::ceil(span / 5)), 1, 72);
+    for (int i = 0; i <= n; ++i) {
+        const double t = (a0 + (ccw ? 1 : -1) * span * i / n) * kDegree;
+        to.push_back({cx + ax * std::cos(t) - ay * ratio * std::sin(t), cy + ay * std::cos(t) + ax * ratio * std::sin(t), 0});
+    }
+}
+
+KeptHatch readHatch(const RawEntity& e) {
+    KeptHatch h;
+    bool inPaths = false, polyline = false;
+    int edge = 0;
+    double v[9] = {};  // an edge's 10 20 11 21 40 50 51 73, by arrival
+    const auto finishEdge = [&] {
+        if (h.paths.empty() || edge == 0) return;
+        auto& path = h.paths.back();
+        if (edge == 1) {
+            if (path.empty()) path.push_back({v[0], v[1], 0});
+            path.push_back({v[2], v[3], 0});
+        } else if (edge == 2) {
+            addArc(path, v[0], v[1], v[4], 0, 1, v[5], v[6], v[7] != 0);
+        } else if (edge == 3) {
+            addArc(path, v[0], v[1], v[2], v[3], v[4], v[5], v[6], v[7] != 0);
+        }
+        edge = 0;
+    };
+    for (const DxfEntry& p : e.Pairs) {
+        double x = 0;
+        int32_t n = 0;
+        if (p.Code >= 10 && p.Code < 100 && ParseDouble(p.Value, x) != ParseStatus::Ok) x = 0;
+        if (p.Code == 8) h.layer = p.Value;
+        else if (p.Code == 62 && ParseInt32(p.Value, n) == ParseStatus::Ok) h.color = n;
+        else if (p.Code == 70) h.solid = p.Value.find('1') != std::string::npos;
+        else if (p.Code == 91) inPaths = true;
+        else if (p.Code == 75) finishEdge(), inPaths = false;
+        else if (inPaths && p.Code == 92) {
+            finishEdge();
+            ParseInt32(p.Value, n);
+            polyline = (n & 2) != 0;
+            h.paths.emplace_back();
+        } else if (inPaths && p.Code == 97) finishEdge();
+        else if (inPaths && !polyline && p.Code == 72) {
+            finishEdge();
+            ParseInt32(p.Value, edge);
+            std::fill(std::begin(v), std::end(v), 0.0);
+            v[7] = 1;
+        } else if (inPaths && !h.paths.empty() && polyline) {
+            if (p.Code == 10) h.paths.back().push_back({x, 0, 0});
+            else if (p.Code == 20 && !h.paths.back().empty()) h.paths.back().back().y = x;
+            else if (p.Code == 42 && !h.paths.back().empty()) h.paths.back().back().bulge = x;
+        } else if (inPaths && edge == 4) {  // a spline edge: through its control points
+            if (p.Code == 10) h.paths.back().push_back({x, 0, 0});
+            else if (p.Code == 20 && !h.paths.back().empty()) h.paths.back().back().y = x;
+        } else if (inPaths && edge > 0) {
+            static constexpr int kCodes[8] = {10, 20, 11, 21, 40, 50, 51, 73};
+            for (std::size_t k = 0; k < 8; ++k)
+                if (p.Code == kCodes[k]) v[k] = p.Code == 73 ? (p.Value.find('1') != std::string::npos) : x;
+        } else if (p.Code == 53) {
+            h.families.push_back({x, 0, 0, 0, 0, {}});
+        } else if (!h.families.empty() && p.Code >= 43 && p.Code <= 46) {
+            Family& f = h.families.back();
+            (p.Code == 43 ? f.x : p.Code == 44 ? f.y : p.Code == 45 ? f.dx : f.dy) = x;
+        } else if (!h.families.empty() && p.Code == 49) {
+            h.families.back().dashes.push_back(x);
+        }
+    }
+    finishEdge();
+    return h;
+}
+
 // The records of a set the picture shows, kind after kind in section order.
 template <class P, class Set>
 void drawAll(P& p, const Set& set) {
@@ -573,6 +688,15 @@ void drawAll(P& p, const Set& set) {
             SplineCurve s;
             if (EqualsNoCase(e.Name, "SPLINE") && ReadSpline(e, s).empty() && p.scene.Shows(s.Layer))
                 drawPolyline(p, p.scene.StyleOf(s.Layer, s.ColorNumber, s.LineType), r12::AsPolyline(s, 0));
+            if (EqualsNoCase(e.Name, "HATCH")) {
+                const KeptHatch h = readHatch(e);
+                if (!p.scene.Shows(h.layer)) continue;
+                const Style style = p.scene.StyleOf(h.layer, h.color, "");
+                if (h.solid)
+                    p.Path(style, h.paths, true, true, 0);
+                else
+                    p.Hatch(style, h.paths, h.families);
+            }
         }
 }
 
