@@ -40,7 +40,8 @@ struct SplinePoint {
 // than 2^20 vertices gets coarser ones.
 std::vector<SplinePoint> SplinePoints(const SplineCurve& s, double tolerance);
 
-// The curve at u, by de Boor's algorithm on the weighted points.
+// The curve at u, by de Boor's algorithm on the weighted points; for a
+// curve ReadSpline accepted with control points.
 std::array<double, 3> SplineAt(const SplineCurve& s, double u);
 
 namespace r12 {

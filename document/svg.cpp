@@ -127,7 +127,7 @@ struct Vertex {
 // a base point, each the offset from the one before, dashed by the lengths
 // (a gap negative, a dot 0; none: solid).
 struct Family {
-    double angle = 45, x = 0, y = 0, dx = 0, dy = 3.175;
+    double angle = 45, x = 0, y = 0, dx = -2.2450640303, dy = 2.2450640303;  // an eighth of an inch apart
     std::vector<double> dashes;
 };
 struct Box {
@@ -654,10 +654,10 @@ KeptHatch readHatch(const RawEntity& e) {
             if (p.Code == 10) h.paths.back().push_back({x, 0, 0});
             else if (p.Code == 20 && !h.paths.back().empty()) h.paths.back().back().y = x;
             else if (p.Code == 42 && !h.paths.back().empty()) h.paths.back().back().bulge = x;
-        } else if (inPaths && edge == 4) {  // a spline edge: through its control points
+        } else if (inPaths && edge == 4 && !h.paths.empty()) {  // a spline edge: through its control points
             if (p.Code == 10) h.paths.back().push_back({x, 0, 0});
             else if (p.Code == 20 && !h.paths.back().empty()) h.paths.back().back().y = x;
-        } else if (inPaths && edge > 0) {
+        } else if (inPaths && edge > 0 && !h.paths.empty()) {
             static constexpr int kCodes[8] = {10, 20, 11, 21, 40, 50, 51, 73};
             for (std::size_t k = 0; k < 8; ++k)
                 if (p.Code == kCodes[k]) v[k] = p.Code == 73 ? (p.Value.find('1') != std::string::npos) : x;

@@ -205,3 +205,20 @@ RC_GTEST_PROP(Svg, TheViewHoldsEveryLineOfAVisibleLayer, ()) {
         for (auto [px, py] : {std::pair<double, double>{lines[i], -lines[i] * 2.0}, {lines[i] + 1.0, 7.0}})
             RC_ASSERT(px >= x && px <= x + w && -py >= y && -py <= y + h);
 }
+
+// Model-space HATCHes kept for drawing: a pattern's families become SVG
+// patterns at their angle; pairs out of order draw nothing and break nothing.
+TEST(Svg, HatchPatternsAndHostilePairs) {
+    const std::string drawing =
+        "0 SECTION\n2 ENTITIES\n0 HATCH\n8 0\n70 0\n91 1\n92 2\n72 0\n73 1\n93 3\n10 0\n20 0\n10 10\n20 0\n10 0\n20 10\n97 0\n75 0\n76 1\n"
+        "78 1\n53 30\n43 0\n44 0\n45 -1\n46 2\n79 2\n49 2\n49 -1\n0 HATCH\n91 1\n72 4\n10 1\n20 1\n72 2\n40 nan\n92 7\n72 3\n53\n49 1\n0 ENDSEC\n0 EOF\n";
+    test::TempDir dir;
+    test::WriteFile(dir / "in.dxf", test::Dxf(drawing));
+    DXFDocument doc;
+    doc.SetKeepSplines(true);
+    doc.Load(dir / "in.dxf");
+    std::string svg;
+    WriteSvg(doc, {}, "", &svg);
+    EXPECT_NE(svg.find("rotate(30)"), std::string::npos) << svg;
+    EXPECT_NE(svg.find("fill=\"url(#p0)\""), std::string::npos);
+}
