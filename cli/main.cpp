@@ -69,11 +69,13 @@ constexpr std::string_view kConvertHelp =
     "                      inside numbers, with a warning for each\n"
     "  --strict            fail (exit 1) on any warning, such as a drawing cut short\n"
     "  --r12               save a plain R12 (AC1009) file for programs that read only\n"
-    "                      that version: LWPOLYLINE as POLYLINE, ELLIPSE as a polyline\n"
-    "                      of chords, MTEXT as TEXT lines; HATCH is left out (warning)\n"
+    "                      that version: LWPOLYLINE as POLYLINE, ELLIPSE and SPLINE as\n"
+    "                      polylines of chords, MTEXT as TEXT lines; HATCH is left out\n"
+    "                      (warning)\n"
     "  --handles           with --r12: give the entities handles\n"
-    "  --tolerance T       with --r12: the largest distance of an ellipse's chords from\n"
-    "                      it, in drawing units (default: 1/1000 of its major radius)\n"
+    "  --tolerance T       with --r12: the largest distance of a curve's chords from\n"
+    "                      it, in drawing units (default: 1/1000 of an ellipse's major\n"
+    "                      radius, of the diagonal of a spline's control points' box)\n"
     "\n"
     "OUT is written to a temporary file beside it that then replaces it (a symbolic\n"
     "link stays, the file it leads to is replaced; other hard links of OUT keep\n"
@@ -600,6 +602,7 @@ int runConvert(const Arguments& a) {
     if (!a.load.classic) doc.SetSaveMode(SaveMode::Standard);
     // An R12 file cannot hold what a preserving load keeps: such a load counts it instead.
     doc.SetPreserve(!a.load.classic && !a.save.r12);
+    doc.SetKeepSplines(a.save.r12);
     if (a.save.r12) doc.SetSaveMode(SaveMode::R12);
     if ((a.save.handles || a.save.tolerance > 0) && !a.save.r12) throw UsageError{"--handles and --tolerance go with --r12"};
     doc.SetR12Handles(a.save.handles);
@@ -624,6 +627,9 @@ int runRender(const Arguments& a) {
     if (a.positional.size() != 2) throw UsageError{"render needs an input drawing and an output picture (see ormavec render --help)"};
     DXFDocument& doc = processDocument();
     configure(doc, a.load);
+    // The picture draws what it can read: hatches too, and SPLINEs.
+    if (!a.load.versionMode) doc.SetVersionMode(6);
+    doc.SetKeepSplines(true);
     load(doc, a.positional[0], a.load);
     withBar(doc, "Drawing", a.positional[1], [&] { doc.ToSvg(a.positional[1], a.svg); });
     return 0;

@@ -70,10 +70,11 @@ void BLOCKS::CreateEntityArrays(BLOCK_BLOCK& e) {
     });
 }
 
-void BLOCKS::ReadSection(DXFReader& reader, bool preserve, NotKept* lost) {
+void BLOCKS::ReadSection(DXFReader& reader, bool preserve, NotKept* lost, bool keepSplines) {
     ReadScratch scratch;  // shared by every block of this section
     scratch.preserve = preserve;
     scratch.lost = lost;
+    scratch.keepSplines = keepSplines;
     while (!reader.AtEnd()) {
         const DXFReader::Pair& p = reader.Read();
         if (EqualsNoCase(p.Value, "ENDSEC")) return;

@@ -61,7 +61,7 @@ public:
 
     // Reads the section body up to ENDSEC; see ReadScratch for preserve and
     // lost.
-    void ReadSection(DXFReader& reader, bool preserve = false, NotKept* lost = nullptr);
+    void ReadSection(DXFReader& reader, bool preserve = false, NotKept* lost = nullptr, bool keepSplines = false);
     // One block from after its BLOCK pair up to its ENDBLK pair.
     static BLOCK_BLOCK ReadBlock(DXFReader& reader, ReadScratch& scratch);
     void WriteOut(SaveContext& save) const;

@@ -78,9 +78,9 @@ void DXFDocument::Load(const std::string& fileName) {
             else if (name == "TABLES")
                 tables_->ReadSection(reader, preserve_);
             else if (name == "BLOCKS")
-                blocks_->ReadSection(reader, preserve_, &notKept_);
+                blocks_->ReadSection(reader, preserve_, &notKept_, keepSplines_);
             else if (name == "ENTITIES")
-                entities_->ReadSection(reader, preserve_, &notKept_);
+                entities_->ReadSection(reader, preserve_, &notKept_, keepSplines_);
             else
                 continue;  // any other section is read past pair by pair by this loop
             if (!reader.AtEnd() || reader.LastPairIs("ENDSEC")) open.clear();

@@ -55,6 +55,11 @@ public:
     // a Standard save writes it back; see document/kept.h. Off by default.
     void SetPreserve(bool on) noexcept { preserve_ = on; }
     bool Preserve() const noexcept { return preserve_; }
+    // A load that does not preserve still keeps SPLINEs, and the HATCHes of
+    // ENTITIES (as their pairs), for an R12 save or the picture to draw them
+    // (an R12 save leaves the HATCHes out). Off by default.
+    void SetKeepSplines(bool on) noexcept { keepSplines_ = on; }
+    bool KeepSplines() const noexcept { return keepSplines_; }
     // What the last load read but did not keep; empty when it kept all.
     const ::ormavec::NotKept& NotKept() const noexcept { return notKept_; }
     // Part of the interface; they change nothing.
@@ -125,6 +130,7 @@ private:
     std::size_t loadWarnings_ = 0;  // the first entries of warnings_ come from the load
     bool binary_ = false;
     bool preserve_ = false;
+    bool keepSplines_ = false;
     ::ormavec::NotKept notKept_;
     std::vector<LoadWarning> warnings_;
     std::unique_ptr<DXFReader> reader_;  // the reader of a load in progress or of a failed one

@@ -22,10 +22,11 @@ void ENTITIES::ReCalcExtent(double& X0, double& Y0, double& X1, double& Y1) cons
     });
 }
 
-void ENTITIES::ReadSection(DXFReader& reader, bool preserve, NotKept* lost) {
+void ENTITIES::ReadSection(DXFReader& reader, bool preserve, NotKept* lost, bool keepSplines) {
     ReadScratch scratch;
     scratch.preserve = preserve;
     scratch.lost = lost;
+    scratch.keepSplines = keepSplines;
     while (!reader.AtEnd()) {
         const DXFReader::Pair& p = reader.Read();
         if (p.Value == "ENDSEC") break;

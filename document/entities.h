@@ -32,7 +32,7 @@ public:
 
     // Reads the section after its 2/"ENTITIES" pair up to "ENDSEC"; see
     // ReadScratch for preserve and lost.
-    void ReadSection(DXFReader& reader, bool preserve = false, NotKept* lost = nullptr);
+    void ReadSection(DXFReader& reader, bool preserve = false, NotKept* lost = nullptr, bool keepSplines = false);
     void WriteOut(SaveContext& save) const;
 
 private:

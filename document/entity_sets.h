@@ -59,7 +59,8 @@ inline bool PassOver(DXFReader& reader, std::string_view name, std::shared_ptr<K
     // An image or underlay is nothing without its definition, an object,
     // and objects are not kept: written alone it would make the file invalid.
     const bool needsObject = EqualsNoCase(name, "IMAGE") || (name.size() > 8 && EqualsNoCase(name.substr(name.size() - 8), "UNDERLAY"));
-    if (!scratch.preserve || needsObject) {
+    const bool kept = scratch.preserve || (scratch.keepSplines && (EqualsNoCase(name, "SPLINE") || EqualsNoCase(name, "HATCH")));
+    if (!kept || needsObject) {
         if (scratch.lost) {
             auto it = scratch.lost->entities.find(name);
             if (it == scratch.lost->entities.end()) it = scratch.lost->entities.emplace(std::string(name), 0).first;
@@ -96,6 +97,7 @@ void WriteAll(SaveContext& save, const Set& set) {
                 for (const auto& r : *list) r12::ForEachRecord(r, save.r12Tolerance, [&](const auto& x) { WriteEntity(save, x); });
             }
         });
+        if (save.R12() && RawOf(set)) r12::WriteKept(save, *RawOf(set));
         return;
     }
     using Writer = void (*)(SaveContext&, const Set&, int32_t);

@@ -5,6 +5,7 @@
 #include <numbers>
 
 #include "document/entity_sets.h"
+#include "document/spline.h"
 #include "document/standard_save.h"
 #include "document/tables.h"
 
@@ -134,9 +135,34 @@ std::vector<TEXT_ENT> AsTexts(const MTEXT_ENT& r) {
 }
 
 namespace {
+// f(polyline) for each kept SPLINE drawn; the rest counted on save when given.
+template <class F>
+void forEachKept(const KeptEntities& kept, double tolerance, SaveContext* save, F&& f) {
+    for (const RawEntity& e : kept.Items()) {
+        if (!EqualsNoCase(e.Name, "SPLINE")) {
+            if (save) ++save->r12LeftOutKept[e.Name];
+            continue;
+        }
+        SplineCurve s;
+        if (std::string why = ReadSpline(e, s); !why.empty()) {
+            if (save) ++save->r12Undrawn[why];
+            continue;
+        }
+        f(AsPolyline(s, tolerance));
+    }
+}
+}  // namespace
+
+void WriteKept(SaveContext& save, const KeptEntities& kept) {
+    forEachKept(kept, save.r12Tolerance, &save, [&](const POLYLINE_ENT& p) { WriteEntity(save, p); });
+}
+
+namespace {
 template <class Set>
 int64_t handlesOf(const Set& set, double tolerance) {
     int64_t n = 0;
+    if (const KeptEntities* raw = entity_sets::RawOf(set))
+        forEachKept(*raw, tolerance, nullptr, [&](const POLYLINE_ENT& p) { n += HandleCount(p); });
     kinds::ForEach([&]<Kind K>() {
         if constexpr (Holds<Set, K> && kinds::RowOf(K).write)
             if (const auto& list = ListIn<K>(set))
@@ -159,6 +185,9 @@ std::string LeftOutWarning(const SaveContext& save) {
     for (std::size_t k = 0; k < kinds::kCount; ++k)
         if (save.r12LeftOut[k] > 0)
             text += (text.empty() ? "" : ", ") + std::to_string(save.r12LeftOut[k]) + " " + std::string(kinds::kRows[k].dxf);
+    for (const auto& [name, n] : save.r12LeftOutKept) text += (text.empty() ? "" : ", ") + std::to_string(n) + " " + name;
+    for (const auto& [why, n] : save.r12Undrawn)
+        text += (text.empty() ? "" : ", ") + std::to_string(n) + " SPLINE not drawn (" + why + ")";
     return text.empty() ? text : "R12 has no such entities; left out: " + text;
 }
 

@@ -1,7 +1,8 @@
 // What an R12 save writes in place of the kinds that version lacks: an
 // LWPOLYLINE as a POLYLINE with the same vertices, bulges and widths, an
-// ELLIPSE as a POLYLINE of chords, an MTEXT as one TEXT per line. HATCH has
-// no counterpart and is left out (the save warns).
+// ELLIPSE or a kept SPLINE as a POLYLINE of chords, an MTEXT as one TEXT per
+// line. HATCH and the other kept kinds have no counterpart and are left out
+// (the save warns).
 #pragma once
 
 #include <cstdint>
@@ -17,6 +18,7 @@ namespace ormavec {
 class TABLES;
 class BLOCKS;
 class ENTITIES;
+class KeptEntities;
 
 namespace r12 {
 
@@ -43,6 +45,9 @@ void ForEachRecord(const R& r, double tolerance, F&& f) {
     else if constexpr (!kLeftOut<R>)
         f(r);
 }
+
+// Writes the kept SPLINEs as polylines; counts them and the rest as left out.
+void WriteKept(SaveContext& save, const KeptEntities& kept);
 
 // The $HANDSEED of an R12 save with handles: above every handle it takes.
 int32_t HandleSeed(SaveContext& save, const TABLES& tables, const BLOCKS& blocks, const ENTITIES& e);

@@ -6,6 +6,7 @@
 
 #include <array>
 #include <cstdint>
+#include <map>
 #include <string>
 #include <unordered_set>
 #include <vector>
@@ -73,6 +74,8 @@ public:
     // kind left out as R12 has no such entity.
     double r12Tolerance = 0;
     std::array<int64_t, kinds::kCount> r12LeftOut{};
+    // R12: kept entities left out, by name, and kept SPLINEs not drawn, by reason.
+    std::map<std::string, int64_t, std::less<>> r12LeftOutKept, r12Undrawn;
     // Handles that kept entities carry and this save wrote; all lie below
     // the first handle the save takes.
     std::unordered_set<uint32_t> keptHandles;

@@ -13,7 +13,9 @@
 #include "document/document.h"
 #include "document/entity_sets.h"
 #include "document/r12_save.h"
+#include "document/spline.h"
 #include "io/error.h"
+#include "io/number.h"
 #include "io/text.h"
 
 namespace ormavec {
@@ -42,6 +44,10 @@ std::array<int, 3> aciRgb(int i) {
     return rgb;
 }
 
+struct C {  // a coordinate of the picture, written on its grid
+    double v;
+};
+
 // The output, written in pieces of a megabyte.
 class Out {
 public:
@@ -64,11 +70,38 @@ public:
         buf_ += c;
         return *this;
     }
+    Out& operator<<(C c) {
+        Coord(c.v);
+        return *this;
+    }
     Out& operator<<(double v) {
         char b[32];
         const auto r = std::to_chars(b, b + sizeof b, std::abs(v) < 1e-12 ? 0.0 : v, std::chars_format::general, 10);
         buf_.append(b, r.ptr);
         return *this;
+    }
+    // A coordinate rounded to `decimals` places, without to_chars' rounding
+    // of the shortest form: most numbers of a picture are coordinates.
+    void Coord(double v) {
+        const double scaled = v * scale_;
+        if (!(std::abs(scaled) < 9e15)) return void(*this << v);
+        long long n = std::llround(scaled);
+        char b[32];
+        char* end = b + sizeof b;
+        char* at = end;
+        const bool negative = n < 0;
+        unsigned long long u = negative ? 0ULL - static_cast<unsigned long long>(n) : static_cast<unsigned long long>(n);
+        int place = 0;
+        for (; place < decimals_ && u % 10 == 0; ++place) u /= 10;  // trailing zeros
+        for (; place < decimals_; ++place, u /= 10) *--at = static_cast<char>('0' + u % 10);
+        if (at != end) *--at = '.';
+        do *--at = static_cast<char>('0' + u % 10); while ((u /= 10) != 0);
+        if (negative && !(at[0] == '0' && at + 1 == end)) *--at = '-';
+        buf_.append(at, end);
+    }
+    void SetGrid(double unit) {
+        decimals_ = unit > 0 && std::isfinite(unit) ? std::clamp(static_cast<int>(std::ceil(-std::log10(unit))), 0, 12) : 6;
+        scale_ = std::pow(10.0, decimals_);
     }
     void flush() {
         if (text_)
@@ -81,12 +114,21 @@ public:
 private:
     static constexpr std::size_t kPiece = 1 << 20;
     std::string* text_;
+    int decimals_ = 6;
+    double scale_ = 1e6;
     std::FILE* file_ = nullptr;
     std::string buf_;
 };
 
 struct Vertex {
     double x, y, bulge;
+};
+// One line family of a hatch pattern: lines at an angle (degrees) through
+// a base point, each the offset from the one before, dashed by the lengths
+// (a gap negative, a dot 0; none: solid).
+struct Family {
+    double angle = 45, x = 0, y = 0, dx = -2.2450640303, dy = 2.2450640303;  // an eighth of an inch apart
+    std::vector<double> dashes;
 };
 struct Box {
     double x0 = HUGE_VAL, y0 = HUGE_VAL, x1 = -HUGE_VAL, y1 = -HUGE_VAL;
@@ -98,7 +140,7 @@ struct Box {
 };
 
 struct Style {
-    std::string color;  // "" follows the insert (currentColor)
+    std::string_view color;  // "" follows the insert (currentColor); into Scene's table
     const std::string* dash = nullptr;
     std::string_view Paint() const { return color.empty() ? std::string_view("currentColor") : std::string_view(color); }
 };
@@ -110,6 +152,7 @@ public:
         const std::string dark = LowerCase(o.background);
         foreground_ = dark == "black" || dark == "#000" || dark == "#000000" ? 7 : 0;
         for (const std::string& n : o.layers) only_.emplace(UpperCase(n), true);
+        for (int i = 0; i < 256; ++i) hexes_[static_cast<std::size_t>(i)] = hex(i);
         const TABLES& t = *doc.TABLES();
         for (const LTYPES_TAB& lt : *t.LTYPES()) {
             std::string dash;
@@ -138,11 +181,15 @@ public:
         const bool follows = inBlock && (layer == "0" || layer.empty());
         Style s;
         if (color == 256 && !follows) color = std::abs(l.color);
-        if (color >= 1 && color <= 255) s.color = hex(color == 7 ? foreground_ : color);
+        if (color >= 1 && color <= 255) s.color = hexes_[static_cast<std::size_t>(color == 7 ? foreground_ : color)];
         if (EqualsNoCase(ltype, "BYLAYER") || ltype.empty()) ltype = follows ? std::string_view() : std::string_view(l.ltype);
         if (!ltype.empty()) {
-            auto it = dashes_.find(UpperCase(ltype));
-            if (it != dashes_.end()) s.dash = &it->second;
+            if (ltype != lastLineType_) {  // most entities repeat the line type before them
+                lastLineType_.assign(ltype);
+                auto it = dashes_.find(UpperCase(ltype));
+                lastDash_ = it == dashes_.end() ? nullptr : &it->second;
+            }
+            s.dash = lastDash_;
         }
         return s;
     }
@@ -151,7 +198,7 @@ public:
         return it == blocks_.end() ? -1 : it->second;
     }
     const BLOCK_BLOCK& Block(int i) const { return doc_.BLOCKS()->ItemRef(i); }
-    std::string Foreground() const { return hex(foreground_); }
+    std::string_view Foreground() const { return hexes_[static_cast<std::size_t>(foreground_)]; }
 
     bool inBlock = false;
     std::vector<std::vector<Vertex>> contours;  // scratch of one entity
@@ -191,6 +238,9 @@ private:
     LayerInfo unknown_;
     std::string lastName_ = "\x01";
     const LayerInfo* last_ = &unknown_;
+    std::string lastLineType_;
+    const std::string* lastDash_ = nullptr;
+    std::array<std::string, 256> hexes_;
 };
 
 // The first pass: the box of what is drawn.
@@ -200,6 +250,9 @@ struct Measure {
     void Path(const Style&, const std::vector<std::vector<Vertex>>& contours, bool, bool, double width) {
         for (const auto& c : contours)
             for (const Vertex& v : c) box.Add(v.x - width / 2, v.y - width / 2), box.Add(v.x + width / 2, v.y + width / 2);
+    }
+    void Hatch(const Style& s, const std::vector<std::vector<Vertex>>& contours, const std::vector<Family>& = {}) {
+        Path(s, contours, true, true, 0);
     }
     void Arc(const Style&, double cx, double cy, double r, double, double) { box.Add(cx - r, cy - r), box.Add(cx + r, cy + r); }
     void Dot(const Style&, double x, double y) { box.Add(x, y); }
@@ -226,16 +279,56 @@ struct Paint {
             out << " fill=\"" << s.Paint() << "\" stroke=\"none\" fill-rule=\"evenodd\"";
             return;
         }
+        if (hatching) {  // filled with the lines of a pattern of its colour
+            out << " fill=\"url(#" << hatching << ")\" stroke=\"none\" fill-rule=\"evenodd\"";
+            return;
+        }
         if (!s.color.empty()) out << " stroke=\"" << s.color << '"';
         if (s.dash) out << " stroke-dasharray=\"" << *s.dash << '"';
         if (width > 0) out << " stroke-width=\"" << width << '"';
+    }
+    // A hatch filled with the lines of each family of its pattern, one SVG
+    // pattern each: a tile as long as the dashes and as high as the lines'
+    // distance (at least three pixels), turned to their angle. Each line's
+    // dashes start at the same place (the shift along the line is left out).
+    // A hatch whose pattern is not known gets lines at 45 degrees an eighth
+    // of an inch apart. The lines cannot follow an insert's colour: they
+    // take the foreground.
+    void Hatch(const Style& s, const std::vector<std::vector<Vertex>>& contours, const std::vector<Family>& families = {}) {
+        const std::string color(s.color.empty() ? scene.Foreground() : s.color);
+        static const std::vector<Family> kFallback{Family{}};
+        for (const Family& f : families.empty() ? kFallback : families) {
+            const double a = f.angle * kDegree;
+            const double gap = std::max(std::abs(-f.dx * std::sin(a) + f.dy * std::cos(a)), 3 * px);
+            double length = 0;
+            for (double d : f.dashes) length += std::abs(d);
+            if (length < 3 * px) length = gap;
+            std::string key = color;
+            for (double v : {f.angle, f.x, f.y, gap, length}) key += ' ' + std::to_string(v);
+            for (double v : f.dashes) key += ' ' + std::to_string(v);
+            auto [it, added] = patterns.emplace(key, "p" + std::to_string(patterns.size()));
+            if (added) {
+                out << "<pattern id=\"" << it->second << "\" patternUnits=\"userSpaceOnUse\" width=\"" << length << "\" height=\"" << gap
+                    << "\" patternTransform=\"translate(" << f.x << ' ' << f.y << ") rotate(" << f.angle << ")\"><path d=\"";
+                double at = 0;
+                for (double d : f.dashes) {
+                    if (d >= 0) out << 'M' << at << " 0H" << at + std::max(d, px);
+                    at += std::abs(d);
+                }
+                if (f.dashes.empty() || at < 3 * px) out << "M0 0H" << length;
+                out << "\" stroke=\"" << color << "\" stroke-width=\"" << px << "\"/></pattern>\n";
+            }
+            hatching = it->second.c_str();
+            Path(s, contours, true, false, 0);
+        }
+        hatching = nullptr;
     }
     void Path(const Style& s, const std::vector<std::vector<Vertex>>& contours, bool closed, bool fill, double width) {
         out << "<path d=\"";
         for (const auto& c : contours) {
             for (std::size_t i = 0; i < c.size(); ++i) {
                 if (i == 0) {
-                    out << 'M' << c[0].x << ' ' << c[0].y;
+                    out << 'M' << C{c[0].x} << ' ' << C{c[0].y};
                     continue;
                 }
                 segment(c[i - 1], c[i]);
@@ -249,30 +342,32 @@ struct Paint {
         attributes(s, fill, width);
         out << "/>\n";
     }
+    std::unordered_map<std::string, std::string> patterns;  // by colour
+    const char* hatching = nullptr;
     void segment(const Vertex& a, const Vertex& b) {
         if (a.bulge == 0) {
-            out << 'L' << b.x << ' ' << b.y;
+            out << 'L' << C{b.x} << ' ' << C{b.y};
             return;
         }
         // A bulge is the tangent of a quarter of the arc's angle.
         const double chord = std::hypot(b.x - a.x, b.y - a.y);
         const double r = chord * (1 + a.bulge * a.bulge) / (4 * std::abs(a.bulge));
-        out << 'A' << r << ' ' << r << " 0 " << (std::abs(a.bulge) > 1 ? "1 " : "0 ") << (a.bulge > 0 ? "1 " : "0 ") << b.x << ' ' << b.y;
+        out << 'A' << C{r} << ' ' << C{r} << " 0 " << (std::abs(a.bulge) > 1 ? "1 " : "0 ") << (a.bulge > 0 ? "1 " : "0 ") << C{b.x} << ' ' << C{b.y};
     }
     void Arc(const Style& s, double cx, double cy, double r, double a0, double a1) {
         if (a1 - a0 >= 360) {
-            out << "<circle cx=\"" << cx << "\" cy=\"" << cy << "\" r=\"" << r << '"';
+            out << "<circle cx=\"" << C{cx} << "\" cy=\"" << C{cy} << "\" r=\"" << C{r} << '"';
         } else {
             const double span = a1 - a0;
-            out << "<path d=\"M" << cx + r * std::cos(a0 * kDegree) << ' ' << cy + r * std::sin(a0 * kDegree) << 'A' << r << ' ' << r
-                << " 0 " << (span > 180 ? "1" : "0") << " 1 " << cx + r * std::cos(a1 * kDegree) << ' ' << cy + r * std::sin(a1 * kDegree)
+            out << "<path d=\"M" << C{cx + r * std::cos(a0 * kDegree)} << ' ' << C{cy + r * std::sin(a0 * kDegree)} << 'A' << C{r} << ' ' << C{r}
+                << " 0 " << (span > 180 ? "1" : "0") << " 1 " << C{cx + r * std::cos(a1 * kDegree)} << ' ' << C{cy + r * std::sin(a1 * kDegree)}
                 << '"';
         }
         attributes(s, false, 0);
         out << "/>\n";
     }
     void Dot(const Style& s, double x, double y) {
-        out << "<circle cx=\"" << x << "\" cy=\"" << y << "\" r=\"" << px << '"';
+        out << "<circle cx=\"" << C{x} << "\" cy=\"" << C{y} << "\" r=\"" << px << '"';
         attributes(s, true, 0);
         out << "/>\n";
     }
@@ -381,7 +476,15 @@ void draw(P& p, const POLYLINE_ENT& r) {
 }
 template <class P>
 void draw(P& p, const LWPOLYLINE_ENT& r) {
-    drawPolyline(p, p.scene.StyleOf(r.Layer, r.ColorNumber, r.LineType), r12::AsPolyline(r));
+    const Style s = p.scene.StyleOf(r.Layer, r.ColorNumber, r.LineType);
+    const bool thin = r.ConstWidth == LWPOLYLINE_ENT::kNoConstWidth || r.ConstWidth == 0;
+    if (!thin || std::any_of(r.POINTS.begin(), r.POINTS.end(), [](const LWVERTEX& v) { return v.StartWidth != 0 || v.EndWidth != 0; }))
+        return drawPolyline(p, s, r12::AsPolyline(r));
+    auto& c = p.scene.contours;  // the common case, without a copy of the vertices
+    c.resize(1);
+    c[0].clear();
+    for (const LWVERTEX& v : r.POINTS) c[0].push_back({v.X, v.Y, v.Bulge});
+    p.Path(s, c, r.IsClosed, false, 0);
 }
 template <class P>
 void draw(P& p, const ELLIPSE_ENT& r) {
@@ -406,10 +509,18 @@ template <class P>
 void draw(P& p, const FACE3D_ENT& r) {
     fill(p, p.scene.StyleOf(r.Layer, r.ColorNumber, r.LineType), {r.Corner1, r.Corner2, r.Corner3, r.Corner4});
 }
+// The baseline from the alignment point: none (0), raised above the
+// descenders (1, bottom), half the height (2, middle, and the horizontal
+// middle 4) or the whole height (3, top) below it.
+template <class P>
+void drawText(P& p, const Style& s, double x, double y, double h, double rot, double xscale, int hor, int vert, std::string_view text) {
+    const double down = hor == 4 ? h / 2 : vert == 1 ? -0.25 * h : vert == 2 ? h / 2 : vert == 3 ? h : 0;
+    p.Text(s, x + std::sin(rot) * down, y - std::cos(rot) * down, h, rot, xscale, hor, text);
+}
 template <class P>
 void draw(P& p, const TEXT_ENT& r) {
-    p.Text(p.scene.StyleOf(r.Layer, r.ColorNumber, ""), r.StartX, r.StartY, r.TextHeight, r.TextRotation * kDegree,
-           r.XScaleFactor > 0 ? r.XScaleFactor : 1, r.HorTextJust, r.Text);
+    drawText(p, p.scene.StyleOf(r.Layer, r.ColorNumber, ""), r.StartX, r.StartY, r.TextHeight, r.TextRotation * kDegree,
+             r.XScaleFactor > 0 ? r.XScaleFactor : 1, r.HorTextJust, r.VertTextJust, r.Text);
 }
 // Lines wrapped at the text's width, glyphs taken as 0.6 of the height wide.
 template <class P>
@@ -441,8 +552,8 @@ void draw(P&, const ATTDEF_ENT&) {}  // the inserts draw the attributes
 template <class P>
 void draw(P& p, const ATTRIB_ENT& r) {
     if (p.scene.Shows(r.Layer) && (r.AttributeFlag & 1) == 0)
-        p.Text(p.scene.StyleOf(r.Layer, r.ColorNumber, ""), r.X, r.Y, r.TextHeight, r.Rotation * kDegree,
-               r.XScaleFactor > 0 ? r.XScaleFactor : 1, r.HorTextJust, r.DefaultValue);
+        drawText(p, p.scene.StyleOf(r.Layer, r.ColorNumber, ""), r.X, r.Y, r.TextHeight, r.Rotation * kDegree,
+                 r.XScaleFactor > 0 ? r.XScaleFactor : 1, r.HorTextJust, r.VertTextJust, r.DefaultValue);
 }
 template <class P>
 void draw(P& p, const INSERT_ENT& r) {
@@ -471,7 +582,96 @@ void draw(P& p, const HATCH_ENT& r) {
                 }
         }
     }
-    p.Path(p.scene.StyleOf(r.Layer, r.ColorNumber, ""), c, true, true, 0);
+    const Style s = p.scene.StyleOf(r.Layer, r.ColorNumber, "");
+    if (r.SolidFill)
+        p.Path(s, c, true, true, 0);
+    else
+        p.Hatch(s, c);
+}
+
+// A HATCH kept as its pairs: its boundary paths (polylines with bulges, or
+// edges: lines, arcs and elliptic arcs in steps of at most 5 degrees, a
+// spline edge through its control points) and its pattern's line families.
+struct KeptHatch {
+    std::string layer = "0";
+    int32_t color = 256;
+    bool solid = false;
+    std::vector<std::vector<Vertex>> paths;
+    std::vector<Family> families;
+};
+
+void addArc(std::vector<Vertex>& to, double cx, double cy, double ax, double ay, double ratio, double a0, double a1, bool ccw) {
+    // Clockwise edges keep the angles of their mirror image.
+    if (!ccw) a0 = -a0, a1 = -a1;
+    double span = ccw ? a1 - a0 : a0 - a1;
+    while (span <= 0) span += 360;
+    const int n = std::clamp(static_cast<int>(std::ceil(span / 5)), 1, 72);
+    for (int i = 0; i <= n; ++i) {
+        const double t = (a0 + (ccw ? 1 : -1) * span * i / n) * kDegree;
+        to.push_back({cx + ax * std::cos(t) - ay * ratio * std::sin(t), cy + ay * std::cos(t) + ax * ratio * std::sin(t), 0});
+    }
+}
+
+KeptHatch readHatch(const RawEntity& e) {
+    KeptHatch h;
+    bool inPaths = false, polyline = false;
+    int edge = 0;
+    double v[9] = {};  // an edge's 10 20 11 21 40 50 51 73, by arrival
+    const auto finishEdge = [&] {
+        if (h.paths.empty() || edge == 0) return;
+        auto& path = h.paths.back();
+        if (edge == 1) {
+            if (path.empty()) path.push_back({v[0], v[1], 0});
+            path.push_back({v[2], v[3], 0});
+        } else if (edge == 2) {
+            addArc(path, v[0], v[1], v[4], 0, 1, v[5], v[6], v[7] != 0);
+        } else if (edge == 3) {
+            addArc(path, v[0], v[1], v[2], v[3], v[4], v[5], v[6], v[7] != 0);
+        }
+        edge = 0;
+    };
+    for (const DxfEntry& p : e.Pairs) {
+        double x = 0;
+        int32_t n = 0;
+        if (p.Code >= 10 && p.Code < 100 && ParseDouble(p.Value, x) != ParseStatus::Ok) x = 0;
+        if (p.Code == 8) h.layer = p.Value;
+        else if (p.Code == 62 && ParseInt32(p.Value, n) == ParseStatus::Ok) h.color = n;
+        else if (p.Code == 70) h.solid = p.Value.find('1') != std::string::npos;
+        else if (p.Code == 91) inPaths = true;
+        else if (p.Code == 75) finishEdge(), inPaths = false;
+        else if (inPaths && p.Code == 92) {
+            finishEdge();
+            ParseInt32(p.Value, n);
+            polyline = (n & 2) != 0;
+            h.paths.emplace_back();
+        } else if (inPaths && p.Code == 97) finishEdge();
+        else if (inPaths && !polyline && p.Code == 72) {
+            finishEdge();
+            ParseInt32(p.Value, edge);
+            std::fill(std::begin(v), std::end(v), 0.0);
+            v[7] = 1;
+        } else if (inPaths && !h.paths.empty() && polyline) {
+            if (p.Code == 10) h.paths.back().push_back({x, 0, 0});
+            else if (p.Code == 20 && !h.paths.back().empty()) h.paths.back().back().y = x;
+            else if (p.Code == 42 && !h.paths.back().empty()) h.paths.back().back().bulge = x;
+        } else if (inPaths && edge == 4 && !h.paths.empty()) {  // a spline edge: through its control points
+            if (p.Code == 10) h.paths.back().push_back({x, 0, 0});
+            else if (p.Code == 20 && !h.paths.back().empty()) h.paths.back().back().y = x;
+        } else if (inPaths && edge > 0 && !h.paths.empty()) {
+            static constexpr int kCodes[8] = {10, 20, 11, 21, 40, 50, 51, 73};
+            for (std::size_t k = 0; k < 8; ++k)
+                if (p.Code == kCodes[k]) v[k] = p.Code == 73 ? (p.Value.find('1') != std::string::npos) : x;
+        } else if (p.Code == 53) {
+            h.families.push_back({x, 0, 0, 0, 0, {}});
+        } else if (!h.families.empty() && p.Code >= 43 && p.Code <= 46) {
+            Family& f = h.families.back();
+            (p.Code == 43 ? f.x : p.Code == 44 ? f.y : p.Code == 45 ? f.dx : f.dy) = x;
+        } else if (!h.families.empty() && p.Code == 49) {
+            h.families.back().dashes.push_back(x);
+        }
+    }
+    finishEdge();
+    return h;
 }
 
 // The records of a set the picture shows, kind after kind in section order.
@@ -483,6 +683,21 @@ void drawAll(P& p, const Set& set) {
                 for (const auto& r : *list)
                     if (p.scene.Shows(r.Layer)) draw(p, r);
     });
+    if (const KeptEntities* raw = entity_sets::RawOf(set))
+        for (const RawEntity& e : raw->Items()) {
+            SplineCurve s;
+            if (EqualsNoCase(e.Name, "SPLINE") && ReadSpline(e, s).empty() && p.scene.Shows(s.Layer))
+                drawPolyline(p, p.scene.StyleOf(s.Layer, s.ColorNumber, s.LineType), r12::AsPolyline(s, 0));
+            if (EqualsNoCase(e.Name, "HATCH")) {
+                const KeptHatch h = readHatch(e);
+                if (!p.scene.Shows(h.layer)) continue;
+                const Style style = p.scene.StyleOf(h.layer, h.color, "");
+                if (h.solid)
+                    p.Path(style, h.paths, true, true, 0);
+                else
+                    p.Hatch(style, h.paths, h.families);
+            }
+        }
 }
 
 // A block's box in its own coordinates, measured once; a block that
@@ -529,7 +744,8 @@ void WriteSvg(const DXFDocument& doc, const SvgOptions& options, const std::stri
     const double width = options.width > 0 ? options.width : 1000;
 
     Out out(fileName, text);
-    Paint paint{scene, out, w / width};
+    Paint paint{scene, out, w / width, {}, nullptr};
+    out.SetGrid(paint.px / 20);
     out << "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<svg xmlns=\"http://www.w3.org/2000/svg\" "
            "xmlns:xlink=\"http://www.w3.org/1999/xlink\" width=\""
         << width << "\" height=\"" << std::round(width * h / w) << "\" viewBox=\"" << box.x0 << ' ' << -box.y1 << ' ' << w << ' ' << h

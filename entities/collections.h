@@ -57,6 +57,9 @@ public:
     bool preserve = false;
     uint32_t place = 0;
     NotKept* lost = nullptr;
+    // Kept also by a read that does not preserve: SPLINEs and the HATCHes a
+    // set does not type, for an R12 save or a picture to draw.
+    bool keepSplines = false;
 
 private:
     std::unique_ptr<LWVERTEXES> vertices_;

@@ -13,6 +13,8 @@
 
 #include "document/document.h"
 #include "document/r12_save.h"
+#include "document/spline.h"
+#include "test_support.h"
 
 using namespace ormavec;
 namespace gen = rc::gen;
@@ -53,6 +55,102 @@ RC_GTEST_PROP(R12, EllipseChordsStayWithinTheTolerance, ()) {
             RC_ASSERT(off <= tol * (1 + 1e-6) + 1e-9);
         }
     }
+}
+
+// The curve by the basis functions' recursion, each weighted.
+std::array<double, 3> basisAt(const SplineCurve& s, double u) {
+    const std::vector<double>& t = s.Knots;
+    const std::size_t p = static_cast<std::size_t>(s.Degree), n = s.Control.size();
+    std::vector<double> b(t.size() - 1);
+    for (std::size_t i = 0; i + 1 < t.size(); ++i) b[i] = t[i] <= u && u < t[i + 1] && i >= p && i < n;
+    for (std::size_t d = 1; d <= p; ++d)
+        for (std::size_t i = 0; i + d + 1 < t.size(); ++i) {
+            const double l = t[i + d] > t[i] ? (u - t[i]) / (t[i + d] - t[i]) * b[i] : 0;
+            const double r = t[i + d + 1] > t[i + 1] ? (t[i + d + 1] - u) / (t[i + d + 1] - t[i + 1]) * b[i + 1] : 0;
+            b[i] = l + r;
+        }
+    std::array<double, 3> c{};
+    double w = 0;
+    for (std::size_t i = 0; i < n; ++i) {
+        w += b[i] * s.Control[i][3];
+        for (std::size_t j = 0; j < 3; ++j) c[j] += b[i] * s.Control[i][3] * s.Control[i][j];
+    }
+    for (double& x : c) x /= w;
+    return c;
+}
+
+// A SPLINE's pairs: degree, knots, weights (when rational), control points.
+RC_GTEST_PROP(R12, SplineChordsStayWithinTheTolerance, ()) {
+    const int p = *gen::inRange(1, 6), n = p + 1 + *gen::inRange(0, 8);
+    const bool clamped = *gen::arbitrary<bool>(), rational = *gen::arbitrary<bool>();
+    RawEntity e{"SPLINE", 0, {{71, std::to_string(p)}}};
+    double knot = between(-5, 5);
+    for (int i = 0; i < n + p + 1; ++i) {
+        if (!clamped || (i > p && i < n + 1)) knot += *gen::element(0.0, 0.01 + between(0, 3));
+        e.Pairs.push_back({40, std::to_string(knot)});
+    }
+    for (int i = 0; i < n; ++i) {
+        if (rational) e.Pairs.push_back({41, std::to_string(between(0, 10) + 0.05)});
+        for (int code : {10, 20, 30}) e.Pairs.push_back({code, std::to_string(between(-100, 100) * (code == 30 ? *gen::inRange(0, 2) : 1))});
+    }
+    SplineCurve s;
+    const std::string why = ReadSpline(e, s);
+    RC_PRE(why != "no knot span to draw");
+    RC_ASSERT(why == "");
+    const double tolerance = *gen::element(0.0, between(0, 5) + 0.001);
+    double size = 0;
+    for (const auto& c : s.Control) size = std::max({size, std::abs(c[0]), std::abs(c[1]), std::abs(c[2])});
+    const double tol = tolerance > 0 ? tolerance : 1e-9, near = 1e-9 * size;
+    const std::vector<SplinePoint> pts = SplinePoints(s, tolerance);
+    RC_ASSERT(pts.front().u == s.Knots[p]);
+    RC_ASSERT(pts.back().u == s.Knots[n]);
+    const auto at = [&](double u) { return basisAt(s, u < s.Knots[n] ? u : std::nextafter(u, -HUGE_VAL)); };
+    for (std::size_t i = 0; i + 1 < pts.size(); ++i) {
+        const SplinePoint &a = pts[i], &b = pts[i + 1];
+        // The curve's two ends at a jump share their parameter.
+        RC_ASSERT(a.u <= b.u);
+        const auto on = at(a.u == b.u ? std::nextafter(a.u, -HUGE_VAL) : a.u);
+        if (a.u == b.u) continue;
+        RC_ASSERT(std::hypot(on[0] - a.x, on[1] - a.y, on[2] - a.z) <= 1e3 * near + 1e-9);
+        // Every point of the curve within the tolerance of its chord (for 0, of a thousandth of the points' box).
+        const double dx = b.x - a.x, dy = b.y - a.y, dz = b.z - a.z, len2 = dx * dx + dy * dy + dz * dz;
+        for (int k = 1; k < 8; ++k) {
+            const auto c = at(a.u + (b.u - a.u) * k / 8);
+            const double f = len2 > 0 ? std::clamp(((c[0] - a.x) * dx + (c[1] - a.y) * dy + (c[2] - a.z) * dz) / len2, 0.0, 1.0) : 0;
+            const double off = std::hypot(c[0] - a.x - f * dx, c[1] - a.y - f * dy, c[2] - a.z - f * dz);
+            RC_ASSERT(off <= (tolerance > 0 ? tol : size * 3.5e-3) + 1e3 * near + 1e-9);
+        }
+    }
+}
+
+// Kept SPLINEs become polylines in an R12 save; those that make no curve are
+// left out and said, never a crash.
+TEST(R12, KeptSplinesBecomePolylines) {
+    const std::string spline = "0 SPLINE\n8 S\n70 8\n71 ";
+    const std::string good = "3\n40 0\n40 0\n40 0\n40 0\n40 1\n40 1\n40 1\n40 1\n10 0\n20 0\n10 1\n20 2\n10 3\n20 2\n10 4\n20 0\n";
+    const std::string drawing = "0 SECTION\n2 ENTITIES\n" + spline + good + spline + "0\n40 0\n40 1\n10 0\n20 0\n" + spline + "99\n" + good +
+                                spline + "3\n40 0\n40 1\n10 0\n20 0\n10 1\n20 1\n10 2\n20 0\n10 3\n20 1\n" + spline + "1\n40 0\n40 0\n40 1\n40 1\n41 0\n41 1\n10 0\n20 0\n10 1\n20 1\n" +
+                                spline + "1\n40 0\n40 0\n40 nan\n40 1\n10 0\n20 0\n10 1\n20 1\n" + "0 SPLINE\n8 S\n11 0\n21 0\n11 5\n21 5\n11 9\n21 0\n0 ENDSEC\n0 EOF\n";
+    test::TempDir dir;
+    test::WriteFile(dir / "in.dxf", test::Dxf(drawing));
+    DXFDocument doc;
+    doc.SetKeepSplines(true);
+    doc.Load(dir / "in.dxf");
+    EXPECT_TRUE(doc.NotKept().Empty()) << doc.NotKept().Text();
+    doc.SetSaveMode(SaveMode::R12);
+    doc.Save(dir / "out.dxf");
+    ASSERT_EQ(doc.Warnings().size(), 1u);
+    EXPECT_EQ(doc.Warnings()[0].Text().substr(doc.Warnings()[0].Text().find("left out")),
+              "left out: 1 SPLINE not drawn (2 knots for 4 control points of degree 3 (8 needed)), 1 SPLINE not drawn (a weight that is "
+              "not positive), 1 SPLINE not drawn (degree 0), 1 SPLINE not drawn (degree 99), 1 SPLINE not drawn (group 40 holds no number)");
+    DXFDocument back;
+    back.Load(dir / "out.dxf");
+    ASSERT_EQ(back.ENTITIES()->POLYLINES()->Count(), 2);
+    const POLYLINE_ENT& curve = back.ENTITIES()->POLYLINES()->ItemRef(0);
+    EXPECT_EQ(curve.Layer, "S");
+    EXPECT_DOUBLE_EQ(curve.Vertices.front().Y, 0);
+    EXPECT_DOUBLE_EQ(curve.Vertices.back().X, 4);
+    EXPECT_EQ(back.ENTITIES()->POLYLINES()->ItemRef(1).Vertices.size(), 3u);  // through the fit points
 }
 
 TEST(R12, MTextBecomesPlainLines) {
@@ -106,4 +204,21 @@ RC_GTEST_PROP(Svg, TheViewHoldsEveryLineOfAVisibleLayer, ()) {
     for (std::size_t i = 0; i < lines.size(); i += 3)
         for (auto [px, py] : {std::pair<double, double>{lines[i], -lines[i] * 2.0}, {lines[i] + 1.0, 7.0}})
             RC_ASSERT(px >= x && px <= x + w && -py >= y && -py <= y + h);
+}
+
+// Model-space HATCHes kept for drawing: a pattern's families become SVG
+// patterns at their angle; pairs out of order draw nothing and break nothing.
+TEST(Svg, HatchPatternsAndHostilePairs) {
+    const std::string drawing =
+        "0 SECTION\n2 ENTITIES\n0 HATCH\n8 0\n70 0\n91 1\n92 2\n72 0\n73 1\n93 3\n10 0\n20 0\n10 10\n20 0\n10 0\n20 10\n97 0\n75 0\n76 1\n"
+        "78 1\n53 30\n43 0\n44 0\n45 -1\n46 2\n79 2\n49 2\n49 -1\n0 HATCH\n91 1\n72 4\n10 1\n20 1\n72 2\n40 nan\n92 7\n72 3\n53\n49 1\n0 ENDSEC\n0 EOF\n";
+    test::TempDir dir;
+    test::WriteFile(dir / "in.dxf", test::Dxf(drawing));
+    DXFDocument doc;
+    doc.SetKeepSplines(true);
+    doc.Load(dir / "in.dxf");
+    std::string svg;
+    WriteSvg(doc, {}, "", &svg);
+    EXPECT_NE(svg.find("rotate(30)"), std::string::npos) << svg;
+    EXPECT_NE(svg.find("fill=\"url(#p0)\""), std::string::npos);
 }

@@ -2,11 +2,11 @@
 """Independent readers open the R12 exports of every shared drawing. ezdxf
 reads each export and finds, in the ENTITIES section and in every block, the
 entities ezdxf finds in the Standard save of the same drawing after the
-conversions R12 needs: LWPOLYLINE and ELLIPSE become POLYLINE, an MTEXT one
-TEXT per line that is not blank, HATCH is left out, and the kinds the export
-says it did not keep (SPLINE, DIMENSION...) may be missing. The export holds no
-handles, subclass markers, CLASSES or OBJECTS. dxflib reads the export of
-the example drawing with the TEXT, POLYLINE and other counts ezdxf gives.
+conversions R12 needs: LWPOLYLINE, ELLIPSE and SPLINE become POLYLINE, an
+MTEXT one TEXT per line that is not blank, HATCH is left out, and the kinds
+the export says it did not keep or left out (DIMENSION...) may be missing.
+The export holds no handles, subclass markers, CLASSES or OBJECTS. dxflib
+reads the export of the example drawing with the counts ezdxf gives.
 
     r12_check.py ORMAVEC CORPUS_DIR EXAMPLE [DXFLIB_COUNT]   (exit 77: no ezdxf)
 """
@@ -24,7 +24,7 @@ except ImportError:
     print("r12_check: skipped: no ezdxf (Debian package python3-ezdxf)")
     sys.exit(77)
 
-AS_POLYLINE = {"LWPOLYLINE", "ELLIPSE"}
+AS_POLYLINE = {"LWPOLYLINE", "ELLIPSE", "SPLINE"}
 
 
 def expected(layout):
@@ -47,14 +47,15 @@ def problems(ormavec, source, tmp):
     if subprocess.run([ormavec, "convert", source, std], capture_output=True).returncode:
         return None  # not a drawing we load
     said = subprocess.run([ormavec, "convert", "--r12", source, r12], check=True, capture_output=True, text=True).stderr
-    dropped = {kind for line in said.splitlines() if "not kept:" in line for kind in re.findall(r"\d+ ([A-Z0-9_]*[A-Z][A-Z0-9_]*)\b", line)}
+    dropped = {kind for line in said.splitlines() if "not kept:" in line or "left out:" in line
+               for kind in re.findall(r"\d+ ([A-Z0-9_]*[A-Z][A-Z0-9_]*)\b", line)}
     with open(r12, "rb") as f:
         lines = f.read().decode("latin-1").split("\r\n")
     pairs = list(zip((int(c) for c in lines[0::2] if c.strip()), lines[1::2]))
     codes = {c for c, _ in pairs}
     names = {v for c, v in pairs if c in (0, 2)}
     out = ["group %d written" % c for c in sorted(codes & {5, 100, 102, 330, 340, 360, 390})]
-    out += ["%s written" % n for n in sorted(names & {"CLASSES", "OBJECTS", "BLOCK_RECORD", "LWPOLYLINE", "ELLIPSE", "MTEXT", "HATCH"})]
+    out += ["%s written" % n for n in sorted(names & {"CLASSES", "OBJECTS", "BLOCK_RECORD", "LWPOLYLINE", "ELLIPSE", "MTEXT", "HATCH", "SPLINE"})]
     # The Standard save keeps escapes in names, which ezdxf reads only when it recovers.
     ours, theirs = recover.readfile(std)[0], ezdxf.readfile(r12)
     out += [e.message for e in theirs.audit().errors]
