@@ -26,6 +26,7 @@ void ENTITIES::ReadSection(DXFReader& reader, bool preserve, NotKept* lost) {
     ReadScratch scratch;
     scratch.preserve = preserve;
     scratch.lost = lost;
+    scratch.kept = &kept_;
     while (!reader.AtEnd()) {
         const DXFReader::Pair& p = reader.Read();
         if (p.Value == "ENDSEC") break;

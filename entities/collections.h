@@ -57,10 +57,24 @@ public:
     bool preserve = false;
     uint32_t place = 0;
     NotKept* lost = nullptr;
+    // Where the set being read keeps what its typed records carry beyond
+    // their fields (made at need).
+    std::shared_ptr<KeptEntities>* kept = nullptr;
+
+    // The next place, from blocks unique in the process.
+    uint32_t NextPlace() noexcept {
+        if (place == placeEnd_) {
+            place = TakePlaces(kPlaceBlock) - 1;
+            placeEnd_ = place + kPlaceBlock;
+        }
+        return ++place;
+    }
 
 private:
     std::unique_ptr<LWVERTEXES> vertices_;
     std::unique_ptr<XYZS> points_;
+    static constexpr uint32_t kPlaceBlock = 256;
+    uint32_t placeEnd_ = 0;
 };
 
 // Every kind read alike: with the scratch lists at hand.

@@ -66,7 +66,7 @@ void WriteEntity(SaveContext& save, const INSERT_ENT& record) {
     WriteByOrder(save, insertOrder(), record);
     if (!record.ATTRIBS) return;
     DXFWriter& writer = save.Writer();
-    const int32_t insert = save.LastHandle();  // the insert's own handle, its only one so far
+    const int32_t insert = save.WrittenHandle();  // the insert's own
     {
         OwnerScope owned(save, insert);
         for (const ATTRIB_ENT& attribute : *record.ATTRIBS) WriteEntity(save, attribute);

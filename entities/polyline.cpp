@@ -128,7 +128,7 @@ void WriteEntity(SaveContext& save, const POLYLINE_ENT& record) {
     WriteByOrder(save, polylineOrder(), record);
     DXFWriter& writer = save.Writer();
     {
-        OwnerScope owned(save, save.LastHandle());  // the polyline's own handle, its only one so far
+        OwnerScope owned(save, save.WrittenHandle());  // the polyline's own
         for (const VERTEX_ENT& v : record.Vertices) WriteVertex(save, v, record);
         for (const VERTEX_ENT& v : record.CommandVertices) WriteVertex(save, v, record);
         writer.WriteString(0, "SEQEND");
