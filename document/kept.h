@@ -17,7 +17,8 @@
 //   names are what kept entities and XDATA refer to.
 // - Header variables are kept in order on the HEADER, as pairs; those the
 //   model types are written from the model where they stood.
-// - Handles: kept entities keep theirs; a save numbers what it writes from
+// - Handles: kept entities and typed records keep theirs (a handle already
+//   written gets a new one); a save numbers what it writes from
 //   above every handle kept content carries or points to, so that a kept
 //   pointer to something not written dangles instead of reaching something
 //   else, and a save of a save numbers alike.

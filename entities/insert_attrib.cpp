@@ -50,6 +50,7 @@ const WriteOrder<INSERT_ENT>& insertOrder() {
 
 void ReadEntity(DXFReader& reader, INSERT_ENT& record) {
     ReadRecord(reader, record, [&reader](const DXFReader::Pair& p, INSERT_ENT& r) {
+        if (p.Code == 66) return PairIs::Taken;  // written when there are attributes
         if (p.Code != 0) return PairIs::Field;
         if (!EqualsNoCase(p.Value, "ATTRIB")) return PairIs::End;
         // The attribute consumes the closing SEQEND; the SEQEND's own pairs

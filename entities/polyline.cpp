@@ -25,6 +25,7 @@ void DecodeFlags(int32_t value, POLYLINE_ENT& r) {
 void ReadPolylinePairs(DXFReader& reader, POLYLINE_ENT& record) {
     ReadPairs(reader, record, [&reader](const DXFReader::Pair& p, POLYLINE_ENT& r) {
         if (p.Code == 0) return PairIs::End;
+        if (p.Code == 10 || p.Code == 20 || p.Code == 30) return PairIs::Taken;  // the dummy point, written as zeros
         if (p.Code != 70) return PairIs::Field;
         DecodeFlags(reader.ToInt32(p.Value), r);
         return PairIs::Taken;

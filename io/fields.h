@@ -10,6 +10,7 @@
 // the write orders: explicit lists of pairs, each referring to a field.
 #pragma once
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
 #include <string>
@@ -327,7 +328,7 @@ struct KeptNotes {
             return;
         }
         if (code == 102) in102 = !p.Value.empty() && p.Value.front() == '{';
-        if (code >= 1000 && !xdata) {
+        if (code >= 1000 && !xdata && !in102) {
             xdata = true;
             anchor = 0;
             anchored = false;
@@ -540,7 +541,7 @@ namespace fields_detail {
 // once; code 0 after everything else writes what no anchor placed, then the
 // XDATA. Groups pointing into objects a save does not write are left out.
 inline void WriteKeptAt(DXFWriter& w, const std::vector<DxfEntry>& x, std::vector<bool>& done, int32_t code,
-                        std::string_view marker) {
+                        std::string_view marker, const std::vector<int32_t>& constant) {
     for (int pass = 0; pass < (code == 0 ? 2 : 1); ++pass)
         for (std::size_t i = 0; i < x.size(); ++i) {
             if (x[i].Code >= 0 || done[i]) continue;
@@ -549,6 +550,7 @@ inline void WriteKeptAt(DXFWriter& w, const std::vector<DxfEntry>& x, std::vecto
             if (!match) continue;
             done[i] = true;
             for (std::size_t j = i + 1; j < x.size() && x[j].Code >= 0; ++j) {
+                if (std::find(constant.begin(), constant.end(), x[j].Code) != constant.end()) continue;  // the order writes its own
                 if (x[j].Code == 102 && (x[j].Value == "{ACAD_REACTORS" || x[j].Value == "{ACAD_XDICTIONARY")) {
                     while (j + 1 < x.size() && x[j + 1].Code >= 0 && !(x[j].Code == 102 && x[j].Value == "}")) ++j;
                     continue;
@@ -598,19 +600,31 @@ void WriteByOrder(Save& save, const WriteOrder<R>& order, const R& r) {
             keptHandle = save.keptSet->HandleOf(r.kept.place);
         }
     std::vector<bool> done(kept ? kept->size() : 0);
+    std::vector<int32_t> constant;  // codes the order writes as constants (66, ...)
+    if (kept)
+        for (const WriteOp<R>& op : order)
+            if (op.kind == WriteOp<R>::Kind::Text && op.code != 0 && op.code != 100 && op.code != 6) constant.push_back(op.code);
     // A paper space entity of the ENTITIES section is owned by the paper
     // space block's record, as it was.
     const int32_t owner = save.Owner();
     if constexpr (requires { save.paperSpaceRecord; })
         if (kept && owner == save.modelSpaceRecord && save.paperSpaceRecord && fields_detail::InPaperSpace(*kept))
             save.SetOwner(save.paperSpaceRecord);
-    bool absent = false;
-    if constexpr (requires { r.kept.pairs; }) absent = writer.IsStandard() && (r.kept.pairs >> kKeptAbsentShift) != 0;
+    bool absent = false, wasRead = false;
+    if constexpr (requires { r.kept.pairs; }) {
+        absent = writer.IsStandard() && (r.kept.pairs >> kKeptAbsentShift) != 0;
+        wasRead = writer.IsStandard() && r.kept.place != 0;
+    }
     for (const WriteOp<R>& op : order) {
         if (op.when && !op.when(r)) continue;
         if (absent && fields_detail::AbsentAsRead(op, r)) continue;
         switch (op.kind) {
-        case WriteOp<R>::Kind::Text: writer.WriteString(op.code, op.text); break;
+        case WriteOp<R>::Kind::Text:
+            // A constant line type only for a record the host made: a read one
+            // gives back its own, if it had one.
+            if (op.code == 6 && wasRead) break;
+            writer.WriteString(op.code, op.text);
+            break;
         case WriteOp<R>::Kind::Handle:
             if (keptHandle && save.keptHandles.insert(keptHandle).second)
                 save.WriteKeptHandle(static_cast<int32_t>(std::exchange(keptHandle, 0)));
@@ -630,9 +644,9 @@ void WriteByOrder(Save& save, const WriteOrder<R>& order, const R& r) {
         case WriteOp<R>::Kind::Custom: op.custom(writer, r); break;
         }
         if (kept && op.code != 0 && op.kind != WriteOp<R>::Kind::Custom)
-            fields_detail::WriteKeptAt(writer, *kept, done, op.code, op.text);
+            fields_detail::WriteKeptAt(writer, *kept, done, op.code, op.text, constant);
     }
-    if (kept) fields_detail::WriteKeptAt(writer, *kept, done, 0, {});
+    if (kept) fields_detail::WriteKeptAt(writer, *kept, done, 0, {}, constant);
     save.SetOwner(owner);
 }
 
