@@ -87,6 +87,7 @@ BLOCK_BLOCK BLOCKS::ReadBlock(DXFReader& reader, ReadScratch& scratch) {
     BLOCK_BLOCK b;
     ResetToDefaults(b);
     CreateEntityArrays(b);
+    scratch.kept = &b.Kept;
     // The pairs of an entity this reader does not type (ATTDEF, HATCH below
     // version mode 6, DIMENSION, SPLINE, ...) are kept by a preserving read,
     // or else skipped up to the next code-0 pair, so that they never change

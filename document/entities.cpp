@@ -27,6 +27,7 @@ void ENTITIES::ReadSection(DXFReader& reader, bool preserve, NotKept* lost, bool
     scratch.preserve = preserve;
     scratch.lost = lost;
     scratch.keepSplines = keepSplines;
+    scratch.kept = &kept_;
     while (!reader.AtEnd()) {
         const DXFReader::Pair& p = reader.Read();
         if (p.Value == "ENDSEC") break;

@@ -23,10 +23,20 @@ void readOne(DXFReader& reader, const Set& set, ReadScratch& scratch) {
     // A failing read leaves the list as it was.
     KindRecord<K> record;
     tLineTypeSeen = {scratch.preserve, false};
+    if (scratch.preserve) tKeptRead.Arm();
     ReadEntity(reader, record, scratch);
     if (scratch.preserve) {
-        record.kept.place = ++scratch.place;
+        using R = KindRecord<K>;
+        KeptRead& k = tKeptRead;
+        record.kept.place = scratch.NextPlace();
         if (!tLineTypeSeen.seen) record.kept.pairs |= kKeptNoLineType;
+        const uint64_t absent = kCodedFields<R> & ~k.seen & ((uint64_t{1} << kKeptAbsentBits) - 1);
+        record.kept.pairs |= static_cast<uint32_t>(absent) << kKeptAbsentShift;
+        if (!k.extras.empty()) record.kept.pairs |= kKeptExtras;
+        if ((!k.handle.empty() || !k.extras.empty()) && scratch.kept) {
+            if (!*scratch.kept) *scratch.kept = std::make_shared<KeptEntities>();
+            (*scratch.kept)->KeepTyped(record.kept.place, k.handle, &k.extras);
+        }
     }
     ListIn<K>(set)->Add(std::move(record));
 }
@@ -69,7 +79,7 @@ inline bool PassOver(DXFReader& reader, std::string_view name, std::shared_ptr<K
         return false;
     }
     if (!raw) raw = std::make_shared<KeptEntities>();
-    raw->Read(reader, name, ++scratch.place);
+    raw->Read(reader, name, scratch.NextPlace());
     return true;
 }
 
@@ -100,6 +110,12 @@ void WriteAll(SaveContext& save, const Set& set) {
         if (save.R12() && RawOf(set)) r12::WriteKept(save, *RawOf(set));
         return;
     }
+    // The set's kept pairs and handles, for the records' writers.
+    struct KeptSetScope {
+        SaveContext& save;
+        const KeptEntities* before;
+        ~KeptSetScope() { save.keptSet = before; }
+    } keptScope{save, std::exchange(save.keptSet, RawOf(set))};
     using Writer = void (*)(SaveContext&, const Set&, int32_t);
     static constexpr std::array<Writer, kinds::kCount> kWriters = [] {
         std::array<Writer, kinds::kCount> t{};

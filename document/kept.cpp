@@ -1,8 +1,10 @@
 #include "document/kept.h"
 
 #include <algorithm>
+#include <atomic>
 
 #include "document/save_context.h"
+#include "io/fields.h"
 
 namespace ormavec {
 
@@ -28,7 +30,46 @@ uint32_t KeptEntities::MaxHandle(int32_t handleCode) const noexcept {
                 m = std::max(m, ParseHandle(p.Value));
         }
     }
+    // Typed records: their own handles, and what their kept pairs point to.
+    m = std::max(m, maxTyped_);
+    for (const auto& [place, x] : extras_)
+        for (const DxfEntry& p : x) {
+            const int32_t c = p.Code;
+            if ((c >= 320 && c <= 369) || (c >= 390 && c <= 399) || c == 480 || c == 481 || c == 1005) m = std::max(m, ParseHandle(p.Value));
+        }
     return m;
+}
+
+void KeptEntities::KeepTyped(uint32_t place, std::string_view handle, std::vector<DxfEntry>* extras) {
+    if (const uint32_t h = ParseHandle(handle)) {
+        maxTyped_ = std::max(maxTyped_, h);
+        HandleRun* last = handles_.empty() ? nullptr : &handles_.back();
+        if (last && place == last->place + last->count && h == last->handle + last->count)
+            ++last->count;
+        else
+            handles_.push_back({place, h, 1});
+    }
+    if (extras && !extras->empty()) extras_.emplace(place, std::move(*extras));
+}
+
+const std::vector<DxfEntry>* KeptEntities::ExtrasOf(uint32_t place) const noexcept {
+    const auto it = extras_.find(place);
+    return it == extras_.end() ? nullptr : &it->second;
+}
+
+uint32_t KeptEntities::HandleOf(uint32_t place) const noexcept {
+    // Runs are in increasing place order, as read.
+    auto it = std::upper_bound(handles_.begin(), handles_.end(), place, [](uint32_t p, const HandleRun& r) { return p < r.place; });
+    if (it == handles_.begin()) return 0;
+    --it;
+    return place - it->place < it->count ? it->handle + (place - it->place) : 0;
+}
+
+uint32_t TakePlaces(uint32_t n) noexcept {
+    static std::atomic<uint32_t> next{1};
+    uint32_t first = next.fetch_add(n, std::memory_order_relaxed);
+    while (first == 0 || first > UINT32_MAX - n) first = next.fetch_add(n, std::memory_order_relaxed);  // 0 is no place
+    return first;
 }
 uint32_t ParseHandle(std::string_view text) noexcept {
     uint32_t v = 0;
@@ -62,7 +103,10 @@ void KeptEntities::Write(SaveContext& save, const RawEntity& e, int32_t handleCo
     const uint32_t h = e.Handle(handleCode);
     const int32_t written = h != 0 && save.keptHandles.insert(h).second ? static_cast<int32_t>(h) : save.TakeHandle();
     w.WriteHandle(handleCode, written);
-    save.WriteOwner();
+    if (save.Owner() == save.modelSpaceRecord && save.paperSpaceRecord && fields_detail::InPaperSpace(e.Pairs))
+        w.WriteHandle(330, save.paperSpaceRecord);
+    else
+        save.WriteOwner();
     bool ownerSeen = false, inClass = false;
     const std::vector<DxfEntry>& pairs = e.Pairs;
     for (std::size_t i = 0; i < pairs.size(); ++i) {

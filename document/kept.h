@@ -7,8 +7,8 @@
 //   (KeptSlot in entities/records.h).
 //   The slot is bookkeeping, not value: records compare equal whatever it
 //   holds, and a record added by the host has place 0 (written after the
-//   read ones, in kind order). Copies keep the place of their source; every
-//   record written gets a fresh handle, so a copy never repeats one.
+//   read ones, in kind order). Copies keep the place of their source; a
+//   handle already written is never written again (the copy gets a new one).
 // - Entities of kinds the model does not type, and typed kinds where a set
 //   does not keep them (ATTDEF, SOLID in blocks, HATCH in ENTITIES), are kept
 //   as raw pairs in the set that read them (KeptEntities), with their place;
@@ -17,10 +17,26 @@
 //   names are what kept entities and XDATA refer to.
 // - Header variables are kept in order on the HEADER, as pairs; those the
 //   model types are written from the model where they stood.
-// - Handles: kept entities keep theirs; a save numbers what it writes from
+// - Handles: kept entities and typed records keep theirs (a handle already
+//   written gets a new one); a save numbers what it writes from
 //   above every handle kept content carries or points to, so that a kept
 //   pointer to something not written dangles instead of reaching something
 //   else, and a save of a save numbers alike.
+// - Typed records (entities in ENTITIES and blocks) keep what their fields do
+//   not take beside them, not in them: the set's KeptEntities holds, by the
+//   record's place, its handle (as runs, so that a drawing numbered in order
+//   costs a few entries) and the pairs no field took (XDATA, 102 groups,
+//   extrusion, 370, 420, 440, 48, 60, 67, any unknown code), each run of them
+//   after the pair it followed in the file. A Standard save writes them back
+//   after the same pair of its write order (a subclass marker by its name),
+//   what finds no such place before the XDATA, and the XDATA last; an entity
+//   of ENTITIES with 67 1 stays owned by the paper space. Places are unique
+//   in the process, so a record the host copies into another set or
+//   document finds nothing there, and a deleted record is simply not
+//   written. The slot's word says whether the record has such pairs (so
+//   that a drawing without them costs no lookup and no allocation) and, one
+//   bit per field position, which fields were absent: those still holding
+//   their read value are not written (a changed one is).
 // - Nothing is kept on a load that does not preserve (the Classic path): it
 //   only counts what it passes over (NotKept), so that the loss is said.
 #pragma once
@@ -29,6 +45,7 @@
 #include <map>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 #include <vector>
 
 #include "io/reader.h"
@@ -56,7 +73,6 @@ class KeptEntities {
 public:
     const std::vector<RawEntity>& Items() const noexcept { return items_; }
     std::vector<RawEntity>& Items() noexcept { return items_; }
-    bool Empty() const noexcept { return items_.empty(); }
     int64_t Count() const noexcept { return static_cast<int64_t>(items_.size()); }
     // Reads the pairs after 0/<name> up to the next code-0 pair (pushed back).
     void Read(DXFReader& reader, std::string_view name, uint32_t place);
@@ -65,12 +81,35 @@ public:
     // one already written. Groups that point into objects a save does not
     // write (reactors, extension dictionaries) are left out.
     static void Write(SaveContext& save, const RawEntity& e, int32_t handleCode = 5);
-    // The largest handle the kept entries carry or point to (0 for none).
+    // The largest handle the kept entries and typed records carry or point
+    // to (0 for none).
     uint32_t MaxHandle(int32_t handleCode = 5) const noexcept;
+
+    // What a typed record read at place carried beyond its fields (see
+    // KeptRead in io/fields.h): its handle, and its pairs no field took.
+    // Places are unique in the process, so a record copied from another
+    // set finds nothing here.
+    void KeepTyped(uint32_t place, std::string_view handle, std::vector<DxfEntry>* extras);
+    const std::vector<DxfEntry>* ExtrasOf(uint32_t place) const noexcept;
+    uint32_t HandleOf(uint32_t place) const noexcept;
+    bool Empty() const noexcept { return items_.empty() && handles_.empty() && extras_.empty(); }
 
 private:
     std::vector<RawEntity> items_;
+    // Handles by place as runs: place + i carried handle + i for i < count,
+    // so that records numbered in order cost one run.
+    struct HandleRun {
+        uint32_t place, handle, count;
+    };
+    std::vector<HandleRun> handles_;
+    std::unordered_map<uint32_t, std::vector<DxfEntry>> extras_;
+    uint32_t maxTyped_ = 0;
 };
+
+// The first of n places unique in the process, taken for one reader in
+// increasing order. Places wrap after about four billion entities read in one
+// process; order and kept pairs are then no longer told apart.
+uint32_t TakePlaces(uint32_t n) noexcept;
 
 // What a load passed over without keeping it, by kind of loss.
 struct NotKept {

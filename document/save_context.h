@@ -11,6 +11,7 @@
 #include <unordered_set>
 #include <vector>
 
+#include "document/kept.h"
 #include "entities/kinds.h"
 #include "io/error.h"
 #include "io/writer.h"
@@ -53,8 +54,18 @@ public:
         const int32_t h = TakeHandle();
         writer_.WriteHandle(5, h);
         WriteOwner();
-        return h;
+        return written_ = h;
     }
+    // Group 5 with a handle the record kept (below the first taken), then
+    // the owner.
+    void WriteKeptHandle(int32_t h) {
+        writer_.WriteHandle(5, h);
+        WriteOwner();
+        written_ = h;
+    }
+    // The handle the last WriteHandle or WriteKeptHandle wrote: a record's
+    // own, for the sequence it owns.
+    int32_t WrittenHandle() const noexcept { return written_; }
 
     // BLOCK_RECORD handles in the order the BLOCKS section writes its blocks
     // (the default model and paper space blocks first).
@@ -79,6 +90,10 @@ public:
     // Handles that kept entities carry and this save wrote; all lie below
     // the first handle the save takes.
     std::unordered_set<uint32_t> keptHandles;
+    // The entity set being written, whose records' kept pairs and handles a
+    // Standard save writes back (null: none).
+    const KeptEntities* keptSet = nullptr;
+    int32_t paperSpaceRecord = 0;  // owner of ENTITIES' paper space entities
 
 private:
     DXFWriter& writer_;
@@ -86,6 +101,7 @@ private:
     bool r12_;
     int32_t last_;
     int32_t owner_ = 0;
+    int32_t written_ = 0;
 };
 
 // Sets the owner for a scope and restores the one before.

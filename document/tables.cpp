@@ -289,12 +289,15 @@ void TABLES::WriteBlockRecord(SaveContext& save, const BLOCKS& blocks) {
     int32_t modelSpace = 0;
     if (!hasBlockNamedLower(blocks, "*model_space"))
         save.blockRecords.push_back(modelSpace = writeBlockRecordEntry(save, "*MODEL_SPACE", true));
-    if (!hasBlockNamedLower(blocks, "*paper_space")) save.blockRecords.push_back(writeBlockRecordEntry(save, "*PAPER_SPACE", false));
+    save.paperSpaceRecord = 0;
+    if (!hasBlockNamedLower(blocks, "*paper_space"))
+        save.blockRecords.push_back(save.paperSpaceRecord = writeBlockRecordEntry(save, "*PAPER_SPACE", false));
     for (const BLOCK_BLOCK& b : blocks) {
         // Only the first model space block is the model space.
         const bool isModel = save.Standard() && modelSpace == 0 && EqualsNoCase(b.BlockName, "*MODEL_SPACE");
         save.blockRecords.push_back(writeBlockRecordEntry(save, b.BlockName, isModel));
         if (isModel) modelSpace = save.blockRecords.back();
+        if (!save.paperSpaceRecord && EqualsNoCase(b.BlockName, "*PAPER_SPACE")) save.paperSpaceRecord = save.blockRecords.back();
     }
     save.modelSpaceRecord = modelSpace;
 }

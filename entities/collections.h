@@ -60,10 +60,24 @@ public:
     // Kept also by a read that does not preserve: SPLINEs and the HATCHes a
     // set does not type, for an R12 save or a picture to draw.
     bool keepSplines = false;
+    // Where the set being read keeps what its typed records carry beyond
+    // their fields (made at need).
+    std::shared_ptr<KeptEntities>* kept = nullptr;
+
+    // The next place, from blocks unique in the process.
+    uint32_t NextPlace() noexcept {
+        if (place == placeEnd_) {
+            place = TakePlaces(kPlaceBlock) - 1;
+            placeEnd_ = place + kPlaceBlock;
+        }
+        return ++place;
+    }
 
 private:
     std::unique_ptr<LWVERTEXES> vertices_;
     std::unique_ptr<XYZS> points_;
+    static constexpr uint32_t kPlaceBlock = 256;
+    uint32_t placeEnd_ = 0;
 };
 
 // Every kind read alike: with the scratch lists at hand.

@@ -50,6 +50,7 @@ const WriteOrder<INSERT_ENT>& insertOrder() {
 
 void ReadEntity(DXFReader& reader, INSERT_ENT& record) {
     ReadRecord(reader, record, [&reader](const DXFReader::Pair& p, INSERT_ENT& r) {
+        if (p.Code == 66) return PairIs::Taken;  // written when there are attributes
         if (p.Code != 0) return PairIs::Field;
         if (!EqualsNoCase(p.Value, "ATTRIB")) return PairIs::End;
         // The attribute consumes the closing SEQEND; the SEQEND's own pairs
@@ -66,7 +67,7 @@ void WriteEntity(SaveContext& save, const INSERT_ENT& record) {
     WriteByOrder(save, insertOrder(), record);
     if (!record.ATTRIBS) return;
     DXFWriter& writer = save.Writer();
-    const int32_t insert = save.LastHandle();  // the insert's own handle, its only one so far
+    const int32_t insert = save.WrittenHandle();  // the insert's own
     {
         OwnerScope owned(save, insert);
         for (const ATTRIB_ENT& attribute : *record.ATTRIBS) WriteEntity(save, attribute);

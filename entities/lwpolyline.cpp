@@ -1,3 +1,5 @@
+#include <algorithm>
+
 #include "entities/collections.h"
 
 namespace ormavec {
@@ -23,7 +25,12 @@ const WriteOrder<LWPOLYLINE_ENT>& writeOrder() {
         O::Custom([](DXFWriter& w, const R& r) { w.WriteInteger(70, (r.IsClosed ? 1 : 0) + (r.PlineGen ? 128 : 0)); }),
         O::Of(&R::ConstWidth).If(HasConstWidth), O::Of(&R::Elevation).If([](const R& r) { return r.Elevation != 0.0; }),
         O::Custom([](DXFWriter& w, const R& r) {
-            const bool widths = !HasConstWidth(r);
+            // A Standard save writes bulges, and widths only for a polyline
+            // that has some (a vertex without them takes its predecessor's).
+            const bool standard = w.IsStandard();
+            const bool widths = !HasConstWidth(r) && (!standard || std::any_of(r.POINTS.begin(), r.POINTS.end(), [](const LWVERTEX& v) {
+                                                          return v.StartWidth != 0.0 || v.EndWidth != 0.0;
+                                                      }));
             for (const LWVERTEX& v : r.POINTS) {
                 w.WriteDouble(10, v.X);
                 w.WriteDouble(20, v.Y);
@@ -31,6 +38,7 @@ const WriteOrder<LWPOLYLINE_ENT>& writeOrder() {
                     w.WriteDouble(40, v.StartWidth);
                     w.WriteDouble(41, v.EndWidth);
                 }
+                if (standard && v.Bulge != 0.0) w.WriteDouble(42, v.Bulge);
             }
         })};
     return order;
@@ -48,6 +56,7 @@ void ReadEntity(DXFReader& reader, LWVERTEXES& vertexList, LWPOLYLINE_ENT& recor
         switch (p.Code) {
         case 0: return PairIs::End;
         case 70: flags = reader.ToInt32(p.Value); break;
+        case 90: break;  // the vertex count, written from the vertices
         case 10: {
             const double x = reader.ToDouble(p.Value);
             if (pending) vertexList.Add(current);

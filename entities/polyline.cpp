@@ -25,6 +25,7 @@ void DecodeFlags(int32_t value, POLYLINE_ENT& r) {
 void ReadPolylinePairs(DXFReader& reader, POLYLINE_ENT& record) {
     ReadPairs(reader, record, [&reader](const DXFReader::Pair& p, POLYLINE_ENT& r) {
         if (p.Code == 0) return PairIs::End;
+        if (p.Code == 10 || p.Code == 20 || p.Code == 30) return PairIs::Taken;  // the dummy point, written as zeros
         if (p.Code != 70) return PairIs::Field;
         DecodeFlags(reader.ToInt32(p.Value), r);
         return PairIs::Taken;
@@ -128,7 +129,7 @@ void WriteEntity(SaveContext& save, const POLYLINE_ENT& record) {
     WriteByOrder(save, polylineOrder(), record);
     DXFWriter& writer = save.Writer();
     {
-        OwnerScope owned(save, save.LastHandle());  // the polyline's own handle, its only one so far
+        OwnerScope owned(save, save.WrittenHandle());  // the polyline's own
         for (const VERTEX_ENT& v : record.Vertices) WriteVertex(save, v, record);
         for (const VERTEX_ENT& v : record.CommandVertices) WriteVertex(save, v, record);
         writer.WriteString(0, "SEQEND");

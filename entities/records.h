@@ -33,7 +33,7 @@ struct Fields<XYZ> {
 // fields. Bookkeeping, not value: any two slots compare equal.
 struct KeptSlot {
     uint32_t place = 0;  // 1-based; 0 for a record the host made
-    uint32_t pairs = 0;  // flags (kKeptNoLineType); the rest reserved
+    uint32_t pairs = 0;  // flags (kKeptNoLineType, kKeptExtras) and absent fields, io/fields.h
     friend constexpr bool operator==(const KeptSlot&, const KeptSlot&) noexcept { return true; }
 };
 

@@ -41,7 +41,12 @@ const WriteOrder<MTEXT_ENT>& mtextOrder() {
 
 }  // namespace
 
-void ReadEntity(DXFReader& reader, TEXT_ENT& record) { ReadRecord(reader, record); }
+void ReadEntity(DXFReader& reader, TEXT_ENT& record) {
+    // The alignment point is written as the insertion point: not kept twice.
+    ReadRecord(reader, record, [](const DXFReader::Pair& p, TEXT_ENT&) {
+        return p.Code == 0 ? PairIs::End : p.Code == 11 || p.Code == 21 || p.Code == 31 ? PairIs::Taken : PairIs::Field;
+    });
+}
 void WriteEntity(SaveContext& save, const TEXT_ENT& record) { WriteByOrder(save, textOrder(), record); }
 int64_t HandleCount(const TEXT_ENT&) noexcept { return OrderHandles(textOrder); }
 void GetRecordExtent(const TEXT_ENT& r, double& minX, double& minY, double& maxX, double& maxY) {

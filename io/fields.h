@@ -10,6 +10,7 @@
 // the write orders: explicit lists of pairs, each referring to a field.
 #pragma once
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
 #include <string>
@@ -103,6 +104,18 @@ constexpr void ForEachFieldDecl(Fn&& f) {
     std::apply([&](const auto&... field) { (f(field), ...); }, Fields<R>::list);
 }
 
+// The positions of the fields read from a group code, as bits.
+template <class R>
+inline constexpr uint64_t kCodedFields = [] {
+    uint64_t m = 0;
+    int i = 0;
+    ForEachFieldDecl<R>([&](const auto& f) {
+        if (f.read != FieldRead::None && i < 64) m |= uint64_t{1} << i;
+        ++i;
+    });
+    return m;
+}();
+
 // f(name, member pointer) for every field of the record, in order.
 template <class R, class Fn>
 constexpr void ForEachField(Fn&& f) {
@@ -127,6 +140,7 @@ struct ReadSlot {
     bool R::*flag = nullptr;
     XYZ R::*xyz = nullptr;  // with axis: one coordinate of a point
     double XYZ::*axis = nullptr;
+    uint8_t field = 0;  // the field's position + 1; 0 for a checked code
 
     void apply(const DXFReader& reader, std::string_view value, R& r) const {
         switch (as) {
@@ -151,15 +165,21 @@ public:
     static constexpr int32_t kCodes = 1072;
 
     ReadTable() {
-        ForEachFieldDecl<R>([&](const auto& field) { add(field); });
+        ForEachFieldDecl<R>([&](const auto& field) {
+            ++position_;
+            add(field);
+        });
         if constexpr (HasChecked<R>)
             for (int32_t code : Fields<R>::checked) put(code, ReadSlot<R>{});
     }
 
-    void Apply(const DXFReader& reader, const DXFReader::Pair& p, R& r) const {
-        if (p.Code < 0 || p.Code >= kCodes) return;
+    // The position + 1 of the field that took the value; 0 for none.
+    uint8_t Apply(const DXFReader& reader, const DXFReader::Pair& p, R& r) const {
+        if (p.Code < 0 || p.Code >= kCodes) return 0;
         const uint8_t k = index_[static_cast<std::size_t>(p.Code)];
-        if (k) slots_[k - 1].apply(reader, p.Value, r);
+        if (!k) return 0;
+        slots_[k - 1].apply(reader, p.Value, r);
+        return slots_[k - 1].field;
     }
 
 private:
@@ -167,6 +187,7 @@ private:
     void add(const Field<R, M>& field) {
         if (field.read == FieldRead::None) return;
         ReadSlot<R> s;
+        s.field = position_;
         if constexpr (std::is_same_v<M, std::string>) {
             s.as = ReadSlot<R>::As::String;
             s.str = field.member;
@@ -187,6 +208,7 @@ private:
                 axis.as = ReadSlot<R>::As::Double;
                 axis.xyz = field.member;
                 axis.axis = axes[i];
+                axis.field = position_;
                 put(field.code + 10 * i, axis);
             }
             return;
@@ -204,6 +226,7 @@ private:
 
     std::vector<ReadSlot<R>> slots_;
     std::array<uint8_t, kCodes> index_{};
+    uint8_t position_ = 0;
 };
 
 }  // namespace fields_detail
@@ -250,20 +273,107 @@ struct LineTypeSeen {
 };
 inline thread_local LineTypeSeen tLineTypeSeen;
 
+// What a preserving read notes of one record beside its fields, armed like
+// tLineTypeSeen: the field positions met, the handle's text, and the pairs no
+// field took, each run of them after an anchor entry (code -1 - c, the value
+// a marker's name for c = 100) naming the pair it followed, so that a save
+// writes it back in that place; anchor 0 is the record's end (XDATA). The
+// loop stops noting at a code-0 pair its hook takes (a nested record).
+struct KeptRead {
+    bool armed = false;
+    uint64_t seen = 0;
+    std::string handle;
+    std::vector<DxfEntry> extras;
+    std::string marker;  // the last subclass marker's name
+
+    void Arm() {
+        armed = true;
+        seen = 0;
+        handle.clear();
+        extras.clear();
+    }
+};
+inline thread_local KeptRead tKeptRead;
+
+namespace fields_detail {
+
+// The notes of one read loop, on the stack: cheap for a record whose every
+// pair a field takes.
+struct KeptNotes {
+    int32_t anchor = -1;  // code of the last pair taken; -1: none yet
+    bool anchored = false;  // an anchor entry for it is in extras
+    bool inClass = false, ownerSeen = false, in102 = false, xdata = false;
+
+    void Taken(int32_t code) noexcept {
+        if (code != anchor || code == 100) anchored = false;
+        anchor = code;
+    }
+    void Extra(DXFReader& reader, const DXFReader::Pair& p) {
+        KeptRead& k = tKeptRead;
+        const int32_t code = p.Code;
+        if (code == 100) {
+            inClass = true;
+            k.marker.assign(p.Value);
+            Taken(100);
+            return;
+        }
+        if (code == 5 && k.handle.empty() && !in102) {
+            k.handle.assign(p.Value);
+            Taken(5);
+            return;
+        }
+        if (code == 330 && !inClass && !ownerSeen && !in102) {  // the owner: a save writes its own
+            ownerSeen = true;
+            Taken(5);
+            return;
+        }
+        if (code == 102) in102 = !p.Value.empty() && p.Value.front() == '{';
+        if (code >= 1000 && !xdata && !in102) {
+            xdata = true;
+            anchor = 0;
+            anchored = false;
+        }
+        if (!anchored) {
+            k.extras.push_back({-1 - (anchor < 0 ? 5 : anchor), anchor == 100 ? k.marker : std::string()});
+            anchored = true;
+        }
+        k.extras.push_back({code, std::string(reader.WithText().Value)});
+    }
+};
+
+}  // namespace fields_detail
+
 // The one read loop: the pairs of a record up to its end (by default the
 // next code-0 pair, pushed back) or the end of the input. The hook sees every
-// pair first; codes without a field are passed over; a later pair overwrites
-// an earlier one.
+// pair first; codes without a field are passed over (noted by a preserving
+// read); a later pair overwrites an earlier one.
 template <class R, class Hook = EndAtCodeZero>
 void ReadPairs(DXFReader& reader, R& record, Hook&& hook = {}) {
     const auto& table = ReadTableOf<R>();
     const bool noteLineType = std::exchange(tLineTypeSeen.armed, false);
+    bool note = std::exchange(tKeptRead.armed, false);
+    fields_detail::KeptNotes notes;
     while (!reader.AtEnd()) {
         const DXFReader::Pair& p = reader.Read();
         if (noteLineType && p.Code == 6) tLineTypeSeen.seen = true;
         switch (hook(p, record)) {
-        case PairIs::Field: table.Apply(reader, p, record); break;
-        case PairIs::Taken: break;
+        case PairIs::Field: {
+            const uint8_t field = table.Apply(reader, p, record);
+            if (!note) break;
+            if (field == 0) {
+                notes.Extra(reader, p);
+            } else {
+                if (field <= 64) tKeptRead.seen |= uint64_t{1} << (field - 1);
+                notes.Taken(p.Code);
+            }
+            break;
+        }
+        case PairIs::Taken:
+            if (note) {
+                if (p.Code == 0) note = false;
+                notes.Taken(p.Code);
+            }
+            break;
         case PairIs::End: reader.UnRead(); return;
         case PairIs::EndTaken: return;
         }
@@ -296,6 +406,9 @@ struct WriteOp {
     int32_t R::*i32 = nullptr;
     XYZ R::*xyz = nullptr;
     double XYZ::*axis = nullptr;
+    int32_t field = -1;         // the field's position, -1 for none
+    double numDefault = 0;      // the value the field has when read without its pair
+    std::string_view textDefault;
     bool (*when)(const R&) = nullptr;                  // written only when true
     void (*custom)(DXFWriter&, const R&) = nullptr;   // Custom
 
@@ -313,6 +426,21 @@ using WriteOrder = std::vector<WriteOp<R>>;
 template <class R>
 struct W {
     using Op = WriteOp<R>;
+    // Notes the position and read default of the field of member m.
+    template <class M>
+    static void Mark(Op& o, M R::*m) {
+        int32_t i = 0;
+        ForEachFieldDecl<R>([&](const auto& f) {
+            using FM = typename std::remove_cvref_t<decltype(f)>::Member;
+            if constexpr (std::is_same_v<FM, M>)
+                if (f.member == m && o.field < 0 && f.read != FieldRead::None) {
+                    o.field = i;
+                    if constexpr (std::is_arithmetic_v<M>) o.numDefault = f.hasDefault ? static_cast<double>(f.readDefault) : 0.0;
+                    if constexpr (std::is_same_v<M, std::string>) o.textDefault = f.hasDefault ? f.readDefault : std::string_view();
+                }
+            ++i;
+        });
+    }
     static Op Text(int32_t code, std::string_view text) {
         Op o;
         o.code = code;
@@ -332,6 +460,7 @@ struct W {
         o.kind = Op::Kind::String;
         o.code = code;
         o.str = m;
+        Mark(o, m);
         ForEachFieldDecl<R>([&](const auto& f) {
             if constexpr (std::is_same_v<typename std::remove_cvref_t<decltype(f)>::Member, std::string>)
                 if (f.member == m && f.hasFallback) {
@@ -346,6 +475,7 @@ struct W {
         o.kind = Op::Kind::Double;
         o.code = code;
         o.dbl = m;
+        Mark(o, m);
         return o;
     }
     static Op Double(int32_t code, XYZ R::*point, double XYZ::*axis) {
@@ -354,6 +484,7 @@ struct W {
         o.code = code;
         o.xyz = point;
         o.axis = axis;
+        Mark(o, point);
         return o;
     }
     static Op Int(int32_t code, int32_t R::*m) {
@@ -361,6 +492,7 @@ struct W {
         o.kind = Op::Kind::Int;
         o.code = code;
         o.i32 = m;
+        Mark(o, m);
         return o;
     }
     // A field under its declared group code.
@@ -393,19 +525,112 @@ struct W {
     }
 };
 
-// KeptSlot::pairs bit: the record was read without a line type.
+// KeptSlot::pairs bits: the record was read without a line type; it
+// carried pairs no field took (kept beside it by place); and, from bit
+// kKeptAbsentShift on, one bit per field position: the field's pair was
+// absent. Fields from position 32 - kKeptAbsentShift on have no bit and are
+// always written.
 inline constexpr uint32_t kKeptNoLineType = 1;
+inline constexpr uint32_t kKeptExtras = 2;
+inline constexpr int32_t kKeptAbsentShift = 2;
+inline constexpr int32_t kKeptAbsentBits = 32 - kKeptAbsentShift;
+
+namespace fields_detail {
+
+// Writes the kept pairs of the anchors that match (code, marker), each run
+// once; code 0 after everything else writes what no anchor placed, then the
+// XDATA. Groups pointing into objects a save does not write are left out.
+inline void WriteKeptAt(DXFWriter& w, const std::vector<DxfEntry>& x, std::vector<bool>& done, int32_t code,
+                        std::string_view marker, const std::vector<int32_t>& constant) {
+    for (int pass = 0; pass < (code == 0 ? 2 : 1); ++pass)
+        for (std::size_t i = 0; i < x.size(); ++i) {
+            if (x[i].Code >= 0 || done[i]) continue;
+            const int32_t at = -1 - x[i].Code;
+            const bool match = code == 0 ? (pass == 0) != (at == 0) : at == code && (code != 100 || x[i].Value == marker);
+            if (!match) continue;
+            done[i] = true;
+            for (std::size_t j = i + 1; j < x.size() && x[j].Code >= 0; ++j) {
+                if (std::find(constant.begin(), constant.end(), x[j].Code) != constant.end()) continue;  // the order writes its own
+                if (x[j].Code == 102 && (x[j].Value == "{ACAD_REACTORS" || x[j].Value == "{ACAD_XDICTIONARY")) {
+                    while (j + 1 < x.size() && x[j + 1].Code >= 0 && !(x[j].Code == 102 && x[j].Value == "}")) ++j;
+                    continue;
+                }
+                w.WriteString(x[j].Code, x[j].Value);
+            }
+        }
+}
+
+// Whether kept pairs put the entity in paper space (67 1).
+inline bool InPaperSpace(const std::vector<DxfEntry>& x) noexcept {
+    for (const DxfEntry& p : x)
+        if (p.Code == 67) return p.Value.find('1') != std::string::npos;
+    return false;
+}
+
+// Whether the record's field of this op was absent and still holds the value
+// it was read with.
+template <class R>
+bool AbsentAsRead(const WriteOp<R>& op, const R& r) {
+    if constexpr (requires { r.kept.pairs; }) {
+        if (op.field < 0 || op.field >= kKeptAbsentBits || !((r.kept.pairs >> (kKeptAbsentShift + op.field)) & 1)) return false;
+        switch (op.kind) {
+        case WriteOp<R>::Kind::String: return (r.*op.str) == op.textDefault;
+        case WriteOp<R>::Kind::Double: return (op.xyz ? (r.*op.xyz).*op.axis : r.*op.dbl) == op.numDefault;
+        case WriteOp<R>::Kind::Int: return r.*op.i32 == op.numDefault;
+        default: return false;
+        }
+    }
+    return false;
+}
+
+}  // namespace fields_detail
 
 // Writes the record by its write order; save gives the handles and owners
-// (Writer(), WriteHandle()).
+// (Writer(), WriteHandle()). A Standard save of a record a preserving load
+// read also leaves out the fields that were absent and still hold their read
+// value, gives it back its handle and writes the pairs it kept in their place.
 template <class R, class Save>
 void WriteByOrder(Save& save, const WriteOrder<R>& order, const R& r) {
     DXFWriter& writer = save.Writer();
+    const std::vector<DxfEntry>* kept = nullptr;
+    uint32_t keptHandle = 0;
+    if constexpr (requires { r.kept.place; save.keptSet; })
+        if (writer.IsStandard() && save.keptSet && r.kept.place) {
+            if (r.kept.pairs & kKeptExtras) kept = save.keptSet->ExtrasOf(r.kept.place);
+            keptHandle = save.keptSet->HandleOf(r.kept.place);
+        }
+    std::vector<bool> done(kept ? kept->size() : 0);
+    std::vector<int32_t> constant;  // codes the order writes as constants (66, ...)
+    if (kept)
+        for (const WriteOp<R>& op : order)
+            if (op.kind == WriteOp<R>::Kind::Text && op.code != 0 && op.code != 100 && op.code != 6) constant.push_back(op.code);
+    // A paper space entity of the ENTITIES section is owned by the paper
+    // space block's record, as it was.
+    const int32_t owner = save.Owner();
+    if constexpr (requires { save.paperSpaceRecord; })
+        if (kept && owner == save.modelSpaceRecord && save.paperSpaceRecord && fields_detail::InPaperSpace(*kept))
+            save.SetOwner(save.paperSpaceRecord);
+    bool absent = false, wasRead = false;
+    if constexpr (requires { r.kept.pairs; }) {
+        absent = writer.IsStandard() && (r.kept.pairs >> kKeptAbsentShift) != 0;
+        wasRead = writer.IsStandard() && r.kept.place != 0;
+    }
     for (const WriteOp<R>& op : order) {
         if (op.when && !op.when(r)) continue;
+        if (absent && fields_detail::AbsentAsRead(op, r)) continue;
         switch (op.kind) {
-        case WriteOp<R>::Kind::Text: writer.WriteString(op.code, op.text); break;
-        case WriteOp<R>::Kind::Handle: save.WriteHandle(); break;
+        case WriteOp<R>::Kind::Text:
+            // A constant line type only for a record the host made: a read one
+            // gives back its own, if it had one.
+            if (op.code == 6 && wasRead) break;
+            writer.WriteString(op.code, op.text);
+            break;
+        case WriteOp<R>::Kind::Handle:
+            if (keptHandle && save.keptHandles.insert(keptHandle).second)
+                save.WriteKeptHandle(static_cast<int32_t>(std::exchange(keptHandle, 0)));
+            else
+                save.WriteHandle();
+            break;
         case WriteOp<R>::Kind::String: {
             const std::string& s = r.*op.str;
             // A line type the file did not give, still the one read in its place.
@@ -418,7 +643,11 @@ void WriteByOrder(Save& save, const WriteOrder<R>& order, const R& r) {
         case WriteOp<R>::Kind::Int: writer.WriteInteger(op.code, r.*op.i32); break;
         case WriteOp<R>::Kind::Custom: op.custom(writer, r); break;
         }
+        if (kept && op.code != 0 && op.kind != WriteOp<R>::Kind::Custom)
+            fields_detail::WriteKeptAt(writer, *kept, done, op.code, op.text, constant);
     }
+    if (kept) fields_detail::WriteKeptAt(writer, *kept, done, 0, {}, constant);
+    save.SetOwner(owner);
 }
 
 // How many handles the write order takes per record.

@@ -7,6 +7,8 @@
 // for the check with an independent reader (ezdxf_check.py). Every input that once broke a fuzz target is replayed.
 #include <gtest/gtest.h>
 
+#include <charconv>
+#include <cmath>
 #include <cstdio>
 #include <deque>
 #include <filesystem>
@@ -49,18 +51,30 @@ std::string Json(std::string_view s) {
 // What a drawing holds, counted straight from its pairs: entities by name
 // (ENTITIES and blocks, a sequence's parts aside), header variables, objects
 // and entities carrying XDATA.
+// Also the pairs of each such entity, by section and name in the order
+// met, handles, owners and subclass markers aside, and the groups that point
+// into objects (reactors, extension dictionaries).
 struct Census {
+    using Pairs = std::vector<std::pair<int, std::string>>;
     std::map<std::string, int64_t> entities;
     std::multiset<std::string> header;
     int64_t objects = 0, xdata = 0;
+    std::map<std::string, std::vector<Pairs>> pairs;  // "<section>/<name>"
     explicit Census(const std::string& text) {
         std::string section, code, value;
         std::istringstream in(text);
-        bool entity = false, hasXData = false;
+        bool entity = false, hasXData = false, objectGroup = false;
+        Pairs* current = nullptr;
         while (std::getline(in, code) && std::getline(in, value)) {
             const auto trim = [](std::string& t) { t.erase(t.find_last_not_of(" \r") + 1), t.erase(0, t.find_first_not_of(' ')); };
             trim(code), trim(value);
+            if (code != "0" && current) {
+                objectGroup = objectGroup || (code == "102" && (value == "{ACAD_REACTORS" || value == "{ACAD_XDICTIONARY"));
+                if (!objectGroup && code != "5" && code != "330" && code != "100") current->emplace_back(std::stoi(code), value);
+                objectGroup = objectGroup && !(code == "102" && value == "}");
+            }
             if (code == "0") {
+                current = nullptr;
                 xdata += entity && hasXData;
                 entity = hasXData = false;
                 if (value == "EOF") break;
@@ -68,7 +82,7 @@ struct Census {
                 else if (section == "OBJECTS" && value != "ENDSEC") ++objects;
                 else if ((section == "ENTITIES" || section == "BLOCKS") && value != "ENDSEC" && value != "BLOCK" && value != "ENDBLK" &&
                          value != "SEQEND" && value != "VERTEX" && value != "ATTRIB")
-                    ++entities[value], entity = true;
+                    ++entities[value], entity = true, current = &pairs[section + "/" + value].emplace_back();
             } else if (code == "9" && section == "HEADER") {
                 header.insert(value);
             } else if (code == "1001") {
@@ -77,6 +91,27 @@ struct Census {
         }
     }
 };
+
+// Why two entities' pairs differ ("" for the same): the first code, in code
+// order, whose values differ or that one side lacks. Numbers compare by
+// value (a save writes at most 9 decimals); the order of different codes is
+// allowed to change (a save writes its own order, its kept pairs after the
+// pair they followed), that of one code's values is not.
+std::string PairsDiffer(Census::Pairs a, Census::Pairs b) {
+    const auto byCode = [](const auto& x, const auto& y) { return x.first < y.first; };
+    std::stable_sort(a.begin(), a.end(), byCode), std::stable_sort(b.begin(), b.end(), byCode);
+    const auto number = [](const std::string& s, double& v) {
+        const auto [end, ec] = std::from_chars(s.data(), s.data() + s.size(), v);
+        return ec == std::errc() && end == s.data() + s.size();
+    };
+    for (std::size_t i = 0;; ++i) {
+        if (i == a.size() || i == b.size()) return i == a.size() && i == b.size() ? "" : "code " + std::to_string(i == a.size() ? b[i].first : a[i].first) + (i == a.size() ? " added" : " dropped");
+        if (a[i].first != b[i].first) return "code " + std::to_string(std::min(a[i].first, b[i].first)) + (a[i].first < b[i].first ? " dropped" : " added");
+        double x, y;
+        if (a[i].second == b[i].second || (number(a[i].second, x) && number(b[i].second, y) && std::abs(x - y) <= 1e-9 * std::max(1.0, std::abs(x)))) continue;
+        return "code " + std::to_string(a[i].first) + " value";
+    }
+}
 
 // The counts of the kinds a set writes, by entity name, and its attributes;
 // entities kept as pairs count under their names.
@@ -114,6 +149,8 @@ TEST(CorpusTest, RoundTripsEveryFile) {
     std::sort(files.begin(), files.end());
     std::string counts[2];
     int64_t totals[4][2] = {};
+    int64_t compared = 0;
+    std::map<std::string, int64_t> differing;
     for (const fs::path& dir : kSaved) fs::remove_all(dir), fs::create_directories(dir);
     ormavec::testing::VersionModeScope mode(6);  // hatches inside blocks are read from version mode 6 on
     for (const fs::path& path : files) {
@@ -159,6 +196,16 @@ TEST(CorpusTest, RoundTripsEveryFile) {
                                       std::accumulate(after.entities.begin(), after.entities.end(), int64_t{0}, [](int64_t n, const auto& e) { return n + e.second; })},
                                      {std::ssize(before.header), std::ssize(after.header)}, {before.objects, after.objects}, {before.xdata, after.xdata}};
         for (int i = 0; i < 4; ++i) totals[i][0] += parts[i][0], totals[i][1] += parts[i][1];
+        // The pairs of every entity, the n-th of a name in a section against the n-th.
+        for (const auto& [kind, list] : before.pairs) {
+            const auto it = after.pairs.find(kind);
+            if (it == after.pairs.end()) continue;  // not kept, counted above
+            for (std::size_t i = 0; i < list.size() && i < it->second.size(); ++i) {
+                const std::string why = PairsDiffer(list[i], it->second[i]);
+                ++compared;
+                if (!why.empty()) ++differing[kind.substr(kind.find('/') + 1) + " " + why];
+            }
+        }
         const int32_t declared[2] = {first.HEADER()->AcadVer(), std::max<int32_t>(source.HEADER()->AcadVer(), 1015)};
         EXPECT_EQ(standard.HEADER()->AcadVer(), declared[1]);
         for (int m = 0; m < 2; ++m) {
@@ -201,6 +248,9 @@ TEST(CorpusTest, RoundTripsEveryFile) {
     std::printf("source/Standard save: entities %lld/%lld, header variables %lld/%lld, objects %lld/%lld, XDATA entities %lld/%lld\n",
                 (long long)totals[0][0], (long long)totals[0][1], (long long)totals[1][0], (long long)totals[1][1], (long long)totals[2][0],
                 (long long)totals[2][1], (long long)totals[3][0], (long long)totals[3][1]);
+    const int64_t differ = std::accumulate(differing.begin(), differing.end(), int64_t{0}, [](int64_t n, const auto& d) { return n + d.second; });
+    std::printf("entity pairs: %lld compared, %lld equal, %lld differ\n", (long long)compared, (long long)(compared - differ), (long long)differ);
+    for (const auto& [why, n] : differing) std::printf("  %lld %s\n", (long long)n, why.c_str());
     for (int m = 0; m < 3; ++m) std::ofstream(kSaved[m] / "counts.json", std::ios::binary) << counts[m ? 1 : 0] << "]\n";
 }
 

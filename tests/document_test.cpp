@@ -345,3 +345,57 @@ TEST(Preserving, KeptContentMeetsTheHostsChanges) {
     EXPECT_NE(std::find(handles.begin(), handles.end(), "11"), handles.end()) << "the SPLINE keeps its handle";
     EXPECT_GT(ParseHandle(seed), numbers.back());
 }
+
+// A typed record keeps its handle and what its fields do not take, in its own
+// place; a field absent in the file stays absent unless changed; a record
+// copied from another document brings none of its kept pairs along.
+TEST(Preserving, TypedRecordsKeepTheirPairsAndHandles) {
+    TempDir dir;
+    const auto drawing = [&](const char* name, std::string_view entities) {
+        WriteFile(dir / name, Dxf("0 SECTION\n2 HEADER\n9 $ACADVER\n1 AC1015\n0 ENDSEC\n0 SECTION\n2 ENTITIES\n" + std::string(entities) +
+                                  "0 ENDSEC\n0 EOF\n"));
+        auto doc = std::make_unique<DXFDocument>();
+        doc->SetPreserve(true);
+        doc->SetSaveMode(SaveMode::Standard);
+        doc->Load(dir / name);
+        return doc;
+    };
+    auto doc = drawing("a.dxf", "0 LINE\n5 A0\n330 1F\n102 {APP\n1070 7\n102 }\n100 AcDbEntity\n8 0\n67 1\n370 25\n100 AcDbLine\n10 0\n20 0\n"
+                                "30 0\n11 1\n21 1\n31 0\n210 0\n220 0\n230 -1\n1001 APP\n1000 a\n1005 A1\n"
+                                "0 CIRCLE\n5 A1\n100 AcDbEntity\n8 0\n100 AcDbCircle\n10 0\n20 0\n30 0\n40 1\n1001 APP\n1000 c\n");
+    auto other = drawing("b.dxf", "0 LINE\n5 A0\n100 AcDbEntity\n8 0\n100 AcDbLine\n10 5\n20 5\n30 0\n11 6\n21 6\n31 0\n1001 APP\n1000 b\n");
+    LINE_ENT changed = doc->ENTITIES()->LINES()->Item(0);
+    changed.ColorNumber = 3;
+    doc->ENTITIES()->LINES()->LetItem(0, changed);
+    doc->ENTITIES()->CIRCLES()->Delete(0);
+    doc->ENTITIES()->LINES()->Add(other->ENTITIES()->LINES()->Item(0));
+    doc->Save(dir / "out.dxf");
+    const std::vector<std::string> lines = SplitCrLf(ReadFile(dir / "out.dxf"));
+    std::vector<std::vector<std::pair<int, std::string>>> entities;
+    std::string section, paperSpace;
+    for (std::size_t i = 0; i + 1 < lines.size(); i += 2) {
+        const int code = std::atoi(lines[i].c_str());
+        const std::string& v = lines[i + 1];
+        if (code == 2 && lines[i - 1] == "SECTION") section = v;
+        if (code == 2 && v == "*PAPER_SPACE" && section == "TABLES")
+            for (std::size_t j = i; j > 0 && paperSpace.empty(); j -= 2)
+                if (lines[j] == "5") paperSpace = lines[j + 1];
+        if (code == 0 && v == "ENDSEC") section.clear();
+        if (section != "ENTITIES") continue;
+        if (code == 0) entities.emplace_back();
+        if (!entities.empty()) entities.back().emplace_back(code, v);
+    }
+    using P = std::pair<int, std::string>;
+    ASSERT_EQ(entities.size(), 2u);
+    const auto& line = entities[0];
+    const auto at = [&](const P& p) { return std::find(line.begin(), line.end(), p) - line.begin(); };
+    for (const P& p : {P{5, "A0"}, P{330, paperSpace}, P{102, "{APP"}, P{1070, "7"}, P{67, "1"}, P{370, "25"}, P{62, "3"}, P{230, "-1"},
+                       P{1000, "a"}, P{1005, "A1"}})
+        EXPECT_LT(at(p), std::ssize(line)) << p.first << " " << p.second;
+    EXPECT_LT(at({102, "{APP"}), at({100, "AcDbEntity"}));
+    EXPECT_LT(at({370, "25"}), at({100, "AcDbLine"}));
+    EXPECT_LT(at({230, "-1"}), at({1001, "APP"}));
+    for (const auto& e : entities)
+        for (const P& p : e) EXPECT_TRUE((p.first != 39 && p.first != 6 && p != P{1000, "b"} && p != P{1000, "c"})) << p.first << " " << p.second;
+    EXPECT_EQ(std::count(entities[1].begin(), entities[1].end(), P{5, "A0"}), 0) << "the copy gets a handle of its own";
+}

@@ -37,14 +37,19 @@ def problems(path, model, standard, source):
     # A Standard save writes back what the drawing held: fixes count where the source needs none.
     fixes = standard and auditor.fixes and not ezdxf.readfile(source).audit().fixes
     out = [e.message for e in auditor.errors] + (["%d auditor fixes" % len(auditor.fixes)] if fixes else [])
-    ours = {"ENTITIES": (collections.Counter(model["entities"]), model["attribs"], doc.modelspace())}
+    # ENTITIES holds the model space and, under 67 1, the active paper space, whose block ezdxf merges with it.
+    paper = [b for b in model["blocks"] if b["name"].upper() == "*PAPER_SPACE"]
+    paper = paper[0] if len(paper) == 1 else {"entities": {}, "attribs": 0}
+    ours = {"ENTITIES": (collections.Counter(model["entities"]) + collections.Counter(paper["entities"]), model["attribs"] + paper["attribs"],
+                         list(doc.modelspace()) + list(doc.layouts.active_layout()))}
     for b in model["blocks"]:
         # ezdxf keys blocks without regard to case; to it our ENTITIES section and the model space block are one;
         # extra paper spaces need layout objects that our fixed OBJECTS section lacks.
         name, model_space = b["name"].upper(), b["name"].upper() == "*MODEL_SPACE"
-        if [x["name"].upper() for x in model["blocks"]].count(name) == 1 and (name == "*PAPER_SPACE" or not name.startswith("*PAPER_SPACE")):
+        if [x["name"].upper() for x in model["blocks"]].count(name) == 1 and not name.startswith("*PAPER_SPACE"):
             ours[b["name"]] = (collections.Counter(b["entities"]) + (ours["ENTITIES"][0] if model_space else collections.Counter()),
-                               b["attribs"] + (model["attribs"] if model_space else 0), doc.blocks.get(b["name"]))
+                               b["attribs"] + (ours["ENTITIES"][1] if model_space else 0),
+                               ours["ENTITIES"][2] if model_space else doc.blocks.get(b["name"]))
     for where, (entities, attribs, layout) in ours.items():
         found = counts(layout) if layout is not None else "no such block"
         if found != (+entities, attribs):

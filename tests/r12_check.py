@@ -61,7 +61,8 @@ def problems(ormavec, source, tmp):
     out += [e.message for e in theirs.audit().errors]
     if theirs.dxfversion != "AC1009":
         out.append("version " + theirs.dxfversion)
-    pairs = [("ENTITIES", ours.modelspace(), theirs.modelspace())]
+    # The Standard save keeps ENTITIES' paper space entities there; an R12 export has no paper space.
+    pairs = [("ENTITIES", list(ours.modelspace()) + list(ours.layouts.active_layout()), theirs.modelspace())]
     # A name's characters the code page lacks are written as U+XXXX (a backslash is no name character).
     r12_name = lambda name: "".join(c if c.encode(theirs.encoding, "ignore") else "U+%04X" % ord(c) for c in name)
     pairs += [(b.name, b, theirs.blocks.get(r12_name(b.name))) for b in ours.blocks 
