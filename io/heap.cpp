@@ -74,7 +74,9 @@ struct State {
     uintptr_t prefaultTarget = 0;
     uintptr_t prefaulted = 0;
     int64_t aimedAtInputLeft = 0;
-    bool stopPrefault = false;
+    // Bumped to stop the helper: a new load may start the next one before
+    // the last has seen that it is to stop.
+    uint64_t prefaultRun = 0;
     bool canPrefault = true;  // false once the kernel refused
 };
 
@@ -128,11 +130,11 @@ uintptr_t heapTop(uintptr_t end) noexcept {
 #endif
 }
 
-void prefaultLoop(State& s) noexcept {
+void prefaultLoop(State& s, uint64_t run) noexcept {
     std::unique_lock<std::mutex> guard(s.lock);
     for (;;) {
-        s.wake.wait(guard, [&s] { return s.stopPrefault || s.prefaulted < s.prefaultTarget; });
-        if (s.stopPrefault) return;
+        s.wake.wait(guard, [&] { return s.prefaultRun != run || s.prefaulted < s.prefaultTarget; });
+        if (s.prefaultRun != run) return;
         // A huge page at a time, so that a growth of the heap (which waits
         // for the mapping lock) is never held up for long.
         const uintptr_t from = s.prefaulted;
@@ -164,15 +166,15 @@ void aimPrefaultLocked(State& s, int64_t inputLeft) noexcept {
     s.prefaulted = std::max(s.prefaulted, top & ~(pageSize() - 1));
     if (target <= s.prefaulted) return;
     s.prefaultTarget = target;
-    s.wake.notify_one();
+    s.wake.notify_all();
 }
 
 void startPrefault(State& s, int64_t inputBytes) noexcept {
     if (!s.canPrefault || inputBytes < kPrefaultInput || std::thread::hardware_concurrency() < 2) return;
-    s.stopPrefault = false;
     s.prefaulted = s.prefaultTarget = 0;
+    s.aimedAtInputLeft = 0;
     try {
-        s.prefaulter = std::thread(prefaultLoop, std::ref(s));
+        s.prefaulter = std::thread(prefaultLoop, std::ref(s), ++s.prefaultRun);
     } catch (...) {
         // No thread to be had: the load goes on without one.
     }
@@ -212,8 +214,8 @@ void EndLoad() noexcept {
         if (s.setting == HugePages::OnRequest && !s.tail) adviseLocked(s);
         if (--s.loads == 0) {
             ::mallopt(M_TOP_PAD, kUsualTopPad);
-            s.stopPrefault = true;
-            s.wake.notify_one();
+            ++s.prefaultRun;
+            s.wake.notify_all();
             helper = std::move(s.prefaulter);
         }
     }
