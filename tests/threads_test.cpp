@@ -85,9 +85,9 @@ TEST(Threads, DocumentsAndSettingsOnDifferentThreadsAreIndependent) {
     doc.SetVersionMode(0);
 }
 
-// Large loads map their memory ahead of use in a helper thread that the
-// first load starts and the last one stops; loads that start and end in
-// every order on several threads must neither hang nor mix their models.
+// Large loads change how the heap grows from the first that starts to the
+// last that ends; loads that start and end in every order on several
+// threads must neither hang nor mix their models.
 TEST(Threads, LargeLoadsOverlap) {
     TempDir dir;
     std::string body = "0\nSECTION\n2\nENTITIES\n";
