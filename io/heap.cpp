@@ -5,13 +5,10 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <cerrno>
-#include <condition_variable>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <mutex>
-#include <thread>
 
 #if defined(__GLIBC__)
 #include <malloc.h>
@@ -49,13 +46,6 @@ constexpr int64_t kTailInput = 4 << 20;
 constexpr uintptr_t kHugePage = 2 << 20;
 // The allocator's own value, documented for M_TOP_PAD.
 constexpr int kUsualTopPad = 128 << 10;
-// How far ahead of the allocator the helper thread maps pages, and the
-// smallest input worth a thread.
-constexpr uintptr_t kPrefaultLead = 16 << 20;
-constexpr int64_t kPrefaultInput = 16 << 20;
-// Input read between two moves of its goal: finding the allocator's top
-// walks its free lists, too dear for every megabyte.
-constexpr int64_t kPrefaultStep = 2 << 20;
 
 struct State {
     std::mutex lock;
@@ -64,18 +54,6 @@ struct State {
     int loads = 0;
     uintptr_t advisedEnd = 0;
     bool tail = false;  // the end of the load's input is near
-    // The kernel zeroes a page when it is first touched: a third of a fresh
-    // process's load went to that. A helper thread touches the pages just
-    // ahead of the allocator's top instead, while the load parses, asking
-    // the kernel to map them without writing to them (memory the allocator
-    // owns is never written by the helper).
-    std::thread prefaulter;
-    std::condition_variable wake;
-    uintptr_t prefaultTarget = 0;
-    uintptr_t prefaulted = 0;
-    int64_t aimedAtInputLeft = 0;
-    bool stopPrefault = false;
-    bool canPrefault = true;  // false once the kernel refused
 };
 
 State& state() noexcept {
@@ -119,65 +97,6 @@ void growNow() noexcept {
     while (n > 0) std::free(pieces[--n]);
 }
 
-// The top of the allocator's heap: where its next allocations land.
-uintptr_t heapTop(uintptr_t end) noexcept {
-#if __GLIBC_PREREQ(2, 33)
-    return end - ::mallinfo2().keepcost;
-#else
-    return end;
-#endif
-}
-
-void prefaultLoop(State& s) noexcept {
-    std::unique_lock<std::mutex> guard(s.lock);
-    for (;;) {
-        s.wake.wait(guard, [&s] { return s.stopPrefault || s.prefaulted < s.prefaultTarget; });
-        if (s.stopPrefault) return;
-        // A huge page at a time, so that a growth of the heap (which waits
-        // for the mapping lock) is never held up for long.
-        const uintptr_t from = s.prefaulted;
-        const uintptr_t to = std::min(s.prefaultTarget, (from + kHugePage) & ~(kHugePage - 1));
-        guard.unlock();
-        const int result = ::madvise(reinterpret_cast<void*>(from), to - from, MADV_POPULATE_WRITE);
-        const int error = result == 0 ? 0 : errno;
-        guard.lock();
-        // EINVAL: a kernel without the request; ENOMEM: the heap was trimmed
-        // below the range, which is then left alone.
-        if (error == EINVAL) s.canPrefault = false;
-        s.prefaulted = std::max(s.prefaulted, to);
-    }
-}
-
-// Moves the helper's goal to a little ahead of the allocator's top, but no
-// further than the input still to come can fill, so that the pages mapped
-// and never used stay few.
-void aimPrefaultLocked(State& s, int64_t inputLeft) noexcept {
-    if (!s.prefaulter.joinable() || !s.canPrefault) return;
-    if (s.aimedAtInputLeft - inputLeft < kPrefaultStep && s.prefaultTarget != 0) return;
-    s.aimedAtInputLeft = inputLeft;
-    const uintptr_t end = currentBreak();
-    if (end == static_cast<uintptr_t>(-1)) return;
-    const uintptr_t top = heapTop(end);
-    const uintptr_t lead = std::min<uintptr_t>(kPrefaultLead, static_cast<uintptr_t>(std::max<int64_t>(inputLeft, 0)) / 2);
-    const uintptr_t target = std::min(end, top + lead) & ~(pageSize() - 1);
-    if (target <= s.prefaulted) return;
-    s.prefaulted = std::max(s.prefaulted, top & ~(pageSize() - 1));
-    if (target <= s.prefaulted) return;
-    s.prefaultTarget = target;
-    s.wake.notify_one();
-}
-
-void startPrefault(State& s, int64_t inputBytes) noexcept {
-    if (!s.canPrefault || inputBytes < kPrefaultInput || std::thread::hardware_concurrency() < 2) return;
-    s.stopPrefault = false;
-    s.prefaulted = s.prefaultTarget = 0;
-    try {
-        s.prefaulter = std::thread(prefaultLoop, std::ref(s));
-    } catch (...) {
-        // No thread to be had: the load goes on without one.
-    }
-}
-
 }  // namespace
 
 bool BeginLoad(int64_t inputBytes) noexcept {
@@ -197,36 +116,24 @@ bool BeginLoad(int64_t inputBytes) noexcept {
             growNow();
             adviseLocked(s);
         }
-        startPrefault(s, inputBytes);
-        aimPrefaultLocked(s, inputBytes);
     }
     return true;
 }
 
 void EndLoad() noexcept {
     State& s = state();
-    std::thread helper;
-    {
-        std::lock_guard<std::mutex> guard(s.lock);
-        if (s.loads == 0) return;
-        if (s.setting == HugePages::OnRequest && !s.tail) adviseLocked(s);
-        if (--s.loads == 0) {
-            ::mallopt(M_TOP_PAD, kUsualTopPad);
-            s.stopPrefault = true;
-            s.wake.notify_one();
-            helper = std::move(s.prefaulter);
-        }
-    }
-    if (helper.joinable()) helper.join();
+    std::lock_guard<std::mutex> guard(s.lock);
+    if (s.loads == 0) return;
+    if (s.setting == HugePages::OnRequest && !s.tail) adviseLocked(s);
+    if (--s.loads == 0) ::mallopt(M_TOP_PAD, kUsualTopPad);
 }
 
 void Advise(int64_t inputLeft) noexcept {
     State& s = state();
     std::lock_guard<std::mutex> guard(s.lock);
-    if (s.loads == 0 || s.tail) return;
-    if (s.setting == HugePages::OnRequest) adviseLocked(s);
-    if (inputLeft >= kTailInput) aimPrefaultLocked(s, inputLeft);
-    if (s.setting != HugePages::OnRequest || inputLeft >= kTailInput || s.loads > 1) return;
+    if (s.loads == 0 || s.setting != HugePages::OnRequest || s.tail) return;
+    adviseLocked(s);
+    if (inputLeft >= kTailInput || s.loads > 1) return;
     // The free top of the heap starts where the last allocation ends; huge
     // pages stay for the one holding that point, which the rest of the load
     // is likely to fill.

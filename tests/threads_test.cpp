@@ -85,6 +85,30 @@ TEST(Threads, DocumentsAndSettingsOnDifferentThreadsAreIndependent) {
     doc.SetVersionMode(0);
 }
 
+// Large loads change how the heap grows from the first that starts to the
+// last that ends; loads that start and end in every order on several
+// threads must neither hang nor mix their models.
+TEST(Threads, LargeLoadsOverlap) {
+    TempDir dir;
+    std::string body = "0\nSECTION\n2\nENTITIES\n";
+    int lines = 0;
+    for (; body.size() < (17u << 20); ++lines) body += "0\nLINE\n8\nL\n10\n" + std::to_string(lines) + ".5\n20\n1.25\n11\n2\n21\n3\n";
+    WriteFile(dir / "big.dxf", body + "0\nENDSEC\n0\nEOF\n");
+    std::vector<int> counts(4, -1);
+    std::vector<std::thread> threads;
+    for (int t = 0; t < 2; ++t)
+        threads.emplace_back([&, t] {
+            for (int round = 0; round < 2; ++round) {
+                DXFDocument doc;
+                doc.Load(dir / "big.dxf");
+                counts[static_cast<std::size_t>(2 * t + round)] = doc.ENTITIES()->LINES()->Count();
+                if (t == 1) std::this_thread::yield();
+            }
+        });
+    for (auto& th : threads) th.join();
+    EXPECT_EQ(counts, std::vector<int>(4, lines));
+}
+
 // A line is the text in quotes, in the code page; a log that cannot be
 // opened fails the save before the output is opened.
 TEST(CallLog, LinesAndFailures) {
