@@ -56,10 +56,8 @@ bool ReadInto(Kind kind, DXFReader& reader, const Set& set, ReadScratch& scratch
 // preserving read keeps its pairs in raw (made at need) and returns true;
 // otherwise it is counted and its pairs are the caller's to pass over.
 inline bool PassOver(DXFReader& reader, std::string_view name, std::shared_ptr<KeptEntities>& raw, ReadScratch& scratch) {
-    // An image or underlay is nothing without its definition, an object,
-    // and objects are not kept: written alone it would make the file invalid.
-    const bool needsObject = EqualsNoCase(name, "IMAGE") || (name.size() > 8 && EqualsNoCase(name.substr(name.size() - 8), "UNDERLAY"));
-    if (!scratch.preserve || needsObject) {
+    // An image or underlay keeps its definition with the drawing's objects.
+    if (!scratch.preserve) {
         if (scratch.lost) {
             auto it = scratch.lost->entities.find(name);
             if (it == scratch.lost->entities.end()) it = scratch.lost->entities.emplace(std::string(name), 0).first;

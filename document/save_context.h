@@ -7,11 +7,15 @@
 #include <array>
 #include <cstdint>
 #include <string>
+#include <string_view>
+#include <unordered_map>
 #include <unordered_set>
+#include <utility>
 #include <vector>
 
 #include "entities/kinds.h"
 #include "io/error.h"
+#include "io/text.h"
 #include "io/writer.h"
 
 namespace ormavec {
@@ -37,6 +41,14 @@ public:
 
     // Takes the next handle; fails with an overflow at the 32-bit limit.
     int32_t TakeHandle() { return NextHandle(last_); }
+    // The handle a record carried in the drawing, when no record of this
+    // save wrote it yet; else (or for 0) the next handle.
+    int32_t KeepHandle(uint32_t source) {
+        return source != 0 && keptHandles.insert(source).second ? static_cast<int32_t>(source) : TakeHandle();
+    }
+    // The next WriteHandle() writes this source handle if it can.
+    // Only a Standard save keeps handles.
+    void OfferHandle(uint32_t source) noexcept { offered_ = standard_ ? source : 0; }
     // The handle taken last (0 before the first).
     int32_t LastHandle() const noexcept { return last_; }
 
@@ -47,9 +59,10 @@ public:
     void WriteOwner() {
         if (standard_) writer_.WriteHandle(330, owner_);
     }
-    // Group 5 with the next handle, then the owner; returns the handle.
+    // Group 5 with the next handle (or the one offered, when no record
+    // wrote it yet), then the owner; returns the handle.
     int32_t WriteHandle() {
-        const int32_t h = TakeHandle();
+        const int32_t h = KeepHandle(std::exchange(offered_, 0));
         writer_.WriteHandle(5, h);
         WriteOwner();
         return h;
@@ -76,6 +89,25 @@ public:
     // Handles that kept entities carry and this save wrote; all lie below
     // the first handle the save takes.
     std::unordered_set<uint32_t> keptHandles;
+    // The save writes the drawing's objects: pointers into them are kept.
+    bool objectsKept = false;
+    // The subclass of the entries of the kept table being written.
+    std::string_view entrySubclass;
+    // The handles typed table entries carried, by table and upper-case name
+    // (see SourceKey).
+    std::unordered_map<std::string, uint32_t> sourceHandles;
+    static std::string SourceKey(std::string_view table, std::string_view name) {
+        std::string key(table);
+        key += '\n';
+        key += UpperCase(name);
+        return key;
+    }
+    // Offers the handle the typed entry of this name carried, if any.
+    void OfferSourceHandle(std::string_view table, std::string_view name) {
+        if (sourceHandles.empty()) return;
+        const auto it = sourceHandles.find(SourceKey(table, name));
+        if (it != sourceHandles.end()) OfferHandle(it->second);
+    }
 
 private:
     DXFWriter& writer_;
@@ -83,6 +115,7 @@ private:
     bool r12_;
     int32_t last_;
     int32_t owner_ = 0;
+    uint32_t offered_ = 0;
 };
 
 // Sets the owner for a scope and restores the one before.

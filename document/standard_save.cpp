@@ -48,7 +48,7 @@ private:
 
 }  // namespace
 
-int32_t PrepareStandardSave(SaveContext& save, const TABLES& tables, const BLOCKS& blocks, const ENTITIES& e) {
+int32_t PrepareStandardSave(SaveContext& save, const TABLES& tables, const BLOCKS& blocks, const ENTITIES& e, int64_t keptObjects) {
     std::vector<std::string>& extra = save.extraStyles;
     extra.clear();
     StyleNames styles(*tables.STYLES(), extra);
@@ -61,7 +61,7 @@ int32_t PrepareStandardSave(SaveContext& save, const TABLES& tables, const BLOCK
         n += kBlockRecordHandles + BLOCKS::HeadHandles() + entity_sets::HandlesOf(b);
     }
     n += static_cast<int64_t>(extra.size()) * STYLES::EntryHandles();
-    n += entity_sets::HandlesOf(e) + save.LastHandle();
+    n += entity_sets::HandlesOf(e) + save.LastHandle() + tables.KeptCount() + keptObjects;
     if (n >= std::numeric_limits<int32_t>::max())
         RaiseError(err::Overflow, "DXFDocument", "Overflow: the drawing holds more objects than its handles can number");
     return static_cast<int32_t>(n + 1);
@@ -74,7 +74,10 @@ int32_t KeptHandleBase(uint32_t seed, const BLOCKS& blocks, const ENTITIES& e) {
             base = std::max(base, raw->MaxHandle());
     };
     raise(e.Kept());
-    for (const BLOCK_BLOCK& b : blocks) raise(b.Kept);
+    for (const BLOCK_BLOCK& b : blocks) {
+        raise(b.Kept);
+        base = std::max({base, b.BlockHandle, b.EndHandle});
+    }
     return static_cast<int32_t>(base);
 }
 

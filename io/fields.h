@@ -250,6 +250,14 @@ struct LineTypeSeen {
 };
 inline thread_local LineTypeSeen tLineTypeSeen;
 
+// A preserving read of a table entry arms this; the record's loop then keeps
+// the text of the entry's handle (group 5), so that a save can keep it.
+struct HandleSeen {
+    bool armed = false;
+    std::string text;
+};
+inline thread_local HandleSeen tHandleSeen;
+
 // The one read loop: the pairs of a record up to its end (by default the
 // next code-0 pair, pushed back) or the end of the input. The hook sees every
 // pair first; codes without a field are passed over; a later pair overwrites
@@ -258,9 +266,11 @@ template <class R, class Hook = EndAtCodeZero>
 void ReadPairs(DXFReader& reader, R& record, Hook&& hook = {}) {
     const auto& table = ReadTableOf<R>();
     const bool noteLineType = std::exchange(tLineTypeSeen.armed, false);
+    const bool noteHandle = std::exchange(tHandleSeen.armed, false);
     while (!reader.AtEnd()) {
         const DXFReader::Pair& p = reader.Read();
         if (noteLineType && p.Code == 6) tLineTypeSeen.seen = true;
+        if (noteHandle && p.Code == 5) tHandleSeen.text.assign(p.Value);
         switch (hook(p, record)) {
         case PairIs::Field: table.Apply(reader, p, record); break;
         case PairIs::Taken: break;

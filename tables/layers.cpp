@@ -29,7 +29,10 @@ void LAYERS::WriteOut(SaveContext& save) const {
     OwnerScope entries(save, WriteTableHead(save, "LAYER", Count()));
     // The layer every drawing must have; not counted in the head.
     if (IndexOfName("0") < 0) WriteByOrder(save, writeOrder(), LAYERS_TAB{"0", "Continuous", 1, 0});
-    for (const LAYERS_TAB& r : *this) WriteByOrder(save, writeOrder(), r);
+    for (const LAYERS_TAB& r : *this) {
+        save.OfferSourceHandle("LAYER", r.LayerName);
+        WriteByOrder(save, writeOrder(), r);
+    }
 }
 
 }  // namespace ormavec

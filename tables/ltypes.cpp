@@ -60,7 +60,10 @@ void LTYPES::WriteOut(SaveContext& save) const {
     // The two fixed line types, when the table lacks them.
     if (!hasByBlock) WriteByOrder(save, writeOrder(), LTYPES_TAB{"ByBlock", "", 0.0, 0, {}});
     if (!hasByLayer) WriteByOrder(save, writeOrder(), LTYPES_TAB{"ByLayer", "", 0.0, 0, {}});
-    for (const LTYPES_TAB& r : *this) WriteByOrder(save, writeOrder(), r);
+    for (const LTYPES_TAB& r : *this) {
+        save.OfferSourceHandle("LTYPE", r.LineTypeName);
+        WriteByOrder(save, writeOrder(), r);
+    }
 }
 
 }  // namespace ormavec
