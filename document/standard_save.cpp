@@ -26,12 +26,14 @@ int64_t entryHandles(const std::shared_ptr<Table>& table) {
     return table ? table->Count() * Table::EntryHandles() : 0;
 }
 
+// The names records use that a table lacks (text styles, line types).
 class StyleNames {
 public:
-    StyleNames(const STYLES& table, std::vector<std::string>& missing) : missing_(missing) {
+    template <class Table>
+    StyleNames(const Table& table, std::vector<std::string>& missing) : missing_(missing) {
         // One set of upper-cased names, so that a model with many texts and
         // many styles costs a hash per text, not a scan of the table.
-        for (const STYLES_TAB& s : table) known_.insert(UpperCase(s.StyleName));
+        for (const auto& s : table) known_.insert(UpperCase(Table::NameOf(s)));
     }
 
     void Use(std::string_view name) {
@@ -54,13 +56,23 @@ int32_t PrepareStandardSave(SaveContext& save, const TABLES& tables, const BLOCK
     StyleNames styles(*tables.STYLES(), extra);
     const auto use = [&](std::string_view name) { styles.Use(name); };
     entity_sets::ForEachStyleNamed(e, use);
+    // Line types that layers and records name; the two fixed ones are
+    // written anyway.
+    std::vector<std::string>& extraLineTypes = save.extraLineTypes;
+    StyleNames lineTypes(*tables.LTYPES(), extraLineTypes);
+    for (std::string_view fixed : {"ByBlock", "ByLayer"}) lineTypes.Use(fixed);
+    extraLineTypes.clear();
+    for (const LAYERS_TAB& l : *tables.LAYERS()) lineTypes.Use(l.LineTypeName);
+    const auto useLineType = [&](std::string_view name) { lineTypes.Use(name); };
+    entity_sets::ForEachNamed<6>(e, useLineType);
 
     int64_t n = kFixedHandles + entryHandles(tables.LAYERS()) + entryHandles(tables.LTYPES()) + entryHandles(tables.STYLES());
     for (const BLOCK_BLOCK& b : blocks) {
         entity_sets::ForEachStyleNamed(b, use);
+        entity_sets::ForEachNamed<6>(b, useLineType);
         n += kBlockRecordHandles + BLOCKS::HeadHandles() + entity_sets::HandlesOf(b);
     }
-    n += static_cast<int64_t>(extra.size()) * STYLES::EntryHandles();
+    n += static_cast<int64_t>(extra.size()) * STYLES::EntryHandles() + static_cast<int64_t>(extraLineTypes.size()) * LTYPES::EntryHandles();
     n += entity_sets::HandlesOf(e) + save.LastHandle() + tables.KeptCount() + keptObjects;
     if (n >= std::numeric_limits<int32_t>::max())
         RaiseError(err::Overflow, "DXFDocument", "Overflow: the drawing holds more objects than its handles can number");

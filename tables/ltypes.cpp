@@ -64,6 +64,10 @@ void LTYPES::WriteOut(SaveContext& save) const {
         save.OfferSourceHandle("LTYPE", r.LineTypeName);
         WriteByOrder(save, writeOrder(), r);
     }
+    // A Standard file defines every line type it names: those the table
+    // lacks as continuous ones.
+    if (save.Standard())
+        for (const std::string& name : save.extraLineTypes) WriteByOrder(save, writeOrder(), LTYPES_TAB{name, "", 0.0, 0, {}});
 }
 
 }  // namespace ormavec
