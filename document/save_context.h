@@ -83,6 +83,8 @@ public:
     std::vector<std::string> extraStyles;
     // Line types that layers and entities name and the LTYPE table lacks.
     std::vector<std::string> extraLineTypes;
+    // Layers that records name and the LAYER table lacks.
+    std::vector<std::string> extraLayers;
     // R12: the largest distance of an approximating chord from its curve
     // (0: a thousandth of the curve's major radius), and the records of each
     // kind left out as R12 has no such entity.

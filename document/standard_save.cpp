@@ -65,14 +65,26 @@ int32_t PrepareStandardSave(SaveContext& save, const TABLES& tables, const BLOCK
     for (const LAYERS_TAB& l : *tables.LAYERS()) lineTypes.Use(l.LineTypeName);
     const auto useLineType = [&](std::string_view name) { lineTypes.Use(name); };
     entity_sets::ForEachNamed<6>(e, useLineType);
+    // Layers that records name and the table lacks: a drawing that never
+    // defined them, or layers the host removed while kept records (or its
+    // own) still name them. A plain layer keeps the file valid.
+    std::vector<std::string>& extraLayers = save.extraLayers;
+    StyleNames layers(*tables.LAYERS(), extraLayers);
+    layers.Use("0");
+    extraLayers.clear();
+    const auto useLayer = [&](std::string_view name) { layers.Use(name); };
+    entity_sets::ForEachNamed<8>(e, useLayer);
 
     int64_t n = kFixedHandles + entryHandles(tables.LAYERS()) + entryHandles(tables.LTYPES()) + entryHandles(tables.STYLES());
     for (const BLOCK_BLOCK& b : blocks) {
         entity_sets::ForEachStyleNamed(b, use);
         entity_sets::ForEachNamed<6>(b, useLineType);
+        entity_sets::ForEachNamed<8>(b, useLayer);
+        layers.Use(b.LayerName);
         n += kBlockRecordHandles + BLOCKS::HeadHandles() + entity_sets::HandlesOf(b);
     }
-    n += static_cast<int64_t>(extra.size()) * STYLES::EntryHandles() + static_cast<int64_t>(extraLineTypes.size()) * LTYPES::EntryHandles();
+    n += static_cast<int64_t>(extra.size()) * STYLES::EntryHandles() + static_cast<int64_t>(extraLineTypes.size()) * LTYPES::EntryHandles() +
+         static_cast<int64_t>(extraLayers.size()) * LAYERS::EntryHandles();
     n += entity_sets::HandlesOf(e) + save.LastHandle() + tables.KeptCount() + keptObjects;
     if (n >= std::numeric_limits<int32_t>::max())
         RaiseError(err::Overflow, "DXFDocument", "Overflow: the drawing holds more objects than its handles can number");

@@ -33,6 +33,13 @@ void LAYERS::WriteOut(SaveContext& save) const {
         save.OfferSourceHandle("LAYER", r.LayerName);
         WriteByOrder(save, writeOrder(), r);
     }
+    // Plain layers for the names records use that the table lacks, each with
+    // the handle of a layer of its name the drawing had (one the host removed).
+    if (!save.Standard()) return;
+    for (const std::string& name : save.extraLayers) {
+        save.OfferSourceHandle("LAYER", name);
+        WriteByOrder(save, writeOrder(), LAYERS_TAB{name, "Continuous", 7, 0});
+    }
 }
 
 }  // namespace ormavec
