@@ -79,7 +79,18 @@ void BLOCKS::ReadSection(DXFReader& reader, bool preserve, NotKept* lost, bool k
         const DXFReader::Pair& p = reader.Read();
         if (EqualsNoCase(p.Value, "ENDSEC")) return;
         if (!EqualsNoCase(p.Value, "BLOCK")) continue;  // includes what follows each ENDBLK
-        Add(ReadBlock(reader, scratch));
+        BLOCK_BLOCK b = ReadBlock(reader, scratch);
+        // The pairs of its ENDBLK, for the handle.
+        while (preserve && !reader.AtEnd()) {
+            const DXFReader::Pair& end = reader.Read();
+            if (end.Code == 0) {
+                reader.UnRead();
+                break;
+            }
+            if (end.Code == 5) b.EndHandle = ParseHandle(end.Value);
+        }
+        if (lost && FindByName(b.BlockName) >= 0) ++lost->duplicateBlocks;
+        Add(std::move(b));
     }
 }
 
@@ -92,9 +103,10 @@ BLOCK_BLOCK BLOCKS::ReadBlock(DXFReader& reader, ReadScratch& scratch) {
     // version mode 6, DIMENSION, SPLINE, ...) are kept by a preserving read,
     // or else skipped up to the next code-0 pair, so that they never change
     // the block's own fields.
-    bool skipping = false;
+    bool skipping = false, head = true;
     ReadPairs(reader, b, [&](const DXFReader::Pair& p, BLOCK_BLOCK& block) {
         if (p.Code == 0) {
+            head = false;
             if (EqualsNoCase(p.Value, "ENDBLK")) return PairIs::EndTaken;
             Kind kind;
             skipping = (!kinds::Find(p.Value, kind) || !entity_sets::ReadInto(kind, reader, block, scratch)) &&
@@ -102,6 +114,10 @@ BLOCK_BLOCK BLOCKS::ReadBlock(DXFReader& reader, ReadScratch& scratch) {
             return PairIs::Taken;
         }
         if (skipping) return PairIs::Taken;
+        if (head && p.Code == 5 && scratch.preserve) {
+            block.BlockHandle = ParseHandle(p.Value);
+            return PairIs::Taken;
+        }
         if (p.Code != 2) return PairIs::Field;
         // The first group 2 names the block.
         if (EqualsNoCase(block.BlockName, "Alap")) block.BlockName.assign(p.Value);
@@ -140,8 +156,10 @@ void BLOCKS::WriteDefaultBlocks(SaveContext& save) const {
 }
 
 void BLOCKS::WriteBlock(SaveContext& save, const BLOCK_BLOCK& b) {
+    save.OfferHandle(b.BlockHandle);
     WriteByOrder(save, headOrder(), b);
     entity_sets::WriteAll(save, b);
+    save.OfferHandle(b.EndHandle);
     WriteByOrder(save, endOrder(), b);
 }
 

@@ -28,6 +28,9 @@ struct BLOCK_BLOCK {
     // The entities a preserving load kept as pairs, shared like the
     // collections; null when there are none.
     std::shared_ptr<KeptEntities> Kept;
+    // The handles of its BLOCK and ENDBLK pairs as a preserving load read
+    // them (0: none), which a Standard save keeps.
+    uint32_t BlockHandle = 0, EndHandle = 0;
 };
 
 // The first group 2 names the block; each kind of collection is a field.
@@ -60,6 +63,7 @@ public:
     int32_t FindByName(std::string_view name) const { return IndexOfName(name); }
 
     // Reads the section body up to ENDSEC; see ReadScratch for preserve and
+    // lost. A block whose name an earlier one has is dropped and counted in
     // lost.
     void ReadSection(DXFReader& reader, bool preserve = false, NotKept* lost = nullptr, bool keepSplines = false);
     // One block from after its BLOCK pair up to its ENDBLK pair.

@@ -76,12 +76,17 @@ void DXFDocument::Load(const std::string& fileName) {
             if (name == "HEADER")
                 header_->ReadSection(reader, preserve_, &notKept_);
             else if (name == "TABLES")
-                tables_->ReadSection(reader, preserve_);
+                tables_->ReadSection(reader, preserve_, &notKept_);
             else if (name == "BLOCKS")
                 blocks_->ReadSection(reader, preserve_, &notKept_, keepSplines_);
             else if (name == "ENTITIES")
                 entities_->ReadSection(reader, preserve_, &notKept_, keepSplines_);
-            else
+            else if (preserve_ && (name == "CLASSES" || name == "OBJECTS")) {
+                std::shared_ptr<KeptEntities>& kept = name == "CLASSES" ? keptClasses_ : keptObjects_;
+                if (!kept) kept = std::make_shared<KeptEntities>();
+                kept->ReadUpTo(reader, "ENDSEC");
+                if (!reader.AtEnd()) reader.Read();  // the ENDSEC
+            } else
                 continue;  // any other section is read past pair by pair by this loop
             if (!reader.AtEnd() || reader.LastPairIs("ENDSEC")) open.clear();
         } else if (pair.Value == "ENDSEC") {
@@ -91,6 +96,8 @@ void DXFDocument::Load(const std::string& fileName) {
             break;
         } else if (open == "OBJECTS") {
             ++notKept_.objects;
+        } else if (open == "CLASSES") {
+            ++notKept_.classes;
         }
     }
     // Read as far as it goes, but a cut drawing is said to be one.
@@ -125,14 +132,20 @@ void DXFDocument::Save(const std::string& fileName) {
     };
     writer.OpenOutput(fileName);
     // Kept pointers keep their meaning only if nothing new takes their handles.
-    SaveContext save(writer, saveMode_ == ::ormavec::SaveMode::Standard ? KeptHandleBase(tables_->KeptMaxHandle(), *blocks_, *entities_) : 0);
+    const bool standard = saveMode_ == ::ormavec::SaveMode::Standard;
+    const bool keepObjects = standard && keptObjects_ && !keptObjects_->Empty();
+    SaveContext save(writer, standard ? KeptHandleBase(std::max(tables_->KeptMaxHandle(), keepObjects ? keptObjects_->MaxHandle() : 0u), *blocks_, *entities_) : 0);
     save.r12Tolerance = r12Tolerance_;
+    save.objectsKept = keepObjects;
     Trace("DXFDocument.Save 2");
-    header_->WriteOut(writer, save.Standard() ? PrepareStandardSave(save, *tables_, *blocks_, *entities_)
+    header_->WriteOut(writer, save.Standard() ? PrepareStandardSave(save, *tables_, *blocks_, *entities_, keepObjects ? keptObjects_->Count() : 0)
                               : save.R12()    ? r12::HandleSeed(save, *tables_, *blocks_, *entities_)
                                               : 0);
     Trace("DXFDocument.Save 3");
-    if (!save.R12()) WriteClasses(writer);
+    if (standard && keptClasses_)
+        KeptEntities::WriteSection(save, "CLASSES", *keptClasses_);
+    else if (!save.R12())
+        WriteClasses(writer);
     Trace("DXFDocument.Save 4");
     const XYZ extMin = header_->ExtMin();
     const XYZ extMax = header_->ExtMax();
@@ -145,7 +158,10 @@ void DXFDocument::Save(const std::string& fileName) {
     Trace("DXFDocument.Save 6");
     entities_->WriteOut(save);
     Trace("DXFDocument.Save 7");
-    if (!save.R12()) WriteObjects(save);
+    if (keepObjects)
+        KeptEntities::WriteSection(save, "OBJECTS", *keptObjects_);
+    else if (!save.R12())
+        WriteObjects(save);
     Trace("DXFDocument.Save 8");
     WriteEof(writer);
     Trace("DXFDocument.Save 9");

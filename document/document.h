@@ -132,6 +132,8 @@ private:
     bool preserve_ = false;
     bool keepSplines_ = false;
     ::ormavec::NotKept notKept_;
+    // The CLASSES and OBJECTS sections a preserving load kept.
+    std::shared_ptr<KeptEntities> keptClasses_, keptObjects_;
     std::vector<LoadWarning> warnings_;
     std::unique_ptr<DXFReader> reader_;  // the reader of a load in progress or of a failed one
 };

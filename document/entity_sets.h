@@ -66,11 +66,9 @@ bool ReadInto(Kind kind, DXFReader& reader, const Set& set, ReadScratch& scratch
 // preserving read keeps its pairs in raw (made at need) and returns true;
 // otherwise it is counted and its pairs are the caller's to pass over.
 inline bool PassOver(DXFReader& reader, std::string_view name, std::shared_ptr<KeptEntities>& raw, ReadScratch& scratch) {
-    // An image or underlay is nothing without its definition, an object,
-    // and objects are not kept: written alone it would make the file invalid.
-    const bool needsObject = EqualsNoCase(name, "IMAGE") || (name.size() > 8 && EqualsNoCase(name.substr(name.size() - 8), "UNDERLAY"));
+    // An image or underlay keeps its definition with the drawing's objects.
     const bool kept = scratch.preserve || (scratch.keepSplines && (EqualsNoCase(name, "SPLINE") || EqualsNoCase(name, "HATCH")));
-    if (!kept || needsObject) {
+    if (!kept) {
         if (scratch.lost) {
             auto it = scratch.lost->entities.find(name);
             if (it == scratch.lost->entities.end()) it = scratch.lost->entities.emplace(std::string(name), 0).first;
@@ -172,29 +170,33 @@ constexpr bool DeclaresCode(int32_t code) {
     return found;
 }
 
-template <class R>
-std::string_view StyleNamed(const R& r) {
+template <int32_t Code, class R>
+std::string_view NamedBy(const R& r) {
     std::string_view name;
     ForEachFieldDecl<R>([&](const auto& f) {
         if constexpr (std::is_same_v<typename std::remove_cvref_t<decltype(f)>::Member, std::string>)
-            if (f.code == 7) name = (r.*f.member).empty() && f.hasFallback ? f.fallback : std::string_view(r.*f.member);
+            if (f.code == Code) name = (r.*f.member).empty() && f.hasFallback ? f.fallback : std::string_view(r.*f.member);
     });
     return name;
 }
 
-// f(name) for the text style every written record of the set names, kind
-// after kind in row order.
-template <class Set, class F>
-void ForEachStyleNamed(const Set& set, F&& f) {
+// f(name) for the table entry (text style: 7, line type: 6) every written
+// record of the set names, kind after kind in row order.
+template <int32_t Code, class Set, class F>
+void ForEachNamed(const Set& set, F&& f) {
     kinds::ForEach([&]<Kind K>() {
-        if constexpr (Holds<Set, K> && kinds::RowOf(K).write && DeclaresCode<KindRecord<K>>(7))
+        if constexpr (Holds<Set, K> && kinds::RowOf(K).write && DeclaresCode<KindRecord<K>>(Code))
             if (const auto& list = ListIn<K>(set))
-                for (const auto& r : *list) f(StyleNamed(r));
+                for (const auto& r : *list) f(NamedBy<Code>(r));
     });
     if (const KeptEntities* raw = RawOf(set))
         for (const RawEntity& e : raw->Items())
             for (const DxfEntry& p : e.Pairs)
-                if (p.Code == 7) f(std::string_view(p.Value));
+                if (p.Code == Code) f(std::string_view(p.Value));
+}
+template <class Set, class F>
+void ForEachStyleNamed(const Set& set, F&& f) {
+    ForEachNamed<7>(set, static_cast<F&&>(f));
 }
 
 }  // namespace entity_sets

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <unordered_map>
 
 #include "document/save_context.h"
 #include "io/fields.h"
@@ -96,12 +97,11 @@ void KeptEntities::Read(DXFReader& reader, std::string_view name, uint32_t place
     }
 }
 
-void KeptEntities::Write(SaveContext& save, const RawEntity& e, int32_t handleCode) {
+int32_t KeptEntities::Write(SaveContext& save, const RawEntity& e, int32_t handleCode) {
     DXFWriter& w = save.Writer();
     w.WriteString(0, e.Name);
     // Handle and owner come first; the owner is the save's.
-    const uint32_t h = e.Handle(handleCode);
-    const int32_t written = h != 0 && save.keptHandles.insert(h).second ? static_cast<int32_t>(h) : save.TakeHandle();
+    const int32_t written = save.KeepHandle(e.Handle(handleCode));
     w.WriteHandle(handleCode, written);
     if (save.Owner() == save.modelSpaceRecord && save.paperSpaceRecord && fields_detail::InPaperSpace(e.Pairs))
         w.WriteHandle(330, save.paperSpaceRecord);
@@ -109,6 +109,11 @@ void KeptEntities::Write(SaveContext& save, const RawEntity& e, int32_t handleCo
         save.WriteOwner();
     bool ownerSeen = false, inClass = false;
     const std::vector<DxfEntry>& pairs = e.Pairs;
+    // An entry read from a drawing without subclass markers gets its table's.
+    if (!save.entrySubclass.empty() && std::none_of(pairs.begin(), pairs.end(), [](const DxfEntry& p) { return p.Code == 100; })) {
+        w.WriteString(100, "AcDbSymbolTableRecord");
+        w.WriteString(100, save.entrySubclass);
+    }
     for (std::size_t i = 0; i < pairs.size(); ++i) {
         const DxfEntry& p = pairs[i];
         if (p.Code == 100) inClass = true;
@@ -116,13 +121,89 @@ void KeptEntities::Write(SaveContext& save, const RawEntity& e, int32_t handleCo
             ownerSeen = ownerSeen || p.Code == 330;
             continue;
         }
-        // Reactors and extension dictionaries point into objects that are
-        // not written.
-        if (p.Code == 102 && (p.Value == "{ACAD_REACTORS" || p.Value == "{ACAD_XDICTIONARY")) {
+        // Reactors and extension dictionaries point into objects, which a
+        // save writes only when the drawing's were kept.
+        if (!save.objectsKept && p.Code == 102 && (p.Value == "{ACAD_REACTORS" || p.Value == "{ACAD_XDICTIONARY")) {
             while (i + 1 < pairs.size() && !(pairs[i].Code == 102 && pairs[i].Value == "}")) ++i;
             continue;
         }
         w.WriteString(p.Code, p.Value);
+    }
+    return written;
+}
+
+void KeptEntities::WriteAsRead(SaveContext& save, const RawEntity& e) {
+    DXFWriter& w = save.Writer();
+    w.WriteString(0, e.Name);
+    w.WriteHandle(5, save.KeepHandle(e.Handle()));
+    bool handleSeen = false;
+    for (const DxfEntry& p : e.Pairs) {
+        if (p.Code == 5 && !handleSeen) {
+            handleSeen = true;
+            continue;
+        }
+        w.WriteString(p.Code, p.Value);
+    }
+}
+
+namespace {
+// The owner an object names (its first 330 before a subclass marker), 0 for none.
+uint32_t ownerOf(const RawEntity& e) noexcept {
+    for (const DxfEntry& p : e.Pairs) {
+        if (p.Code == 100) break;
+        if (p.Code == 330) return ParseHandle(p.Value);
+    }
+    return 0;
+}
+
+// Objects whose owner the save did not write (an entity the host deleted or
+// one written under a new handle), and what they own in turn: left out, so
+// that no object names a missing owner.
+std::vector<bool> orphans(const SaveContext& save, const std::vector<RawEntity>& objects) {
+    std::unordered_map<uint32_t, std::size_t> index;
+    for (std::size_t i = 0; i < objects.size(); ++i) index.emplace(objects[i].Handle(), i);
+    std::vector<bool> out(objects.size());
+    for (bool changed = true; changed;) {
+        changed = false;
+        for (std::size_t i = 0; i < objects.size(); ++i) {
+            const uint32_t owner = ownerOf(objects[i]);
+            if (out[i] || owner == 0 || save.keptHandles.contains(owner)) continue;
+            const auto it = index.find(owner);
+            if (it != index.end() && !out[it->second]) continue;
+            out[i] = changed = true;
+        }
+    }
+    return out;
+}
+}  // namespace
+
+void KeptEntities::WriteSection(SaveContext& save, std::string_view section, const KeptEntities& kept) {
+    DXFWriter& w = save.Writer();
+    w.WriteString(0, "SECTION");
+    w.WriteString(2, section);
+    const bool objects = section == "OBJECTS";
+    const std::vector<bool> left = objects ? orphans(save, kept.Items()) : std::vector<bool>();
+    for (std::size_t i = 0; i < kept.Items().size(); ++i) {
+        const RawEntity& e = kept.Items()[i];
+        if (objects) {
+            if (!left[i]) WriteAsRead(save, e);
+            continue;
+        }
+        w.WriteString(0, e.Name);
+        for (const DxfEntry& p : e.Pairs) w.WriteString(p.Code, p.Value);
+    }
+    w.WriteString(0, "ENDSEC");
+}
+
+void KeptEntities::ReadUpTo(DXFReader& reader, std::string_view end) {
+    while (!reader.AtEnd()) {
+        const DXFReader::Pair& p = reader.Read();
+        if (p.Code != 0) continue;
+        if (EqualsNoCase(p.Value, end)) {
+            reader.UnRead();
+            return;
+        }
+        Read(reader, p.Value, 0);
     }
 }
 
@@ -136,6 +217,9 @@ std::string NotKept::Text() const {
     for (const auto& [name, n] : entities) add(n, name);
     add(headerVariables, "header variables");
     add(objects, "objects");
+    add(classes, "classes");
+    for (const auto& [table, n] : tableEntries) add(n, table + " entries");
+    add(duplicateBlocks, "blocks of a name already defined");
     add(xdataEntities, "XDATA of ", false);
     return text;
 }

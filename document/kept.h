@@ -13,12 +13,19 @@
 //   does not keep them (ATTDEF, SOLID in blocks, HATCH in ENTITIES), are kept
 //   as raw pairs in the set that read them (KeptEntities), with their place;
 //   the Standard save merges them with the typed records by place.
-// - The entries of the APPID and DIMSTYLE tables are kept alike, as their
-//   names are what kept entities and XDATA refer to.
+// - The tables the model does not type (VPORT, VIEW, UCS, APPID, DIMSTYLE,
+//   BLOCK_RECORD, any other) are kept alike, entry by entry, with the pairs
+//   of each table's head; the typed tables keep their heads' and entries'
+//   handles by name, blocks the handles of their BLOCK and ENDBLK pairs.
+//   Block records are written for the blocks of the model, by name: a
+//   record whose block the host removed is not written.
+// - The CLASSES and OBJECTS sections are kept as pairs, object by object,
+//   and written as read (owners included) in place of the fixed ones; the
+//   fixed ones stay for a drawing that had none.
 // - Header variables are kept in order on the HEADER, as pairs; those the
 //   model types are written from the model where they stood.
-// - Handles: kept entities and typed records keep theirs (a handle already
-//   written gets a new one); a save numbers what it writes from
+// - Handles: kept entities, typed records, entries, table heads, blocks and
+//   objects keep theirs (a repeat gets a new one); a save numbers what it writes from
 //   above every handle kept content carries or points to, so that a kept
 //   pointer to something not written dangles instead of reaching something
 //   else, and a save of a save numbers alike.
@@ -80,7 +87,17 @@ public:
     // what points to it still does; a fresh handle when it carried none or
     // one already written. Groups that point into objects a save does not
     // write (reactors, extension dictionaries) are left out.
-    static void Write(SaveContext& save, const RawEntity& e, int32_t handleCode = 5);
+    // Returns the handle written.
+    static int32_t Write(SaveContext& save, const RawEntity& e, int32_t handleCode = 5);
+    // Writes one as read, its owner included (objects), with the handle it
+    // carried unless already written.
+    static void WriteAsRead(SaveContext& save, const RawEntity& e);
+    // Writes a CLASSES or OBJECTS section of kept items: objects as read,
+    // classes (which carry no handle) pair by pair.
+    static void WriteSection(SaveContext& save, std::string_view section, const KeptEntities& kept);
+    // Reads entries (0/<name> and their pairs) up to the pair with the code 0
+    // and the value end (pushed back) or the end of the input.
+    void ReadUpTo(DXFReader& reader, std::string_view end);
     // The largest handle the kept entries and typed records carry or point
     // to (0 for none).
     uint32_t MaxHandle(int32_t handleCode = 5) const noexcept;
@@ -111,14 +128,28 @@ private:
 // process; order and kept pairs are then no longer told apart.
 uint32_t TakePlaces(uint32_t n) noexcept;
 
+// One table the model does not type: its head's pairs (Name: the table's
+// name) and its entries; a typed table keeps its head only.
+struct KeptTable {
+    RawEntity head;
+    KeptEntities entries;
+};
+
 // What a load passed over without keeping it, by kind of loss.
 struct NotKept {
     std::map<std::string, int64_t, std::less<>> entities;  // by entity name
     int64_t headerVariables = 0;
     int64_t objects = 0;
     int64_t xdataEntities = 0;
-    bool Empty() const noexcept { return entities.empty() && headerVariables == 0 && objects == 0 && xdataEntities == 0; }
-    // "784 SPLINE, 12 DIMENSION, 241 header variables, XDATA of 30 entities"
+    int64_t classes = 0;
+    int64_t duplicateBlocks = 0;  // blocks dropped for a name already defined
+    std::map<std::string, int64_t, std::less<>> tableEntries;  // by table name
+    bool Empty() const noexcept {
+        return entities.empty() && headerVariables == 0 && objects == 0 && xdataEntities == 0 && classes == 0 && tableEntries.empty() &&
+               duplicateBlocks == 0;
+    }
+    // "784 SPLINE, 12 DIMENSION, 241 header variables, 3 classes,
+    // 5 VPORT entries, XDATA of 30 entities"
     std::string Text() const;
 };
 

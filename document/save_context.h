@@ -8,12 +8,16 @@
 #include <cstdint>
 #include <map>
 #include <string>
+#include <string_view>
+#include <unordered_map>
 #include <unordered_set>
+#include <utility>
 #include <vector>
 
 #include "document/kept.h"
 #include "entities/kinds.h"
 #include "io/error.h"
+#include "io/text.h"
 #include "io/writer.h"
 
 namespace ormavec {
@@ -39,6 +43,14 @@ public:
 
     // Takes the next handle; fails with an overflow at the 32-bit limit.
     int32_t TakeHandle() { return NextHandle(last_); }
+    // The handle a record carried in the drawing, when no record of this
+    // save wrote it yet; else (or for 0) the next handle.
+    int32_t KeepHandle(uint32_t source) {
+        return source != 0 && keptHandles.insert(source).second ? static_cast<int32_t>(source) : TakeHandle();
+    }
+    // The next WriteHandle() writes this source handle if it can.
+    // Only a Standard save keeps handles.
+    void OfferHandle(uint32_t source) noexcept { offered_ = standard_ ? source : 0; }
     // The handle taken last (0 before the first).
     int32_t LastHandle() const noexcept { return last_; }
 
@@ -49,9 +61,10 @@ public:
     void WriteOwner() {
         if (standard_) writer_.WriteHandle(330, owner_);
     }
-    // Group 5 with the next handle, then the owner; returns the handle.
+    // Group 5 with the next handle (or the one offered, when no record
+    // wrote it yet), then the owner; returns the handle.
     int32_t WriteHandle() {
-        const int32_t h = TakeHandle();
+        const int32_t h = KeepHandle(std::exchange(offered_, 0));
         writer_.WriteHandle(5, h);
         WriteOwner();
         return written_ = h;
@@ -80,6 +93,10 @@ public:
     std::vector<Layout> layouts;
     // Text styles that entities name and the STYLE table lacks.
     std::vector<std::string> extraStyles;
+    // Line types that layers and entities name and the LTYPE table lacks.
+    std::vector<std::string> extraLineTypes;
+    // Layers that records name and the LAYER table lacks.
+    std::vector<std::string> extraLayers;
     // R12: the largest distance of an approximating chord from its curve
     // (0: a thousandth of the curve's major radius), and the records of each
     // kind left out as R12 has no such entity.
@@ -94,6 +111,25 @@ public:
     // Standard save writes back (null: none).
     const KeptEntities* keptSet = nullptr;
     int32_t paperSpaceRecord = 0;  // owner of ENTITIES' paper space entities
+    // The save writes the drawing's objects: pointers into them are kept.
+    bool objectsKept = false;
+    // The subclass of the entries of the kept table being written.
+    std::string_view entrySubclass;
+    // The handles typed table entries carried, by table and upper-case name
+    // (see SourceKey).
+    std::unordered_map<std::string, uint32_t> sourceHandles;
+    static std::string SourceKey(std::string_view table, std::string_view name) {
+        std::string key(table);
+        key += '\n';
+        key += UpperCase(name);
+        return key;
+    }
+    // Offers the handle the typed entry of this name carried, if any.
+    void OfferSourceHandle(std::string_view table, std::string_view name) {
+        if (sourceHandles.empty()) return;
+        const auto it = sourceHandles.find(SourceKey(table, name));
+        if (it != sourceHandles.end()) OfferHandle(it->second);
+    }
 
 private:
     DXFWriter& writer_;
@@ -102,6 +138,7 @@ private:
     int32_t last_;
     int32_t owner_ = 0;
     int32_t written_ = 0;
+    uint32_t offered_ = 0;
 };
 
 // Sets the owner for a scope and restores the one before.

@@ -26,12 +26,14 @@ int64_t entryHandles(const std::shared_ptr<Table>& table) {
     return table ? table->Count() * Table::EntryHandles() : 0;
 }
 
+// The names records use that a table lacks (text styles, line types).
 class StyleNames {
 public:
-    StyleNames(const STYLES& table, std::vector<std::string>& missing) : missing_(missing) {
+    template <class Table>
+    StyleNames(const Table& table, std::vector<std::string>& missing) : missing_(missing) {
         // One set of upper-cased names, so that a model with many texts and
         // many styles costs a hash per text, not a scan of the table.
-        for (const STYLES_TAB& s : table) known_.insert(UpperCase(s.StyleName));
+        for (const auto& s : table) known_.insert(UpperCase(Table::NameOf(s)));
     }
 
     void Use(std::string_view name) {
@@ -48,20 +50,42 @@ private:
 
 }  // namespace
 
-int32_t PrepareStandardSave(SaveContext& save, const TABLES& tables, const BLOCKS& blocks, const ENTITIES& e) {
+int32_t PrepareStandardSave(SaveContext& save, const TABLES& tables, const BLOCKS& blocks, const ENTITIES& e, int64_t keptObjects) {
     std::vector<std::string>& extra = save.extraStyles;
     extra.clear();
     StyleNames styles(*tables.STYLES(), extra);
     const auto use = [&](std::string_view name) { styles.Use(name); };
     entity_sets::ForEachStyleNamed(e, use);
+    // Line types that layers and records name; the two fixed ones are
+    // written anyway.
+    std::vector<std::string>& extraLineTypes = save.extraLineTypes;
+    StyleNames lineTypes(*tables.LTYPES(), extraLineTypes);
+    for (std::string_view fixed : {"ByBlock", "ByLayer"}) lineTypes.Use(fixed);
+    extraLineTypes.clear();
+    for (const LAYERS_TAB& l : *tables.LAYERS()) lineTypes.Use(l.LineTypeName);
+    const auto useLineType = [&](std::string_view name) { lineTypes.Use(name); };
+    entity_sets::ForEachNamed<6>(e, useLineType);
+    // Layers that records name and the table lacks: a drawing that never
+    // defined them, or layers the host removed while kept records (or its
+    // own) still name them. A plain layer keeps the file valid.
+    std::vector<std::string>& extraLayers = save.extraLayers;
+    StyleNames layers(*tables.LAYERS(), extraLayers);
+    layers.Use("0");
+    extraLayers.clear();
+    const auto useLayer = [&](std::string_view name) { layers.Use(name); };
+    entity_sets::ForEachNamed<8>(e, useLayer);
 
     int64_t n = kFixedHandles + entryHandles(tables.LAYERS()) + entryHandles(tables.LTYPES()) + entryHandles(tables.STYLES());
     for (const BLOCK_BLOCK& b : blocks) {
         entity_sets::ForEachStyleNamed(b, use);
+        entity_sets::ForEachNamed<6>(b, useLineType);
+        entity_sets::ForEachNamed<8>(b, useLayer);
+        layers.Use(b.LayerName);
         n += kBlockRecordHandles + BLOCKS::HeadHandles() + entity_sets::HandlesOf(b);
     }
-    n += static_cast<int64_t>(extra.size()) * STYLES::EntryHandles();
-    n += entity_sets::HandlesOf(e) + save.LastHandle();
+    n += static_cast<int64_t>(extra.size()) * STYLES::EntryHandles() + static_cast<int64_t>(extraLineTypes.size()) * LTYPES::EntryHandles() +
+         static_cast<int64_t>(extraLayers.size()) * LAYERS::EntryHandles();
+    n += entity_sets::HandlesOf(e) + save.LastHandle() + tables.KeptCount() + keptObjects;
     if (n >= std::numeric_limits<int32_t>::max())
         RaiseError(err::Overflow, "DXFDocument", "Overflow: the drawing holds more objects than its handles can number");
     return static_cast<int32_t>(n + 1);
@@ -74,7 +98,10 @@ int32_t KeptHandleBase(uint32_t seed, const BLOCKS& blocks, const ENTITIES& e) {
             base = std::max(base, raw->MaxHandle());
     };
     raise(e.Kept());
-    for (const BLOCK_BLOCK& b : blocks) raise(b.Kept);
+    for (const BLOCK_BLOCK& b : blocks) {
+        raise(b.Kept);
+        base = std::max({base, b.BlockHandle, b.EndHandle});
+    }
     return static_cast<int32_t>(base);
 }
 

@@ -15,8 +15,9 @@ class ENTITIES;
 // Puts the missing text styles on the save and returns a value above every
 // handle the save will take, counted by the writers of the records. Fails
 // with an overflow when the model holds more objects than 32-bit handles can
-// number.
-int32_t PrepareStandardSave(SaveContext& save, const TABLES& tables, const BLOCKS& blocks, const ENTITIES& entities);
+// number. keptObjects: the kept objects the save writes, which may need new
+// handles.
+int32_t PrepareStandardSave(SaveContext& save, const TABLES& tables, const BLOCKS& blocks, const ENTITIES& entities, int64_t keptObjects = 0);
 
 // The handle a Standard save numbers from: the largest of seed and every
 // handle that kept content carries or points to (see document/kept.h).

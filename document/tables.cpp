@@ -44,69 +44,151 @@ TABLES::TABLES()
 }
 
 namespace {
-// The entries of a table up to its ENDTAB, as pairs.
-void readKeptTable(DXFReader& reader, std::shared_ptr<KeptEntities>& kept) {
-    if (!kept) kept = std::make_shared<KeptEntities>();
-    while (!reader.AtEnd()) {
-        const DXFReader::Pair& p = reader.Read();
-        if (p.Code != 0) continue;  // the table's own pairs: a save writes its head
-        if (EqualsNoCase(p.Value, "ENDTAB") || EqualsNoCase(p.Value, "ENDSEC")) {
-            reader.UnRead();
-            return;
-        }
-        kept->Read(reader, p.Value, 0);
+std::string_view entryName(const RawEntity& e) {
+    for (const DxfEntry& p : e.Pairs)
+        if (p.Code == 2) return p.Value;
+    return {};
+}
+
+// The subclass of a kept table's entries, for entries read without one.
+std::string_view entrySubclass(std::string_view table) {
+    static constexpr std::pair<std::string_view, std::string_view> kSubclasses[] = {
+        {"VPORT", "AcDbViewportTableRecord"}, {"VIEW", "AcDbViewTableRecord"}, {"UCS", "AcDbUCSTableRecord"},
+        {"APPID", "AcDbRegAppTableRecord"},   {"DIMSTYLE", "AcDbDimStyleTableRecord"}, {"BLOCK_RECORD", "AcDbBlockTableRecord"}};
+    for (const auto& [name, subclass] : kSubclasses)
+        if (name == table) return subclass;
+    return {};
+}
+
+// The head of a kept table with its handle and its other pairs in their
+// order; the count is the entries written. A head read without subclass
+// markers gets the owner and marker first.
+int32_t writeKeptHead(SaveContext& save, const RawEntity& head, int64_t count) {
+    DXFWriter& w = save.Writer();
+    w.WriteString(2, head.Name);
+    const int32_t h = save.KeepHandle(head.Handle());
+    const bool marked = std::any_of(head.Pairs.begin(), head.Pairs.end(), [](const DxfEntry& p) { return p.Code == 100; });
+    if (!marked) {
+        w.WriteHandle(5, h);
+        w.WriteInteger(330, 0);
+        w.WriteString(100, "AcDbSymbolTable");
     }
+    bool handleSeen = false, countSeen = false;
+    for (const DxfEntry& p : head.Pairs) {
+        if (p.Code == 5 && !handleSeen) {
+            handleSeen = true;
+            if (marked) w.WriteHandle(5, h);
+        } else if (p.Code == 70 && !countSeen) {
+            countSeen = true;
+            w.WriteInteger(70, static_cast<int32_t>(count));
+        } else if (marked || (p.Code != 5 && p.Code != 330)) {
+            w.WriteString(p.Code, p.Value);
+        }
+    }
+    if (!countSeen) w.WriteInteger(70, static_cast<int32_t>(count));
+    return h;
 }
 
 // The kept entries, after the fixed one when none of them has its name.
-void writeKeptTable(SaveContext& save, std::string_view table, const KeptEntities& kept, void (*writeFixed)(SaveContext&), std::string_view fixedName,
+void writeKeptTable(SaveContext& save, const KeptTable& table, void (*writeFixed)(SaveContext&), std::string_view fixedName,
                     int32_t handleCode) {
-    bool fixedKept = false;
-    for (const RawEntity& e : kept.Items())
-        for (const DxfEntry& p : e.Pairs)
-            if (p.Code == 2) fixedKept = fixedKept || EqualsNoCase(p.Value, fixedName);
+    const KeptEntities& kept = table.entries;
+    bool fixedKept = writeFixed == nullptr;
+    for (const RawEntity& e : kept.Items()) fixedKept = fixedKept || EqualsNoCase(entryName(e), fixedName);
     OwnerScope heads(save, save.Owner());  // the entries' owner is their table's head
     if (!fixedKept) {
         writeFixed(save);  // its head, then the fixed entry
         save.SetOwner(save.LastHandle() - 1);
     } else {
-        DXFWriter& w = save.Writer();
-        w.WriteString(2, table);
-        const int32_t head = save.TakeHandle();
-        w.WriteHandle(5, head);
-        w.WriteInteger(330, 0);
-        w.WriteString(100, "AcDbSymbolTable");
-        w.WriteInteger(70, static_cast<int32_t>(kept.Count()));
-        if (table == "DIMSTYLE") w.WriteString(100, "AcDbDimStyleTable");
-        save.SetOwner(head);
+        save.SetOwner(writeKeptHead(save, table.head, kept.Count()));
     }
+    save.entrySubclass = entrySubclass(table.head.Name);
     for (const RawEntity& e : kept.Items()) KeptEntities::Write(save, e, handleCode);
+    save.entrySubclass = {};
+}
+
+// The pairs of a table's head, up to its first entry or its end.
+void readHead(DXFReader& reader, RawEntity& head) {
+    while (!reader.AtEnd()) {
+        const DXFReader::Pair& p = reader.Read();
+        if (p.Code == 0) {
+            reader.UnRead();
+            return;
+        }
+        head.Pairs.push_back({p.Code, std::string(reader.WithText().Value)});
+    }
+}
+
+// A typed table's entries into its collection, with the handle of each; an
+// entry the collection refuses (its name is taken) is counted in lost.
+template <class Table>
+void readTypedTable(DXFReader& reader, Table& table, std::string_view entry, std::unordered_map<std::string, uint32_t>& handles,
+                    NotKept* lost) {
+    while (!reader.AtEnd()) {
+        const DXFReader::Pair& p = reader.Read();
+        if (EqualsNoCase(p.Value, entry)) {
+            tHandleSeen = {true, {}};
+            auto r = Table::ReadEntity(reader);
+            handles.emplace(SaveContext::SourceKey(entry, Table::NameOf(r)), ParseHandle(tHandleSeen.text));
+            if (lost && table.IndexOfName(Table::NameOf(r)) >= 0) ++lost->tableEntries[std::string(entry)];
+            table.Add(std::move(r));
+        } else if (EqualsNoCase(p.Value, "ENDTAB")) {
+            return;
+        }
+    }
 }
 }  // namespace
 
-uint32_t TABLES::KeptMaxHandle() const noexcept {
-    return std::max(keptAppids_ ? keptAppids_->MaxHandle() : 0u, keptDimstyles_ ? keptDimstyles_->MaxHandle(105) : 0u);
+const KeptTable* TABLES::Kept(std::string_view name) const noexcept {
+    for (const KeptTable& t : keptTables_)
+        if (t.head.Name == name) return &t;
+    return nullptr;
 }
 
-void TABLES::ReadSection(DXFReader& reader, bool preserve) {
+int64_t TABLES::KeptCount() const noexcept {
+    int64_t n = 0;
+    for (const KeptTable& t : keptTables_) n += 1 + t.entries.Count();
+    return n;
+}
+
+uint32_t TABLES::KeptMaxHandle() const noexcept {
+    uint32_t m = 0;
+    for (const KeptTable& t : keptTables_) {
+        m = std::max({m, t.head.Handle(), t.entries.MaxHandle(t.head.Name == "DIMSTYLE" ? 105 : 5)});
+    }
+    for (const auto& [key, h] : sourceHandles_) m = std::max(m, h);
+    return m;
+}
+
+void TABLES::ReadSection(DXFReader& reader, bool preserve, NotKept* lost) {
     while (!reader.AtEnd()) {
         const DXFReader::Pair& p = reader.Read();
         if (p.Value == "ENDSEC") return;
         if (p.Value != "TABLE") continue;
         if (reader.AtEnd()) return;
-        const DXFReader::Pair& name = reader.Read();
-        if (name.Code != 2) continue;
-        if (EqualsNoCase(name.Value, "LAYER"))
-            layers_->ReadTable(reader);
-        else if (EqualsNoCase(name.Value, "LTYPE"))
-            ltypes_->ReadTable(reader);
-        else if (EqualsNoCase(name.Value, "STYLE"))
-            styles_->ReadTable(reader);
-        else if (preserve && EqualsNoCase(name.Value, "APPID"))
-            readKeptTable(reader, keptAppids_);
-        else if (preserve && EqualsNoCase(name.Value, "DIMSTYLE"))
-            readKeptTable(reader, keptDimstyles_);
-        // Other tables are read past pair by pair by this loop.
+        const DXFReader::Pair& nameRead = reader.Read();
+        if (nameRead.Code != 2) continue;
+        const std::string name = UpperCase(nameRead.Value);
+        KeptTable* kept = nullptr;
+        if (preserve) {
+            kept = &keptTables_.emplace_back();
+            kept->head.Name = name;
+            readHead(reader, kept->head);
+        }
+        if (name == "LAYER")
+            kept ? readTypedTable(reader, *layers_, "LAYER", sourceHandles_, lost) : layers_->ReadTable(reader);
+        else if (name == "LTYPE")
+            kept ? readTypedTable(reader, *ltypes_, "LTYPE", sourceHandles_, lost) : ltypes_->ReadTable(reader);
+        else if (name == "STYLE")
+            kept ? readTypedTable(reader, *styles_, "STYLE", sourceHandles_, lost) : styles_->ReadTable(reader);
+        else if (kept)
+            kept->entries.ReadUpTo(reader, "ENDTAB");
+        else if (lost) {
+            // Counted, not kept: a save writes fixed entries.
+            KeptEntities passed;
+            passed.ReadUpTo(reader, "ENDTAB");
+            if (passed.Count() > 0) lost->tableEntries[name] += passed.Count();
+        }
     }
 }
 
@@ -122,47 +204,65 @@ void TABLES::WriteOut(SaveContext& save, const BLOCKS& blocks, double viewCenter
     Trace("Tables.WriteOut 1");
     BeginTables(w);
     Trace("Tables.WriteOut 2");
+    if (save.Standard()) save.sourceHandles = sourceHandles_;
+    const auto kept = [&](std::string_view name) { return save.Standard() ? Kept(name) : nullptr; };
+    // A typed table keeps the handle of its head.
+    const auto offerHead = [&](std::string_view name) {
+        if (const KeptTable* t = kept(name)) save.OfferHandle(t->head.Handle());
+    };
     BeginTable(w);
-    WriteVport(save, viewCenterX, viewCenterY, viewHeight);
+    if (const KeptTable* t = kept("VPORT"))
+        writeKeptTable(save, *t, nullptr, {}, 5);
+    else
+        WriteVport(save, viewCenterX, viewCenterY, viewHeight);
     EndTable(w);
     Trace("Tables.WriteOut 3");
     BeginTable(w);
+    offerHead("LTYPE");
     ltypes_->WriteOut(save);
     EndTable(w);
     Trace("Tables.WriteOut 4");
     BeginTable(w);
+    offerHead("LAYER");
     layers_->WriteOut(save);
     EndTable(w);
     Trace("Tables.WriteOut 5");
     BeginTable(w);
+    offerHead("STYLE");
     styles_->WriteOut(save);
     EndTable(w);
     Trace("Tables.WriteOut 6");
     BeginTable(w);
-    WriteView(save);
+    if (const KeptTable* t = kept("VIEW"))
+        writeKeptTable(save, *t, nullptr, {}, 5);
+    else
+        WriteView(save);
     EndTable(w);
     Trace("Tables.WriteOut 7");
     BeginTable(w);
-    WriteUcs(save);
+    if (const KeptTable* t = kept("UCS"))
+        writeKeptTable(save, *t, nullptr, {}, 5);
+    else
+        WriteUcs(save);
     EndTable(w);
     Trace("Tables.WriteOut 8");
     BeginTable(w);
-    if (save.Standard() && keptAppids_)
-        writeKeptTable(save, "APPID", *keptAppids_, &WriteAppid, "ACAD", 5);
+    if (const KeptTable* t = kept("APPID"))
+        writeKeptTable(save, *t, &WriteAppid, "ACAD", 5);
     else
         WriteAppid(save);
     EndTable(w);
     Trace("Tables.WriteOut 9");
     BeginTable(w);
-    if (save.Standard() && keptDimstyles_)
-        writeKeptTable(save, "DIMSTYLE", *keptDimstyles_, &WriteDimstyle, "STANDARD", 105);
+    if (const KeptTable* t = kept("DIMSTYLE"))
+        writeKeptTable(save, *t, &WriteDimstyle, "STANDARD", 105);
     else
         WriteDimstyle(save);
     EndTable(w);
     Trace("Tables.WriteOut 10");
     if (!save.R12()) {  // R12 has no block records
         BeginTable(w);
-        WriteBlockRecord(save, blocks);
+        WriteBlockRecord(save, blocks, kept("BLOCK_RECORD"));
         EndTable(w);
     }
     Trace("Tables.WriteOut 11");
@@ -279,23 +379,44 @@ void TABLES::WriteBlockRecordHead(SaveContext& save, const BLOCKS& blocks) {
     WriteTableHead(save, "BLOCK_RECORD", blocks.Count());
 }
 
-void TABLES::WriteBlockRecord(SaveContext& save, const BLOCKS& blocks) {
-    WriteBlockRecordHead(save, blocks);
-    OwnerScope entries(save, save.LastHandle());
+void TABLES::WriteBlockRecord(SaveContext& save, const BLOCKS& blocks, const KeptTable* kept) {
+    if (kept)
+        save.SetOwner(writeKeptHead(save, kept->head, blocks.Count()));
+    else
+        WriteBlockRecordHead(save, blocks);
+    OwnerScope entries(save, kept ? save.Owner() : save.LastHandle());
     // Kept in the order the BLOCKS section writes the blocks, which take
     // these records as their owners.
     save.blockRecords.clear();
     save.layouts.clear();
+    std::vector<bool> used(kept ? kept->entries.Items().size() : 0);
+    const auto record = [&](std::string_view name, bool modelSpace) {
+        for (std::size_t i = 0; i < used.size(); ++i) {
+            const RawEntity& e = kept->entries.Items()[i];
+            if (used[i] || !EqualsNoCase(entryName(e), name)) continue;
+            used[i] = true;
+            save.entrySubclass = "AcDbBlockTableRecord";
+            const int32_t h = KeptEntities::Write(save, e);
+            save.entrySubclass = {};
+            // Without the drawing's objects, the fixed ones carry the layout
+            // the record points to.
+            if (!save.objectsKept && (modelSpace || LowerCase(name).starts_with("*paper_space"))) {
+                const uint32_t layout = e.Handle(340);
+                save.layouts.push_back({h, layout != 0 ? static_cast<int32_t>(layout) : save.TakeHandle()});
+            }
+            return h;
+        }
+        // A record for a block the drawing had none for (or added by the host).
+        return writeBlockRecordEntry(save, name, modelSpace);
+    };
     int32_t modelSpace = 0;
-    if (!hasBlockNamedLower(blocks, "*model_space"))
-        save.blockRecords.push_back(modelSpace = writeBlockRecordEntry(save, "*MODEL_SPACE", true));
+    if (!hasBlockNamedLower(blocks, "*model_space")) save.blockRecords.push_back(modelSpace = record("*MODEL_SPACE", true));
     save.paperSpaceRecord = 0;
-    if (!hasBlockNamedLower(blocks, "*paper_space"))
-        save.blockRecords.push_back(save.paperSpaceRecord = writeBlockRecordEntry(save, "*PAPER_SPACE", false));
+    if (!hasBlockNamedLower(blocks, "*paper_space")) save.blockRecords.push_back(save.paperSpaceRecord = record("*PAPER_SPACE", false));
     for (const BLOCK_BLOCK& b : blocks) {
         // Only the first model space block is the model space.
         const bool isModel = save.Standard() && modelSpace == 0 && EqualsNoCase(b.BlockName, "*MODEL_SPACE");
-        save.blockRecords.push_back(writeBlockRecordEntry(save, b.BlockName, isModel));
+        save.blockRecords.push_back(record(b.BlockName, isModel));
         if (isModel) modelSpace = save.blockRecords.back();
         if (!save.paperSpaceRecord && EqualsNoCase(b.BlockName, "*PAPER_SPACE")) save.paperSpaceRecord = save.blockRecords.back();
     }

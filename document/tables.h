@@ -4,7 +4,10 @@
 
 #include <cstdint>
 #include <memory>
+#include <string>
 #include <string_view>
+#include <unordered_map>
+#include <vector>
 
 #include "document/blocks.h"
 #include "tables/symbol_tables.h"
@@ -23,9 +26,15 @@ public:
     const std::shared_ptr<::ormavec::STYLES>& STYLES() const noexcept { return styles_; }
 
     // Reads the section after its 2/"TABLES" pair up to "ENDSEC".
-    // A preserving read keeps the APPID and DIMSTYLE entries (see
-    // document/kept.h), which a Standard save writes back.
-    void ReadSection(DXFReader& reader, bool preserve = false);
+    // A preserving read keeps the tables the model does not type and the
+    // handles of the typed ones (see document/kept.h), which a Standard save
+    // writes back; a read that does not preserve counts the entries it
+    // passes over in lost.
+    void ReadSection(DXFReader& reader, bool preserve = false, NotKept* lost = nullptr);
+    // The kept table of this name (upper case), null when none was kept.
+    const KeptTable* Kept(std::string_view name) const noexcept;
+    // The kept entries and heads that may need a new handle.
+    int64_t KeptCount() const noexcept;
     // The largest handle the kept entries carry or point to (0 for none).
     uint32_t KeptMaxHandle() const noexcept;
     void WriteOut(SaveContext& save, const BLOCKS& blocks, double viewCenterX, double viewCenterY, double viewHeight) const;
@@ -38,13 +47,17 @@ public:
     static void WriteBlockRecordHead(SaveContext& save, const BLOCKS& blocks);
     // The head, then the model and paper space entries the blocks lack, then
     // one entry per block.
-    static void WriteBlockRecord(SaveContext& save, const BLOCKS& blocks);
+    // The entries a kept table holds are written for the blocks of their
+    // name (a Standard save), keeping their handles and layouts.
+    static void WriteBlockRecord(SaveContext& save, const BLOCKS& blocks, const KeptTable* kept = nullptr);
     static void BeginTables(DXFWriter& writer);
     static void BeginTable(DXFWriter& writer);
     static void EndTable(DXFWriter& writer);
 
 private:
-    std::shared_ptr<KeptEntities> keptAppids_, keptDimstyles_;
+    std::vector<KeptTable> keptTables_;
+    // The handles of the typed tables' entries, by SaveContext::SourceKey.
+    std::unordered_map<std::string, uint32_t> sourceHandles_;
     std::shared_ptr<::ormavec::LAYERS> layers_;
     std::shared_ptr<::ormavec::LTYPES> ltypes_;
     std::shared_ptr<::ormavec::STYLES> styles_;

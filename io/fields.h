@@ -343,6 +343,14 @@ struct KeptNotes {
 
 }  // namespace fields_detail
 
+// A preserving read of a table entry arms this; the record's loop then keeps
+// the text of the entry's handle (group 5), so that a save can keep it.
+struct HandleSeen {
+    bool armed = false;
+    std::string text;
+};
+inline thread_local HandleSeen tHandleSeen;
+
 // The one read loop: the pairs of a record up to its end (by default the
 // next code-0 pair, pushed back) or the end of the input. The hook sees every
 // pair first; codes without a field are passed over (noted by a preserving
@@ -353,9 +361,11 @@ void ReadPairs(DXFReader& reader, R& record, Hook&& hook = {}) {
     const bool noteLineType = std::exchange(tLineTypeSeen.armed, false);
     bool note = std::exchange(tKeptRead.armed, false);
     fields_detail::KeptNotes notes;
+    const bool noteHandle = std::exchange(tHandleSeen.armed, false);
     while (!reader.AtEnd()) {
         const DXFReader::Pair& p = reader.Read();
         if (noteLineType && p.Code == 6) tLineTypeSeen.seen = true;
+        if (noteHandle && p.Code == 5) tHandleSeen.text.assign(p.Value);
         switch (hook(p, record)) {
         case PairIs::Field: {
             const uint8_t field = table.Apply(reader, p, record);
@@ -539,9 +549,10 @@ namespace fields_detail {
 
 // Writes the kept pairs of the anchors that match (code, marker), each run
 // once; code 0 after everything else writes what no anchor placed, then the
-// XDATA. Groups pointing into objects a save does not write are left out.
+// XDATA. Groups pointing into objects are left out unless the save writes
+// the drawing's objects.
 inline void WriteKeptAt(DXFWriter& w, const std::vector<DxfEntry>& x, std::vector<bool>& done, int32_t code,
-                        std::string_view marker, const std::vector<int32_t>& constant) {
+                        std::string_view marker, const std::vector<int32_t>& constant, bool objectsKept) {
     for (int pass = 0; pass < (code == 0 ? 2 : 1); ++pass)
         for (std::size_t i = 0; i < x.size(); ++i) {
             if (x[i].Code >= 0 || done[i]) continue;
@@ -551,7 +562,7 @@ inline void WriteKeptAt(DXFWriter& w, const std::vector<DxfEntry>& x, std::vecto
             done[i] = true;
             for (std::size_t j = i + 1; j < x.size() && x[j].Code >= 0; ++j) {
                 if (std::find(constant.begin(), constant.end(), x[j].Code) != constant.end()) continue;  // the order writes its own
-                if (x[j].Code == 102 && (x[j].Value == "{ACAD_REACTORS" || x[j].Value == "{ACAD_XDICTIONARY")) {
+                if (!objectsKept && x[j].Code == 102 && (x[j].Value == "{ACAD_REACTORS" || x[j].Value == "{ACAD_XDICTIONARY")) {
                     while (j + 1 < x.size() && x[j + 1].Code >= 0 && !(x[j].Code == 102 && x[j].Value == "}")) ++j;
                     continue;
                 }
@@ -610,6 +621,8 @@ void WriteByOrder(Save& save, const WriteOrder<R>& order, const R& r) {
     if constexpr (requires { save.paperSpaceRecord; })
         if (kept && owner == save.modelSpaceRecord && save.paperSpaceRecord && fields_detail::InPaperSpace(*kept))
             save.SetOwner(save.paperSpaceRecord);
+    bool objectsKept = false;
+    if constexpr (requires { save.objectsKept; }) objectsKept = save.objectsKept;
     bool absent = false, wasRead = false;
     if constexpr (requires { r.kept.pairs; }) {
         absent = writer.IsStandard() && (r.kept.pairs >> kKeptAbsentShift) != 0;
@@ -644,9 +657,9 @@ void WriteByOrder(Save& save, const WriteOrder<R>& order, const R& r) {
         case WriteOp<R>::Kind::Custom: op.custom(writer, r); break;
         }
         if (kept && op.code != 0 && op.kind != WriteOp<R>::Kind::Custom)
-            fields_detail::WriteKeptAt(writer, *kept, done, op.code, op.text, constant);
+            fields_detail::WriteKeptAt(writer, *kept, done, op.code, op.text, constant, objectsKept);
     }
-    if (kept) fields_detail::WriteKeptAt(writer, *kept, done, 0, {}, constant);
+    if (kept) fields_detail::WriteKeptAt(writer, *kept, done, 0, {}, constant, objectsKept);
     save.SetOwner(owner);
 }
 

@@ -29,7 +29,17 @@ void LAYERS::WriteOut(SaveContext& save) const {
     OwnerScope entries(save, WriteTableHead(save, "LAYER", Count()));
     // The layer every drawing must have; not counted in the head.
     if (IndexOfName("0") < 0) WriteByOrder(save, writeOrder(), LAYERS_TAB{"0", "Continuous", 1, 0});
-    for (const LAYERS_TAB& r : *this) WriteByOrder(save, writeOrder(), r);
+    for (const LAYERS_TAB& r : *this) {
+        save.OfferSourceHandle("LAYER", r.LayerName);
+        WriteByOrder(save, writeOrder(), r);
+    }
+    // Plain layers for the names records use that the table lacks, each with
+    // the handle of a layer of its name the drawing had (one the host removed).
+    if (!save.Standard()) return;
+    for (const std::string& name : save.extraLayers) {
+        save.OfferSourceHandle("LAYER", name);
+        WriteByOrder(save, writeOrder(), LAYERS_TAB{name, "Continuous", 7, 0});
+    }
 }
 
 }  // namespace ormavec

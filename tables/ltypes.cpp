@@ -60,7 +60,14 @@ void LTYPES::WriteOut(SaveContext& save) const {
     // The two fixed line types, when the table lacks them.
     if (!hasByBlock) WriteByOrder(save, writeOrder(), LTYPES_TAB{"ByBlock", "", 0.0, 0, {}});
     if (!hasByLayer) WriteByOrder(save, writeOrder(), LTYPES_TAB{"ByLayer", "", 0.0, 0, {}});
-    for (const LTYPES_TAB& r : *this) WriteByOrder(save, writeOrder(), r);
+    for (const LTYPES_TAB& r : *this) {
+        save.OfferSourceHandle("LTYPE", r.LineTypeName);
+        WriteByOrder(save, writeOrder(), r);
+    }
+    // A Standard file defines every line type it names: those the table
+    // lacks as continuous ones.
+    if (save.Standard())
+        for (const std::string& name : save.extraLineTypes) WriteByOrder(save, writeOrder(), LTYPES_TAB{name, "", 0.0, 0, {}});
 }
 
 }  // namespace ormavec

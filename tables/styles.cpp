@@ -28,7 +28,10 @@ int64_t STYLES::EntryHandles() noexcept { return HandlesIn(writeOrder()); }
 
 void STYLES::WriteOut(SaveContext& save) const {
     OwnerScope entries(save, WriteTableHead(save, "STYLE", Count()));
-    for (const STYLES_TAB& r : *this) WriteByOrder(save, writeOrder(), r);
+    for (const STYLES_TAB& r : *this) {
+        save.OfferSourceHandle("STYLE", r.StyleName);
+        WriteByOrder(save, writeOrder(), r);
+    }
     // A standard or R12 file defines every style its texts name: those the table
     // lacks get the font txt.shx and a width factor of 1.
     if (!save.Standard() && !save.R12()) return;

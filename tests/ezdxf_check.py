@@ -92,9 +92,10 @@ def pairs(path):
         except ValueError:
             return v
     out = [(c.strip(), value(v.strip())) for c, v in zip(lines[0::2], lines[1::2])]
-    # ezdxf gives each file it saves new ids and update times.
+    # ezdxf gives each file it saves new ids and update times, in the header and in its
+    # own objects ("<version> @ <time>"), which a preserving save keeps.
     stamps = {("9", n) for n in ("$VERSIONGUID", "$FINGERPRINTGUID", "$TDUPDATE", "$TDUUPDATE")}
-    return [p for i, p in enumerate(out) if not (i and out[i - 1] in stamps)]
+    return [p for i, p in enumerate(out) if not (i and out[i - 1] in stamps) and not (p[0] == "1" and " @ 20" in str(p[1]))]
 
 
 def twins(ormavec, corpus, out):

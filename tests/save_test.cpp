@@ -429,11 +429,20 @@ std::vector<std::string> RoundTrip(DXFDocument& doc, SaveMode mode, std::string*
     back.Load(dir / "m.dxf");
     if (options.textKept) {
         back.HEADER()->SetAcadVer(doc.HEADER()->AcadVer());
-        STYLES& styles = *back.TABLES()->STYLES();
-        for (int32_t i = styles.Count() - 1; i >= 0; --i)
-            if (std::none_of(doc.TABLES()->STYLES()->begin(), doc.TABLES()->STYLES()->end(),
-                             [&](const STYLES_TAB& s) { return EqualsNoCase(comparer.SavedText(s.StyleName), styles.Item(i).StyleName); }))
-                styles.Delete(i);
+        // The text styles, line types and layers records name and the tables
+        // lack are added (the fixed line types and layer 0 are the comparer's).
+        const auto dropAdded = [&](auto& added, const auto& had, std::initializer_list<std::string_view> fixed = {}) {
+            using Table = std::decay_t<decltype(added)>;
+            for (int32_t i = added.Count() - 1; i >= 0; --i) {
+                const std::string name(Table::NameOf(added.ItemRef(i)));
+                if (std::find(fixed.begin(), fixed.end(), name) == fixed.end() &&
+                    std::none_of(had.begin(), had.end(), [&](const auto& r) { return EqualsNoCase(comparer.SavedText(Table::NameOf(r)), name); }))
+                    added.Delete(i);
+            }
+        };
+        dropAdded(*back.TABLES()->STYLES(), *doc.TABLES()->STYLES());
+        dropAdded(*back.TABLES()->LTYPES(), *doc.TABLES()->LTYPES(), {"ByBlock", "ByLayer"});
+        dropAdded(*back.TABLES()->LAYERS(), *doc.TABLES()->LAYERS(), {"0"});
     }
     return comparer.Compare(doc, back);
 }
