@@ -328,6 +328,9 @@ PYBIND11_MODULE(ormavec, m) {
                 out["header_variables"] = n.headerVariables;
                 out["objects"] = n.objects;
                 out["xdata_entities"] = n.xdataEntities;
+                out["classes"] = n.classes;
+                out["duplicate_blocks"] = n.duplicateBlocks;
+                out["table_entries"] = py::dict(py::cast(n.tableEntries));
                 out["text"] = n.Text();
                 return out;
             },
