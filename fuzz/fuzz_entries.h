@@ -139,11 +139,18 @@ inline std::string RoundTripEntry(const uint8_t* data, size_t size) {
     }
     if (standard) {
         // A Standard save may declare a later version and define the text
-        // styles that texts name; the rest must come back as it was.
+        // styles, line types and layers that records name; the rest must come
+        // back as it was (the fixed line types and layer 0 are the comparer's).
         second.HEADER()->SetAcadVer(first.HEADER()->AcadVer());
-        STYLES& styles = *second.TABLES()->STYLES();
-        for (int32_t i = styles.Count() - 1; i >= 0; --i)
-            if (first.TABLES()->STYLES()->IndexOfName(styles.Item(i).StyleName) < 0) styles.Delete(i);
+        const auto dropAdded = [](auto& added, const auto& had) {
+            for (int32_t i = added.Count() - 1; i >= 0; --i)
+                if (const std::string name(std::decay_t<decltype(added)>::NameOf(added.ItemRef(i)));
+                    had.IndexOfName(name) < 0 && name != "ByBlock" && name != "ByLayer" && name != "0")
+                    added.Delete(i);
+        };
+        dropAdded(*second.TABLES()->STYLES(), *first.TABLES()->STYLES());
+        dropAdded(*second.TABLES()->LTYPES(), *first.TABLES()->LTYPES());
+        dropAdded(*second.TABLES()->LAYERS(), *first.TABLES()->LAYERS());
     }
     testing::CompareOptions options;
     options.textKept = standard;

@@ -552,8 +552,9 @@ const DXFReader::Pair& DXFReader::readBinary(bool trimValue, bool upperCase) {
                                std::to_string(code) + " has no end (no NUL byte follows it)");
         }
         const std::string_view raw(start, static_cast<std::size_t>(static_cast<const char*>(nul) - start));
-        // A text drawing cannot hold a line break in a value: neither can a binary one.
-        if (std::memchr(raw.data(), '\n', raw.size()) || std::memchr(raw.data(), '\r', raw.size()))
+        // A text drawing's value cannot hold a line feed (its line ends there),
+        // so neither can a binary one's; a lone CR it can, and keeps.
+        if (std::memchr(raw.data(), '\n', raw.size()))
             Fail(err::TypeMismatch, "the text of group code " + std::to_string(code) + " holds a line break (\"" + Printable(raw) + "\")");
         consume(raw.size() + 1);
         pair_.Value = finishValue(decodeValue(raw, code), trimValue, upperCase);
