@@ -33,8 +33,8 @@ uint32_t KeptEntities::MaxHandle(int32_t handleCode) const noexcept {
     }
     // Typed records: their own handles, and what their kept pairs point to.
     m = std::max(m, maxTyped_);
-    for (const auto& [place, x] : extras_)
-        for (const DxfEntry& p : x) {
+    for (const std::vector<DxfEntry>& chunk : extrasChunks_)
+        for (const DxfEntry& p : chunk) {
             const int32_t c = p.Code;
             if ((c >= 320 && c <= 369) || (c >= 390 && c <= 399) || c == 480 || c == 481 || c == 1005) m = std::max(m, ParseHandle(p.Value));
         }
@@ -50,12 +50,22 @@ void KeptEntities::KeepTyped(uint32_t place, std::string_view handle, std::vecto
         else
             handles_.push_back({place, h, 1});
     }
-    if (extras && !extras->empty()) extras_.emplace(place, std::move(*extras));
+    if (!extras || extras->empty()) return;
+    const std::size_t n = extras->size();
+    if (extrasChunks_.empty() || extrasChunks_.back().capacity() - extrasChunks_.back().size() < n) {
+        extrasChunks_.emplace_back().reserve(std::max(kExtrasChunk, n));
+    }
+    std::vector<DxfEntry>& chunk = extrasChunks_.back();
+    const auto begin = static_cast<uint32_t>(chunk.size());
+    chunk.insert(chunk.end(), std::make_move_iterator(extras->begin()), std::make_move_iterator(extras->end()));
+    extras->clear();  // the reader's buffer keeps its room for the next record
+    extras_.push_back({place, static_cast<uint32_t>(extrasChunks_.size() - 1), begin, static_cast<uint32_t>(chunk.size())});
 }
 
-const std::vector<DxfEntry>* KeptEntities::ExtrasOf(uint32_t place) const noexcept {
-    const auto it = extras_.find(place);
-    return it == extras_.end() ? nullptr : &it->second;
+std::span<const DxfEntry> KeptEntities::ExtrasOf(uint32_t place) const noexcept {
+    const auto it = std::lower_bound(extras_.begin(), extras_.end(), place, [](const ExtrasAt& x, uint32_t p) { return x.place < p; });
+    if (it == extras_.end() || it->place != place) return {};
+    return std::span<const DxfEntry>(extrasChunks_[it->chunk]).subspan(it->begin, it->end - it->begin);
 }
 
 uint32_t KeptEntities::HandleOf(uint32_t place) const noexcept {

@@ -50,6 +50,7 @@
 
 #include <cstdint>
 #include <map>
+#include <span>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -106,8 +107,9 @@ public:
     // KeptRead in io/fields.h): its handle, and its pairs no field took.
     // Places are unique in the process, so a record copied from another
     // set finds nothing here.
+    // Places must come in increasing order (as read).
     void KeepTyped(uint32_t place, std::string_view handle, std::vector<DxfEntry>* extras);
-    const std::vector<DxfEntry>* ExtrasOf(uint32_t place) const noexcept;
+    std::span<const DxfEntry> ExtrasOf(uint32_t place) const noexcept;  // empty for none
     uint32_t HandleOf(uint32_t place) const noexcept;
     bool Empty() const noexcept { return items_.empty() && handles_.empty() && extras_.empty(); }
 
@@ -119,7 +121,15 @@ private:
         uint32_t place, handle, count;
     };
     std::vector<HandleRun> handles_;
-    std::unordered_map<uint32_t, std::vector<DxfEntry>> extras_;
+    // Extra pairs in chunks that never move once filled (no copy as they
+    // grow), and per record with some its place and where they lie: a few
+    // bytes per record beside the pairs, no allocation of its own.
+    static constexpr std::size_t kExtrasChunk = 1024;
+    std::vector<std::vector<DxfEntry>> extrasChunks_;
+    struct ExtrasAt {
+        uint32_t place, chunk, begin, end;
+    };
+    std::vector<ExtrasAt> extras_;
     uint32_t maxTyped_ = 0;
 };
 

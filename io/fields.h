@@ -13,6 +13,7 @@
 #include <algorithm>
 #include <array>
 #include <cstdint>
+#include <span>
 #include <string>
 #include <string_view>
 #include <tuple>
@@ -551,7 +552,7 @@ namespace fields_detail {
 // once; code 0 after everything else writes what no anchor placed, then the
 // XDATA. Groups pointing into objects are left out unless the save writes
 // the drawing's objects.
-inline void WriteKeptAt(DXFWriter& w, const std::vector<DxfEntry>& x, std::vector<bool>& done, int32_t code,
+inline void WriteKeptAt(DXFWriter& w, std::span<const DxfEntry> x, std::vector<bool>& done, int32_t code,
                         std::string_view marker, const std::vector<int32_t>& constant, bool objectsKept) {
     for (int pass = 0; pass < (code == 0 ? 2 : 1); ++pass)
         for (std::size_t i = 0; i < x.size(); ++i) {
@@ -572,7 +573,7 @@ inline void WriteKeptAt(DXFWriter& w, const std::vector<DxfEntry>& x, std::vecto
 }
 
 // Whether kept pairs put the entity in paper space (67 1).
-inline bool InPaperSpace(const std::vector<DxfEntry>& x) noexcept {
+inline bool InPaperSpace(std::span<const DxfEntry> x) noexcept {
     for (const DxfEntry& p : x)
         if (p.Code == 67) return p.Value.find('1') != std::string::npos;
     return false;
@@ -603,23 +604,23 @@ bool AbsentAsRead(const WriteOp<R>& op, const R& r) {
 template <class R, class Save>
 void WriteByOrder(Save& save, const WriteOrder<R>& order, const R& r) {
     DXFWriter& writer = save.Writer();
-    const std::vector<DxfEntry>* kept = nullptr;
+    std::span<const DxfEntry> kept;
     uint32_t keptHandle = 0;
     if constexpr (requires { r.kept.place; save.keptSet; })
         if (writer.IsStandard() && save.keptSet && r.kept.place) {
             if (r.kept.pairs & kKeptExtras) kept = save.keptSet->ExtrasOf(r.kept.place);
             keptHandle = save.keptSet->HandleOf(r.kept.place);
         }
-    std::vector<bool> done(kept ? kept->size() : 0);
+    std::vector<bool> done(kept.size());
     std::vector<int32_t> constant;  // codes the order writes as constants (66, ...)
-    if (kept)
+    if (!kept.empty())
         for (const WriteOp<R>& op : order)
             if (op.kind == WriteOp<R>::Kind::Text && op.code != 0 && op.code != 100 && op.code != 6) constant.push_back(op.code);
     // A paper space entity of the ENTITIES section is owned by the paper
     // space block's record, as it was.
     const int32_t owner = save.Owner();
     if constexpr (requires { save.paperSpaceRecord; })
-        if (kept && owner == save.modelSpaceRecord && save.paperSpaceRecord && fields_detail::InPaperSpace(*kept))
+        if (!kept.empty() && owner == save.modelSpaceRecord && save.paperSpaceRecord && fields_detail::InPaperSpace(kept))
             save.SetOwner(save.paperSpaceRecord);
     bool objectsKept = false;
     if constexpr (requires { save.objectsKept; }) objectsKept = save.objectsKept;
@@ -656,10 +657,10 @@ void WriteByOrder(Save& save, const WriteOrder<R>& order, const R& r) {
         case WriteOp<R>::Kind::Int: writer.WriteInteger(op.code, r.*op.i32); break;
         case WriteOp<R>::Kind::Custom: op.custom(writer, r); break;
         }
-        if (kept && op.code != 0 && op.kind != WriteOp<R>::Kind::Custom)
-            fields_detail::WriteKeptAt(writer, *kept, done, op.code, op.text, constant, objectsKept);
+        if (!kept.empty() && op.code != 0 && op.kind != WriteOp<R>::Kind::Custom)
+            fields_detail::WriteKeptAt(writer, kept, done, op.code, op.text, constant, objectsKept);
     }
-    if (kept) fields_detail::WriteKeptAt(writer, *kept, done, 0, {}, constant, objectsKept);
+    if (!kept.empty()) fields_detail::WriteKeptAt(writer, kept, done, 0, {}, constant, objectsKept);
     save.SetOwner(owner);
 }
 
