@@ -5,6 +5,7 @@ For each drawing it starts, one after the other and REPS times over (the
 cases of a round side by side, so that they share the machine's load):
   limit    the plain read loop of ormavec_bench (split into pairs, convert numbers)
   load     ormavec_bench as a program that only calls DXFDocument::Load
+  preserve the same with a preserving load (what the Standard path reads)
   info     ormavec info FILE
   convert  ormavec convert FILE OUT (Standard save of the loaded model)
   python   python3 importing the module and loading the file once
@@ -64,6 +65,8 @@ def cases(a, path, out):
     if os.path.exists(bench):
         # The load child writes its peak memory to a descriptor; stdout is /dev/null.
         found.append(("load", [bench] + child, dict(env, ORMAVEC_BENCH_CHILD_LOAD=path, ORMAVEC_BENCH_CHILD_FD="1")))
+        found.append(("preserve", [bench] + child,
+                      dict(env, ORMAVEC_BENCH_CHILD_LOAD=path, ORMAVEC_BENCH_CHILD_FD="1", ORMAVEC_BENCH_CHILD_PRESERVE="1")))
     if os.path.exists(cli):
         found.append(("info", [cli, "info", path], env))
         found.append(("convert", [cli, "convert", path, out], env))
@@ -114,6 +117,8 @@ def main():
         if "convert" in med and "info" in med and med["convert"]["wall"] > med["info"]["wall"]:
             save = med["convert"]["wall"] - med["info"]["wall"]
             print(f"| {base} | save part of convert | {save:.3f} | | | {out_size / save / 1e6:.0f} (of {out_size / 1e6:.0f} MB written) | | | | |")
+        if "preserve" in med and "load" in med:
+            print(f"| {base} | preserve / load wall | {med['preserve']['wall'] / med['load']['wall']:.2f} | | | | | | | |")
         if "python" in med and "info" in med:
             print(f"| {base} | python / info wall | {med['python']['wall'] / med['info']['wall']:.2f} | | | | | | | |")
     print(f"load average after: {open('/proc/loadavg').read().split()[:3]}")

@@ -311,13 +311,15 @@ void BM_LimitWrite(benchmark::State& state, std::string path) {
 // ---- The document ----
 
 // Loads in the given text mode: None is the default, Utf8 and Auto show what
-// decoding UTF-8 and watching the header cost.
-void BM_Load(benchmark::State& state, std::string path, ormavec::TextConvertMode mode) {
+// decoding UTF-8 and watching the header cost; preserving, what keeping the
+// content the typed model does not hold costs (the Standard path's load).
+void BM_Load(benchmark::State& state, std::string path, ormavec::TextConvertMode mode, bool preserve) {
     const int64_t size = fileSize(path);
     Census expected;
     {
         DXFDocument first;
         first.SetTextConvertMode(mode);
+        first.SetPreserve(preserve);
         first.Load(path);
         expected = census(first);
     }
@@ -328,6 +330,7 @@ void BM_Load(benchmark::State& state, std::string path, ormavec::TextConvertMode
     for (auto _ : state) {
         auto doc = std::make_unique<DXFDocument>();
         doc->SetTextConvertMode(mode);
+        doc->SetPreserve(preserve);
         doc->Load(path);
         state.PauseTiming();
         if (!(census(*doc) == expected)) {
@@ -395,7 +398,8 @@ int64_t statusKiB(const char* field) {
 
 // The child side: the binary started again with ORMAVEC_BENCH_CHILD_LOAD set
 // runs only this case, which loads that file (nothing for "-") and writes its
-// VmHWM in KiB and the entity count to the descriptor ORMAVEC_BENCH_CHILD_FD.
+// VmHWM in KiB and the entity count to the descriptor ORMAVEC_BENCH_CHILD_FD;
+// with ORMAVEC_BENCH_CHILD_PRESERVE=1 the load preserves.
 void BM_ChildLoad(benchmark::State& state) {
     for (auto _ : state) {
     }
@@ -405,6 +409,7 @@ void BM_ChildLoad(benchmark::State& state) {
     int64_t entities = 0;
     // The model is not freed before the exit: its size is what is measured.
     auto* doc = new DXFDocument();
+    if (const char* preserve = std::getenv("ORMAVEC_BENCH_CHILD_PRESERVE")) doc->SetPreserve(std::strcmp(preserve, "1") == 0);
     try {
         if (std::strcmp(path, "-") != 0) {
             doc->Load(path);
@@ -506,9 +511,10 @@ const bool kRegistered = [] {
             b->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(1)->Repetitions(reps)->ReportAggregatesOnly(true);
         };
         setUp(benchmark::RegisterBenchmark(("BM_LimitRead/" + name).c_str(), BM_LimitRead, path));
-        setUp(benchmark::RegisterBenchmark(("BM_Load/" + name).c_str(), BM_Load, path, ormavec::TextConvertMode::None));
-        setUp(benchmark::RegisterBenchmark(("BM_LoadUtf8/" + name).c_str(), BM_Load, path, ormavec::TextConvertMode::Utf8));
-        setUp(benchmark::RegisterBenchmark(("BM_LoadAuto/" + name).c_str(), BM_Load, path, ormavec::TextConvertMode::Auto));
+        setUp(benchmark::RegisterBenchmark(("BM_Load/" + name).c_str(), BM_Load, path, ormavec::TextConvertMode::None, false));
+        setUp(benchmark::RegisterBenchmark(("BM_LoadUtf8/" + name).c_str(), BM_Load, path, ormavec::TextConvertMode::Utf8, false));
+        setUp(benchmark::RegisterBenchmark(("BM_LoadAuto/" + name).c_str(), BM_Load, path, ormavec::TextConvertMode::Auto, false));
+        setUp(benchmark::RegisterBenchmark(("BM_LoadPreserving/" + name).c_str(), BM_Load, path, ormavec::TextConvertMode::Auto, true));
         setUp(benchmark::RegisterBenchmark(("BM_LimitWrite/" + name).c_str(), BM_LimitWrite, path));
         setUp(benchmark::RegisterBenchmark(("BM_Save/" + name).c_str(), BM_Save, path, ormavec::SaveMode::Classic, false));
         setUp(benchmark::RegisterBenchmark(("BM_SaveStandard/" + name).c_str(), BM_Save, path, ormavec::SaveMode::Standard, false));

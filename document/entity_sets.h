@@ -129,6 +129,12 @@ void WriteAll(SaveContext& save, const Set& set) {
         int32_t index;
     };
     std::vector<Item> items;
+    std::size_t count = RawOf(set) ? RawOf(set)->Items().size() : 0;
+    kinds::ForEach([&]<Kind K>() {
+        if constexpr (Holds<Set, K> && kinds::RowOf(K).write)
+            if (const auto& list = ListIn<K>(set)) count += static_cast<std::size_t>(list->Count());
+    });
+    items.reserve(count);
     kinds::ForEachInSectionOrder([&]<Kind K>() {
         if constexpr (Holds<Set, K> && kinds::RowOf(K).write)
             if (const auto& list = ListIn<K>(set)) {

@@ -59,7 +59,14 @@ void KeptEntities::KeepTyped(uint32_t place, std::string_view handle, std::vecto
     const auto begin = static_cast<uint32_t>(chunk.size());
     chunk.insert(chunk.end(), std::make_move_iterator(extras->begin()), std::make_move_iterator(extras->end()));
     extras->clear();  // the reader's buffer keeps its room for the next record
-    extras_.push_back({place, static_cast<uint32_t>(extrasChunks_.size() - 1), begin, static_cast<uint32_t>(chunk.size())});
+    const ExtrasAt at{place, static_cast<uint32_t>(extrasChunks_.size() - 1), begin, static_cast<uint32_t>(chunk.size())};
+    if (extras_.empty() || extras_.back().place < place) return extras_.push_back(at);
+    // Out of reading order (not seen from the readers, but cheap to allow).
+    const auto it = std::lower_bound(extras_.begin(), extras_.end(), place, [](const ExtrasAt& x, uint32_t p) { return x.place < p; });
+    if (it != extras_.end() && it->place == place)
+        *it = at;
+    else
+        extras_.insert(it, at);
 }
 
 std::span<const DxfEntry> KeptEntities::ExtrasOf(uint32_t place) const noexcept {
@@ -177,7 +184,7 @@ std::vector<bool> orphans(const SaveContext& save, const std::vector<RawEntity>&
         changed = false;
         for (std::size_t i = 0; i < objects.size(); ++i) {
             const uint32_t owner = ownerOf(objects[i]);
-            if (out[i] || owner == 0 || save.keptHandles.contains(owner)) continue;
+            if (out[i] || owner == 0 || save.keptHandles.Contains(owner)) continue;
             const auto it = index.find(owner);
             if (it != index.end() && !out[it->second]) continue;
             out[i] = changed = true;

@@ -107,7 +107,6 @@ public:
     // KeptRead in io/fields.h): its handle, and its pairs no field took.
     // Places are unique in the process, so a record copied from another
     // set finds nothing here.
-    // Places must come in increasing order (as read).
     void KeepTyped(uint32_t place, std::string_view handle, std::vector<DxfEntry>* extras);
     std::span<const DxfEntry> ExtrasOf(uint32_t place) const noexcept;  // empty for none
     uint32_t HandleOf(uint32_t place) const noexcept;

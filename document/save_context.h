@@ -4,6 +4,7 @@
 // The group writer only writes pairs; handles, owners and links are here.
 #pragma once
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
 #include <map>
@@ -29,6 +30,34 @@ inline int32_t NextHandle(int32_t& counter) {
     return ++counter;
 }
 
+// A set of handles. A drawing numbers its records densely from 1, so a bit
+// per handle (growing with the largest seen) costs 128 KiB for a million of
+// them where a hash set would allocate a node each; the rare handles far
+// above stay in a hash set, so a hostile one cannot ask for a huge bitmap.
+class HandleSet {
+public:
+    // True when h was not in the set yet.
+    bool Insert(uint32_t h) {
+        if (h >= kDenseLimit) return sparse_.insert(h).second;
+        const std::size_t word = h >> 6;
+        if (word >= bits_.size()) bits_.resize(std::max(word + 1, bits_.size() * 2), 0);
+        const uint64_t bit = uint64_t{1} << (h & 63);
+        if (bits_[word] & bit) return false;
+        bits_[word] |= bit;
+        return true;
+    }
+    bool Contains(uint32_t h) const noexcept {
+        if (h >= kDenseLimit) return sparse_.contains(h);
+        const std::size_t word = h >> 6;
+        return word < bits_.size() && (bits_[word] & (uint64_t{1} << (h & 63))) != 0;
+    }
+
+private:
+    static constexpr uint32_t kDenseLimit = uint32_t{1} << 27;  // 16 MiB of bits at most
+    std::vector<uint64_t> bits_;
+    std::unordered_set<uint32_t> sparse_;
+};
+
 class SaveContext {
 public:
     // Numbers from lastHandle + 1 on.
@@ -46,7 +75,7 @@ public:
     // The handle a record carried in the drawing, when no record of this
     // save wrote it yet; else (or for 0) the next handle.
     int32_t KeepHandle(uint32_t source) {
-        return source != 0 && keptHandles.insert(source).second ? static_cast<int32_t>(source) : TakeHandle();
+        return source != 0 && keptHandles.Insert(source) ? static_cast<int32_t>(source) : TakeHandle();
     }
     // The next WriteHandle() writes this source handle if it can.
     // Only a Standard save keeps handles.
@@ -106,7 +135,7 @@ public:
     std::map<std::string, int64_t, std::less<>> r12LeftOutKept, r12Undrawn;
     // Handles that kept entities carry and this save wrote; all lie below
     // the first handle the save takes.
-    std::unordered_set<uint32_t> keptHandles;
+    HandleSet keptHandles;
     // The entity set being written, whose records' kept pairs and handles a
     // Standard save writes back (null: none).
     const KeptEntities* keptSet = nullptr;

@@ -640,7 +640,7 @@ void WriteByOrder(Save& save, const WriteOrder<R>& order, const R& r) {
             writer.WriteString(op.code, op.text);
             break;
         case WriteOp<R>::Kind::Handle:
-            if (keptHandle && save.keptHandles.insert(keptHandle).second)
+            if (keptHandle && save.keptHandles.Insert(keptHandle))
                 save.WriteKeptHandle(static_cast<int32_t>(std::exchange(keptHandle, 0)));
             else
                 save.WriteHandle();

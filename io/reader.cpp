@@ -539,6 +539,27 @@ const DXFReader::Pair& DXFReader::readBinary(bool trimValue, bool upperCase) {
     }
     switch (kind) {
     case BinaryValue::Text: {
+        {
+            // Most texts are short plain names and handles: one pass finds
+            // the NUL and shows that nothing needs a closer look (a byte
+            // above 127, a backslash, a line feed).
+            const char* start = (buffer_ ? buffer_.get() : memory_.data()) + begin_;
+            const std::size_t scan = std::min<std::size_t>(end_ - begin_, 64);
+            unsigned char seen = 0;
+            bool special = false;
+            std::size_t n = 0;
+            for (; n < scan && start[n] != 0; ++n) {
+                const auto c = static_cast<unsigned char>(start[n]);
+                seen |= c;
+                special |= (c == '\n') | (c == '\\');
+            }
+            if (n < scan && seen < 0x80 && !special) {
+                consume(n + 1);
+                pair_.Value = finishValue(std::string_view(start, n), trimValue, upperCase);
+                if (watchHeader_) watchHeader(code, pair_.Value);
+                return pair_;
+            }
+        }
         std::size_t scanned = 0;
         const char* start = nullptr;
         const void* nul = nullptr;
