@@ -171,6 +171,22 @@ RC_GTEST_PROP(IoReader, EveryByteSurvivesReadAndWrite, ()) {
         RC_ASSERT(read(out) == text);
     else
         RC_ASSERT(out == "5\r\n" + bytes + "\r\n");
+    // The same texts through a binary drawing, with a plain one that may be
+    // short enough for the binary reader's one-pass scan.
+    const std::string plain = *rc::gen::container<std::string>(rc::gen::inRange<char>(32, 127));
+    DXFWriter binary(cp);
+    binary.SetBinary(true);
+    std::string bin;
+    binary.OpenString(&bin);
+    binary.WriteString(5, text);
+    binary.WriteString(1, plain);
+    binary.CloseOutput();
+    DXFReader r(cp);
+    r.SetTextConvertMode(autoMode ? TextConvertMode::Auto : TextConvertMode::None);
+    r.OpenString(bin);
+    r.CheckFormat();
+    RC_ASSERT(r.ReadEntry(false, false).Value == text);
+    RC_ASSERT(r.ReadEntry(false, false).Value == read("1\r\n" + plain + "\r\n"));
 }
 
 TEST(IoWriter, PairFormsAndErrors) {

@@ -11,6 +11,7 @@
 #include <string>
 #include <vector>
 
+#include "document/save_context.h"
 #include "model_compare.h"
 #include "test_support.h"
 
@@ -515,6 +516,17 @@ std::vector<FileObject> FileObjects(const std::string& text) {
 // its table, an entity its block's record (the model space's in ENTITIES), an
 // ATTRIB, VERTEX or SEQEND the entity it follows, an object its dictionary.
 // Each model or paper space record names its layout, which names it back.
+// The handles a save has written: dense ones in a bitmap, far ones beside it.
+RC_GTEST_PROP(StandardOutput, HandleSetAgreesWithASet, ()) {
+    const auto handles = *gen::container<std::vector<uint32_t>>(
+        gen::oneOf(gen::inRange<uint32_t>(0, 3000), gen::inRange<uint32_t>((1u << 27) - 70, (1u << 27) + 70), gen::arbitrary<uint32_t>()));
+    HandleSet set;
+    std::set<uint32_t> model;
+    for (uint32_t h : handles) RC_ASSERT(set.Insert(h) == model.insert(h).second);
+    for (uint32_t h = 0; h < 3100; ++h) RC_ASSERT(set.Contains(h) == model.contains(h));
+    for (uint32_t h : handles) RC_ASSERT(set.Contains(h) && !set.Insert(h));
+}
+
 RC_GTEST_PROP(StandardOutput, NumbersEveryObjectOnceAndNamesItsOwner, ()) {
     DXFDocument doc;
     RandomModel(doc);
