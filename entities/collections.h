@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <vector>
 
 #include "collections/array_list.h"
 #include "entities/kinds.h"
@@ -17,6 +18,13 @@ namespace ormavec {
 
 ORMAVEC_COLLECTION(LWVERTEXES, LWVERTEX, 1000);
 ORMAVEC_COLLECTION(XYZS, XYZ, 1000);
+
+// Readers keep scratch lists from one record to the next (no growth per
+// record); one that an unusually large record grew gives its memory back.
+template <class T>
+void ReleaseIfLarge(std::vector<T>& scratch) noexcept {
+    if (scratch.capacity() > (std::size_t{1} << 16)) std::vector<T>().swap(scratch);
+}
 
 // Reading one entity whose 0/<name> pair has been consumed: the record
 // starts from its read defaults, takes the entity's pairs, and the code-0

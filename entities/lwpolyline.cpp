@@ -49,6 +49,10 @@ const WriteOrder<LWPOLYLINE_ENT>& writeOrder() {
 void ReadEntity(DXFReader& reader, LWVERTEXES& vertexList, LWPOLYLINE_ENT& record) {
     vertexList.EraseArray();
     EraseOnExit erase{vertexList};
+    // The vertices gather in a list kept between polylines, then are copied
+    // at their exact size.
+    thread_local std::vector<LWVERTEX> vertices;
+    vertices.clear();
     LWVERTEX current;
     bool pending = false;
     int32_t flags = 0;
@@ -59,7 +63,7 @@ void ReadEntity(DXFReader& reader, LWVERTEXES& vertexList, LWPOLYLINE_ENT& recor
         case 90: break;  // the vertex count, written from the vertices
         case 10: {
             const double x = reader.ToDouble(p.Value);
-            if (pending) vertexList.Add(current);
+            if (pending) vertices.push_back(current);
             // Widths are not reset: a vertex without its own 40/41 keeps
             // those of the vertex before it.
             current.X = x;
@@ -78,7 +82,7 @@ void ReadEntity(DXFReader& reader, LWVERTEXES& vertexList, LWPOLYLINE_ENT& recor
         }
         return PairIs::Taken;
     });
-    if (pending) vertexList.Add(current);
+    if (pending) vertices.push_back(current);
 
     if (flags >= 128) {
         record.PlineGen = true;
@@ -86,7 +90,8 @@ void ReadEntity(DXFReader& reader, LWVERTEXES& vertexList, LWPOLYLINE_ENT& recor
     }
     if (flags >= 1) record.IsClosed = true;
 
-    record.POINTS = vertexList.GetArray();
+    record.POINTS.assign(vertices.begin(), vertices.end());
+    ReleaseIfLarge(vertices);
 }
 
 void WriteEntity(SaveContext& save, const LWPOLYLINE_ENT& record) {
@@ -102,10 +107,11 @@ void GetRecordExtent(const LWPOLYLINE_ENT& r, double& minX, double& minY, double
     minX = maxX = r.POINTS[0].X;
     minY = maxY = r.POINTS[0].Y;
     for (const LWVERTEX& v : r.POINTS) {
-        if (v.X < minX) minX = v.X;
-        if (v.Y < minY) minY = v.Y;
-        if (v.X > maxX) maxX = v.X;
-        if (v.Y > maxY) maxY = v.Y;
+        // Branch-free (min/max instructions); a NaN is passed over as before.
+        minX = std::min(minX, v.X);
+        minY = std::min(minY, v.Y);
+        maxX = std::max(maxX, v.X);
+        maxY = std::max(maxY, v.Y);
     }
 }
 

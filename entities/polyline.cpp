@@ -94,7 +94,10 @@ void WriteVertex(SaveContext& save, const VERTEX_ENT& vertex, const POLYLINE_ENT
 
 void ReadEntity(DXFReader& reader, POLYLINE_ENT& record) {
     ResetToDefaults(record);
-    std::vector<VERTEX_ENT> vertices, faces;
+    // Lists kept from one polyline to the next: no growth per polyline.
+    thread_local std::vector<VERTEX_ENT> vertices, faces;
+    vertices.clear();
+    faces.clear();
 
     ReadPolylinePairs(reader, record);
 
@@ -119,6 +122,8 @@ void ReadEntity(DXFReader& reader, POLYLINE_ENT& record) {
     // and the growth reserve of the lists read into would stay with each.
     record.Vertices.assign(vertices.begin(), vertices.end());
     record.CommandVertices.assign(faces.begin(), faces.end());
+    ReleaseIfLarge(vertices);
+    ReleaseIfLarge(faces);
 }
 
 void ReadVertex(DXFReader& reader, VERTEX_ENT& record) { ReadRecord(reader, record); }
@@ -156,10 +161,11 @@ void GetRecordExtent(const POLYLINE_ENT& r, double& minX, double& minY, double& 
     minX = maxX = r.Vertices[0].X;
     minY = maxY = r.Vertices[0].Y;
     for (const VERTEX_ENT& v : r.Vertices) {
-        if (v.X < minX) minX = v.X;
-        if (v.Y < minY) minY = v.Y;
-        if (v.X > maxX) maxX = v.X;
-        if (v.Y > maxY) maxY = v.Y;
+        // Branch-free (min/max instructions); a NaN is passed over as before.
+        minX = std::min(minX, v.X);
+        minY = std::min(minY, v.Y);
+        maxX = std::max(maxX, v.X);
+        maxY = std::max(maxY, v.Y);
     }
 }
 
