@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <cstring>
 #include <unordered_map>
 
 #include "document/save_context.h"
@@ -33,10 +34,10 @@ uint32_t KeptEntities::MaxHandle(int32_t handleCode) const noexcept {
     }
     // Typed records: their own handles, and what their kept pairs point to.
     m = std::max(m, maxTyped_);
-    for (const std::vector<DxfEntry>& chunk : extrasChunks_)
-        for (const DxfEntry& p : chunk) {
+    for (const std::vector<KeptPair>& chunk : extrasChunks_)
+        for (const KeptPair& p : chunk) {
             const int32_t c = p.Code;
-            if ((c >= 320 && c <= 369) || (c >= 390 && c <= 399) || c == 480 || c == 481 || c == 1005) m = std::max(m, ParseHandle(p.Value));
+            if ((c >= 320 && c <= 369) || (c >= 390 && c <= 399) || c == 480 || c == 481 || c == 1005) m = std::max(m, ParseHandle(p.Value()));
         }
     return m;
 }
@@ -53,11 +54,13 @@ void KeptEntities::KeepTyped(uint32_t place, std::string_view handle, std::vecto
     if (!extras || extras->empty()) return;
     const std::size_t n = extras->size();
     if (extrasChunks_.empty() || extrasChunks_.back().capacity() - extrasChunks_.back().size() < n) {
-        extrasChunks_.emplace_back().reserve(std::max(kExtrasChunk, n));
+        // Chunks grow from small ones: a block's set often keeps a few pairs.
+        const std::size_t grown = std::min(kExtrasChunk, std::size_t{16} << std::min<std::size_t>(extrasChunks_.size(), 8));
+        extrasChunks_.emplace_back().reserve(std::max(grown, n));
     }
-    std::vector<DxfEntry>& chunk = extrasChunks_.back();
+    std::vector<KeptPair>& chunk = extrasChunks_.back();
     const auto begin = static_cast<uint32_t>(chunk.size());
-    chunk.insert(chunk.end(), std::make_move_iterator(extras->begin()), std::make_move_iterator(extras->end()));
+    for (const DxfEntry& e : *extras) chunk.push_back({e.Code, static_cast<uint32_t>(e.Value.size()), storeText(e.Value)});
     extras->clear();  // the reader's buffer keeps its room for the next record
     const ExtrasAt at{place, static_cast<uint32_t>(extrasChunks_.size() - 1), begin, static_cast<uint32_t>(chunk.size())};
     if (extras_.empty() || extras_.back().place < place) return extras_.push_back(at);
@@ -69,10 +72,35 @@ void KeptEntities::KeepTyped(uint32_t place, std::string_view handle, std::vecto
         extras_.insert(it, at);
 }
 
-std::span<const DxfEntry> KeptEntities::ExtrasOf(uint32_t place) const noexcept {
+const char* KeptEntities::storeText(std::string_view text) {
+    if (text.empty()) return "";
+    const bool recent = text.size() <= 32;
+    if (recent)
+        for (std::string_view r : recentTexts_)
+            if (r == text) return r.data();
+    if (text.size() > 64) {
+        // A long text gets a piece of its own; the current one stays open.
+        std::shared_ptr<char[]> own(new char[text.size()]);
+        std::memcpy(own.get(), text.data(), text.size());
+        textPieces_.insert(textPieces_.end() - (textPieces_.empty() ? 0 : 1), own);
+        return own.get();
+    }
+    if (textSize_ - textUsed_ < text.size()) {
+        textSize_ = std::min(kTextPiece, std::size_t{256} << std::min<std::size_t>(textPieces_.size(), 8));
+        textPieces_.emplace_back(new char[textSize_]);
+        textUsed_ = 0;
+    }
+    char* at = textPieces_.back().get() + textUsed_;
+    std::memcpy(at, text.data(), text.size());
+    textUsed_ += text.size();
+    if (recent) recentTexts_[recentNext_++ % recentTexts_.size()] = std::string_view(at, text.size());
+    return at;
+}
+
+std::span<const KeptPair> KeptEntities::ExtrasOf(uint32_t place) const noexcept {
     const auto it = std::lower_bound(extras_.begin(), extras_.end(), place, [](const ExtrasAt& x, uint32_t p) { return x.place < p; });
     if (it == extras_.end() || it->place != place) return {};
-    return std::span<const DxfEntry>(extrasChunks_[it->chunk]).subspan(it->begin, it->end - it->begin);
+    return std::span<const KeptPair>(extrasChunks_[it->chunk]).subspan(it->begin, it->end - it->begin);
 }
 
 uint32_t KeptEntities::HandleOf(uint32_t place) const noexcept {

@@ -48,8 +48,10 @@
 //   only counts what it passes over (NotKept), so that the loss is said.
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <map>
+#include <memory>
 #include <span>
 #include <string>
 #include <string_view>
@@ -65,6 +67,16 @@ class SaveContext;
 // A handle's hexadecimal text as a number; 0 for a text that is no handle
 // of the 31-bit range a save writes.
 uint32_t ParseHandle(std::string_view text) noexcept;
+
+// A pair a typed record carried beyond its fields, as its set keeps it:
+// 16 bytes, its text in the set's own store (many records carry one or two
+// such pairs, often the same texts).
+struct KeptPair {
+    int32_t Code;
+    uint32_t Size;
+    const char* Text;
+    std::string_view Value() const noexcept { return {Text, Size}; }
+};
 
 // One entity kept as the pairs of the file, its 0/<name> pair aside.
 struct RawEntity {
@@ -108,7 +120,7 @@ public:
     // Places are unique in the process, so a record copied from another
     // set finds nothing here.
     void KeepTyped(uint32_t place, std::string_view handle, std::vector<DxfEntry>* extras);
-    std::span<const DxfEntry> ExtrasOf(uint32_t place) const noexcept;  // empty for none
+    std::span<const KeptPair> ExtrasOf(uint32_t place) const noexcept;  // empty for none
     uint32_t HandleOf(uint32_t place) const noexcept;
     bool Empty() const noexcept { return items_.empty() && handles_.empty() && extras_.empty(); }
 
@@ -124,7 +136,15 @@ private:
     // grow), and per record with some its place and where they lie: a few
     // bytes per record beside the pairs, no allocation of its own.
     static constexpr std::size_t kExtrasChunk = 1024;
-    std::vector<std::vector<DxfEntry>> extrasChunks_;
+    std::vector<std::vector<KeptPair>> extrasChunks_;
+    // The pairs' texts: pieces that never move, shared by copies of the set;
+    // the few short texts seen last are stored once.
+    const char* storeText(std::string_view text);
+    static constexpr std::size_t kTextPiece = 16 << 10;
+    std::vector<std::shared_ptr<char[]>> textPieces_;
+    std::size_t textSize_ = 0, textUsed_ = 0;  // of the piece texts go to
+    std::array<std::string_view, 8> recentTexts_{};
+    std::size_t recentNext_ = 0;
     struct ExtrasAt {
         uint32_t place, chunk, begin, end;
     };

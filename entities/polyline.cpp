@@ -26,6 +26,7 @@ void ReadPolylinePairs(DXFReader& reader, POLYLINE_ENT& record) {
     ReadPairs(reader, record, [&reader](const DXFReader::Pair& p, POLYLINE_ENT& r) {
         if (p.Code == 0) return PairIs::End;
         if (p.Code == 10 || p.Code == 20 || p.Code == 30) return PairIs::Taken;  // the dummy point, written as zeros
+        if (p.Code == 66) return PairIs::Taken;  // vertices follow: always written
         if (p.Code != 70) return PairIs::Field;
         DecodeFlags(reader.ToInt32(p.Value), r);
         return PairIs::Taken;

@@ -552,28 +552,33 @@ namespace fields_detail {
 // once; code 0 after everything else writes what no anchor placed, then the
 // XDATA. Groups pointing into objects are left out unless the save writes
 // the drawing's objects.
-inline void WriteKeptAt(DXFWriter& w, std::span<const DxfEntry> x, std::vector<bool>& done, int32_t code,
+inline void WriteKeptAt(DXFWriter& w, std::span<const KeptPair> x, std::vector<bool>& done, int32_t code,
                         std::string_view marker, const std::vector<int32_t>& constant, bool objectsKept) {
     for (int pass = 0; pass < (code == 0 ? 2 : 1); ++pass)
         for (std::size_t i = 0; i < x.size(); ++i) {
             if (x[i].Code >= 0 || done[i]) continue;
             const int32_t at = -1 - x[i].Code;
-            const bool match = code == 0 ? (pass == 0) != (at == 0) : at == code && (code != 100 || x[i].Value == marker);
+            const bool match = code == 0 ? (pass == 0) != (at == 0) : at == code && (code != 100 || x[i].Value() == marker);
             if (!match) continue;
             done[i] = true;
             for (std::size_t j = i + 1; j < x.size() && x[j].Code >= 0; ++j) {
                 if (std::find(constant.begin(), constant.end(), x[j].Code) != constant.end()) continue;  // the order writes its own
-                if (!objectsKept && x[j].Code == 102 && (x[j].Value == "{ACAD_REACTORS" || x[j].Value == "{ACAD_XDICTIONARY")) {
-                    while (j + 1 < x.size() && x[j + 1].Code >= 0 && !(x[j].Code == 102 && x[j].Value == "}")) ++j;
+                if (!objectsKept && x[j].Code == 102 && (x[j].Value() == "{ACAD_REACTORS" || x[j].Value() == "{ACAD_XDICTIONARY")) {
+                    while (j + 1 < x.size() && x[j + 1].Code >= 0 && !(x[j].Code == 102 && x[j].Value() == "}")) ++j;
                     continue;
                 }
-                w.WriteString(x[j].Code, x[j].Value);
+                w.WriteString(x[j].Code, x[j].Value());
             }
         }
 }
 
 // Whether kept pairs put the entity in paper space (67 1).
-inline bool InPaperSpace(std::span<const DxfEntry> x) noexcept {
+inline bool InPaperSpace(std::span<const KeptPair> x) noexcept {
+    for (const KeptPair& p : x)
+        if (p.Code == 67) return p.Value().find('1') != std::string_view::npos;
+    return false;
+}
+inline bool InPaperSpace(const std::vector<DxfEntry>& x) noexcept {
     for (const DxfEntry& p : x)
         if (p.Code == 67) return p.Value.find('1') != std::string::npos;
     return false;
@@ -604,7 +609,7 @@ bool AbsentAsRead(const WriteOp<R>& op, const R& r) {
 template <class R, class Save>
 void WriteByOrder(Save& save, const WriteOrder<R>& order, const R& r) {
     DXFWriter& writer = save.Writer();
-    std::span<const DxfEntry> kept;
+    std::span<const KeptPair> kept;
     uint32_t keptHandle = 0;
     if constexpr (requires { r.kept.place; save.keptSet; })
         if (writer.IsStandard() && save.keptSet && r.kept.place) {
