@@ -115,6 +115,7 @@ void DXFReader::OpenInput(const std::string& fileName) {
     // (a text one a little smaller): the heap's steps follow the model.
     char head[kBinarySentinel.size()];
     const bool binary = ::pread(fd, head, sizeof head, 0) == static_cast<ssize_t>(sizeof head) && std::string_view(head, sizeof head) == kBinarySentinel;
+    heapBinary_ = binary;
     heapLoad_ = heap::BeginLoad(binary ? fileLength_ / 2 * 3 : fileLength_);
 }
 
@@ -183,7 +184,7 @@ bool DXFReader::fill() {
         buffer_ = std::move(bigger);
         capacity_ = grown;
     }
-    if (heapLoad_) heap::Advise(fileLength_ - charsRead_);
+    if (heapLoad_) heap::Advise(heapBinary_ ? (fileLength_ - charsRead_) / 2 * 3 : fileLength_ - charsRead_);
     for (;;) {
         ssize_t n = ::read(fd_, buffer_.get() + end_, capacity_ - end_);
         if (n < 0) {

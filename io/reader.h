@@ -249,6 +249,7 @@ private:
     bool recover_ = false;
     mutable std::vector<LoadWarning> warnings_;
     bool heapLoad_ = false;  // heap::BeginLoad took this file
+    bool heapBinary_ = false;  // ... as a binary drawing: the model is larger than the file
 
     std::unique_ptr<char[]> buffer_;
     std::size_t capacity_ = 0;
