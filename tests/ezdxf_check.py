@@ -9,6 +9,14 @@ whose source ezdxf cannot read either is skipped.
 
     ezdxf_check.py CLASSIC_FOLDER STANDARD_FOLDER [BINARY_FOLDER]   (exit 77: nothing to check)
 
+With --host-changed, every shared drawing is loaded through the Python module
+with Preserve on and changed as a host would (every third LINE deleted, a
+CIRCLE and a TEXT changed, a LINE and a CIRCLE added on a new layer, a layer
+that records name removed) before its Standard save, which ezdxf must read
+and audit without errors, and without fixes where the source needs none.
+
+    ezdxf_check.py --host-changed MODULE_FOLDER CORPUS OUT_FOLDER
+
 With --twins, ezdxf saves every shared drawing it can as text and as binary
 (R12 drawings stay R12, with one-byte group codes); both twins must load as
 the same model, seen as Standard saves of the two by the command that hold
@@ -122,5 +130,49 @@ def twins(ormavec, corpus, out):
     return 0 if saved == same and saved else 1
 
 
+def host_changed(module, corpus, out):
+    sys.path.insert(0, module)
+    import ormavec
+    os.makedirs(out, exist_ok=True)
+    checked = failed = 0
+    for folder, _, files in sorted(os.walk(corpus)):
+        for name in sorted(f for f in files if f.lower().endswith(".dxf")):
+            source, saved = os.path.join(folder, name), os.path.join(out, "changed.dxf")
+            try:
+                source_fixes = ezdxf.readfile(source).audit().fixes
+                doc = ormavec.DXFDocument()
+                doc.Preserve = True
+                doc.Load(source)
+            except Exception:
+                continue  # not read by ezdxf, or refused by us (a damaged drawing)
+            e = doc.ENTITIES
+            del e.LINES[::3]
+            for records, field, value in ((e.CIRCLES, "Radius", 2.5), (e.TEXTS, "Text", "changed")):
+                if len(records):
+                    r = records[0]
+                    setattr(r, field, value)
+                    records[0] = r
+            e.LINES.Add(ormavec.LINE_ENT(StartX=1, EndX=2, Layer="Host added"))
+            e.CIRCLES.Add(ormavec.CIRCLE_ENT(Radius=1, Layer="Host added"))
+            named = {r.Layer.upper() for kind in (e.LINES, e.CIRCLES, e.ARCS, e.TEXTS) for r in kind}
+            layers = doc.TABLES.LAYERS
+            gone = [k for k in range(len(layers)) if layers[k].LayerName.upper() in named - {"0"}][:1]
+            for k in gone:
+                layers.Delete(k)
+            doc.SaveMode = ormavec.SaveMode.Standard
+            doc.Save(saved)
+            try:
+                auditor = ezdxf.readfile(saved).audit()
+                found = [x.message for x in auditor.errors] + (["%d auditor fixes" % len(auditor.fixes)] if auditor.fixes and not source_fixes else [])
+            except Exception as x:
+                found = ["ezdxf could not read it: %s: %s" % (type(x).__name__, x)]
+            checked, failed = checked + 1, failed + bool(found)
+            if found:
+                print("FAIL %s\n     %s" % (os.path.relpath(source, corpus), "\n     ".join(found[:10])))
+    print("ezdxf_check --host-changed: %d changed drawings saved, %d failed" % (checked, failed))
+    return 0 if checked and not failed else 1
+
+
 if __name__ == "__main__":
-    sys.exit(twins(*sys.argv[2:]) if sys.argv[1:2] == ["--twins"] else main(sys.argv[1:]))
+    modes = {"--twins": twins, "--host-changed": host_changed}
+    sys.exit(modes[sys.argv[1]](*sys.argv[2:]) if sys.argv[1:2] and sys.argv[1] in modes else main(sys.argv[1:]))
