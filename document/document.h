@@ -62,6 +62,9 @@ public:
     bool KeepSplines() const noexcept { return keepSplines_; }
     // What the last load read but did not keep; empty when it kept all.
     const ::ormavec::NotKept& NotKept() const noexcept { return notKept_; }
+    // The OBJECTS and CLASSES a preserving load kept as read (null: none).
+    const KeptEntities* KeptObjects() const noexcept { return keptObjects_.get(); }
+    const KeptEntities* KeptClasses() const noexcept { return keptClasses_.get(); }
     // Part of the interface; they change nothing.
     void ExplodePolyLines() noexcept {}
     void ExplodeLWPolyLines() noexcept {}

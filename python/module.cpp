@@ -246,7 +246,17 @@ PYBIND11_MODULE(ormavec, m) {
         .def(py::init<>())
         .def_property_readonly("LAYERS", &TABLES::LAYERS)
         .def_property_readonly("LTYPES", &TABLES::LTYPES)
-        .def_property_readonly("STYLES", &TABLES::STYLES);
+        .def_property_readonly("STYLES", &TABLES::STYLES)
+        .def(
+            "Kept",
+            [](const TABLES& t, std::string_view name) -> py::object {
+                const KeptTable* kept = t.Kept(UpperCase(name));
+                if (!kept) return py::none();
+                return py::make_tuple(kept->head, KeptToPython(&kept->entries));
+            },
+            py::arg("Name"),
+            "The table of this name a preserving load kept: (head, entries) as KeptEntity and a tuple of them; entries are "
+            "kept for the tables the model does not type (VPORT, VIEW, UCS, APPID, DIMSTYLE, BLOCK_RECORD...). None when none.");
 
     py::class_<clsDebug, Object, std::shared_ptr<clsDebug>>(m, "clsDebug", "Call-log settings of the calling thread.")
         .def(py::init<>())
@@ -319,6 +329,12 @@ PYBIND11_MODULE(ormavec, m) {
         .def_property_readonly("ReadAsUtf8", &DXFDocument::ReadAsUtf8)
         .def_property("Preserve", &DXFDocument::Preserve, &DXFDocument::SetPreserve,
                       "Loads keep what the typed model does not hold, and Standard saves write it back.")
+        .def_property_readonly(
+            "KeptObjects", [](const DXFDocument& d) { return KeptToPython(d.KeptObjects()); },
+            "The objects a preserving load kept (dictionaries, layouts, groups...): a tuple of KeptEntity, in file order.")
+        .def_property_readonly(
+            "KeptClasses", [](const DXFDocument& d) { return KeptToPython(d.KeptClasses()); },
+            "The CLASSES entries a preserving load kept: a tuple of KeptEntity, in file order.")
         .def_property_readonly(
             "NotKept",
             [](const DXFDocument& d) {

@@ -119,8 +119,11 @@ def test_what_a_load_keeps_and_what_it_says_it_lost(tmp_path):
     spline = ["0", "SPLINE", "5", "2A", "8", "0", "70", "8", "71", "1", "72", "4", "73", "2", "74", "0",
               "40", "0.0", "40", "0.0", "40", "1.0", "40", "1.0", "10", "0.0", "20", "0.0", "30", "0.0", "10", "5.0", "20", "5.0", "30", "0.0"]
     text = "\n".join(["0", "SECTION", "2", "HEADER", "9", "$ACADVER", "1", "AC1015", "9", "$INSUNITS", "70", "4",
-                      "0", "ENDSEC", "0", "SECTION", "2", "ENTITIES"] + spline +
+                      "0", "ENDSEC", "0", "SECTION", "2", "TABLES", "0", "TABLE", "2", "VPORT", "5", "8", "70", "1",
+                      "0", "VPORT", "5", "29", "2", "*ACTIVE", "70", "0", "0", "ENDTAB", "0", "ENDSEC",
+                      "0", "SECTION", "2", "ENTITIES"] + spline +
                      ["0", "LINE", "8", "0", "10", "0", "20", "0", "30", "0", "11", "1", "21", "1", "31", "0",
+                      "0", "ENDSEC", "0", "SECTION", "2", "OBJECTS", "0", "DICTIONARY", "5", "C", "330", "0", "100", "AcDbDictionary",
                       "0", "ENDSEC", "0", "EOF"]) + "\n"
     (tmp_path / "in.dxf").write_text(text)
     lost = ormavec.load(str(tmp_path / "in.dxf"))
@@ -131,6 +134,9 @@ def test_what_a_load_keeps_and_what_it_says_it_lost(tmp_path):
     (kept,) = doc.ENTITIES.Kept
     assert (kept.Name, kept.Handle, kept.Pairs[:3]) == ("SPLINE", 0x2A, ((5, "2A"), (8, "0"), (70, "8")))
     assert ("$INSUNITS", ((70, "4"),)) in doc.HEADER.Kept
+    assert [(o.Name, o.Handle) for o in doc.KeptObjects] == [("DICTIONARY", 0xC)] and doc.KeptClasses == ()
+    head, entries = doc.TABLES.Kept("vport")
+    assert (head.Handle, [(e.Name, e.Handle) for e in entries], doc.TABLES.Kept("NONE")) == (8, [("VPORT", 0x29)], None)
     doc.Save(str(tmp_path / "out.dxf"))
     again = ormavec.load(str(tmp_path / "out.dxf"), Preserve=True)
     assert [e.Name for e in again.ENTITIES.Kept] == ["SPLINE"] and again.ENTITIES.Kept[0].Pairs[-6:] == kept.Pairs[-6:]
