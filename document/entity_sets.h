@@ -25,6 +25,8 @@ void readOne(DXFReader& reader, const Set& set, ReadScratch& scratch) {
     tLineTypeSeen = {scratch.preserve, false};
     if (scratch.preserve) tKeptRead.Arm();
     ReadEntity(reader, record, scratch);
+    // A picture draws in the order read (SPLINEs and HATCHes kept raw among the typed).
+    if (scratch.keepSplines && !scratch.preserve) record.kept.place = scratch.NextPlace();
     if (scratch.preserve) {
         using R = KindRecord<K>;
         KeptRead& k = tKeptRead;

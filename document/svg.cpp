@@ -6,9 +6,12 @@
 #include <charconv>
 #include <cmath>
 #include <cstring>
+#include <functional>
 #include <numbers>
+#include <span>
 #include <string_view>
 #include <unordered_map>
+#include <utility>
 
 #include "document/document.h"
 #include "document/entity_sets.h"
@@ -130,6 +133,15 @@ struct Family {
     double angle = 45, x = 0, y = 0, dx = -2.2450640303, dy = 2.2450640303;  // an eighth of an inch apart
     std::vector<double> dashes;
 };
+// One pair of a pattern's line families (53 starts one; other codes are passed over).
+void addFamilyPair(std::vector<Family>& families, int32_t code, double x) {
+    if (code == 53) families.push_back({x, 0, 0, 0, 0, {}});
+    else if (families.empty()) return;
+    else if (code >= 43 && code <= 46) {
+        Family& f = families.back();
+        (code == 43 ? f.x : code == 44 ? f.y : code == 45 ? f.dx : f.dy) = x;
+    } else if (code == 49) families.back().dashes.push_back(x);
+}
 struct Box {
     double x0 = HUGE_VAL, y0 = HUGE_VAL, x1 = -HUGE_VAL, y1 = -HUGE_VAL;
     void Add(double x, double y) {
@@ -142,6 +154,7 @@ struct Box {
 struct Style {
     std::string_view color;  // "" follows the insert (currentColor); into Scene's table
     const std::string* dash = nullptr;
+    bool flatEnds = false;  // a wide polyline ends square at its end points
     std::string_view Paint() const { return color.empty() ? std::string_view("currentColor") : std::string_view(color); }
 };
 
@@ -186,8 +199,12 @@ public:
         if (!ltype.empty()) {
             if (ltype != lastLineType_) {  // most entities repeat the line type before them
                 lastLineType_.assign(ltype);
-                auto it = dashes_.find(UpperCase(ltype));
-                lastDash_ = it == dashes_.end() ? nullptr : &it->second;
+                auto it = dashBySpelling_.find(ltype);
+                if (it == dashBySpelling_.end()) {
+                    auto d = dashes_.find(UpperCase(ltype));
+                    it = dashBySpelling_.emplace(std::string(ltype), d == dashes_.end() ? nullptr : &d->second).first;
+                }
+                lastDash_ = it->second;
             }
             s.dash = lastDash_;
         }
@@ -201,6 +218,7 @@ public:
     std::string_view Foreground() const { return hexes_[static_cast<std::size_t>(foreground_)]; }
 
     bool inBlock = false;
+    const KeptEntities* kept = nullptr;         // of the set being drawn
     std::vector<std::vector<Vertex>> contours;  // scratch of one entity
     std::vector<Box> blockBoxes;               // per block; empty until measured
     std::vector<char> measuring;
@@ -214,8 +232,12 @@ private:
     const LayerInfo& find(std::string_view layer) {
         if (layer == lastName_) return *last_;
         lastName_.assign(layer);
-        auto it = layers_.find(UpperCase(layer));
-        last_ = it == layers_.end() ? &unknown_ : &it->second;
+        auto it = layerBySpelling_.find(layer);
+        if (it == layerBySpelling_.end()) {
+            auto l = layers_.find(UpperCase(layer));
+            it = layerBySpelling_.emplace(std::string(layer), l == layers_.end() ? &unknown_ : &l->second).first;
+        }
+        last_ = it->second;
         return *last_;
     }
     static std::string number(double v) {
@@ -235,6 +257,13 @@ private:
     std::unordered_map<std::string, std::string> dashes_;
     std::unordered_map<std::string, LayerInfo> layers_;
     std::unordered_map<std::string, int> blocks_;
+    // Names as the entities spell them, each looked up in any letter case once.
+    struct Hash {
+        using is_transparent = void;
+        std::size_t operator()(std::string_view s) const noexcept { return std::hash<std::string_view>{}(s); }
+    };
+    std::unordered_map<std::string, const LayerInfo*, Hash, std::equal_to<>> layerBySpelling_;
+    std::unordered_map<std::string, const std::string*, Hash, std::equal_to<>> dashBySpelling_;
     LayerInfo unknown_;
     std::string lastName_ = "\x01";
     const LayerInfo* last_ = &unknown_;
@@ -286,6 +315,7 @@ struct Paint {
         if (!s.color.empty()) out << " stroke=\"" << s.color << '"';
         if (s.dash) out << " stroke-dasharray=\"" << *s.dash << '"';
         if (width > 0) out << " stroke-width=\"" << width << '"';
+        if (width > 0 && s.flatEnds) out << " stroke-linecap=\"butt\"";
     }
     // A hatch filled with the lines of each family of its pattern, one SVG
     // pattern each: a tile as long as the dashes and as high as the lines'
@@ -423,6 +453,18 @@ struct Paint {
 template <class P>
 void drawSet(P& p, const BLOCK_BLOCK& set);
 
+// The pairs a preserving load kept beside a typed record (none otherwise).
+template <class P, class R>
+std::span<const DxfEntry> keptPairs(P& p, const R& r) {
+    if (!p.scene.kept || (r.kept.pairs & kKeptExtras) == 0) return {};
+    const std::vector<DxfEntry>* pairs = p.scene.kept->ExtrasOf(r.kept.place);
+    return pairs ? std::span<const DxfEntry>(*pairs) : std::span<const DxfEntry>();
+}
+double pairNumber(const DxfEntry& e) {
+    double x = 0;
+    return ParseDouble(e.Value, x) == ParseStatus::Ok ? x : 0;
+}
+
 // One record of each kind.
 template <class P>
 void draw(P& p, const LINE_ENT& r) {
@@ -457,17 +499,21 @@ void drawPolyline(P& p, const Style& s, const POLYLINE_ENT& r) {
     const std::vector<VERTEX_ENT>& v = r.Vertices;
     bool even = true;  // one width all along
     for (const VERTEX_ENT& x : v) even = even && x.StartWidth == v[0].StartWidth && x.EndWidth == v[0].StartWidth;
+    Style flat = s;
+    flat.flatEnds = !r.IsClosed;
     if (even) {
         c.assign(1, {});
         for (const VERTEX_ENT& x : v) c[0].push_back({x.X, x.Y, x.Bulge});
-        return p.Path(s, c, r.IsClosed, false, v.empty() ? 0 : v[0].StartWidth);
+        return p.Path(flat, c, r.IsClosed, false, v.empty() ? 0 : v[0].StartWidth);
     }
-    // Tapering segments: each at its mean width.
-    for (std::size_t i = 0; i + 1 < v.size() + (r.IsClosed ? 1 : 0); ++i) {
+    // Tapering segments: each at its mean width, their round ends filling the
+    // bends; the polyline's own two ends square.
+    const std::size_t n = v.size() + (r.IsClosed ? 1 : 0);
+    for (std::size_t i = 0; i + 1 < n; ++i) {
         const VERTEX_ENT& a = v[i];
         const VERTEX_ENT& b = v[(i + 1) % v.size()];
         c.assign(1, {{a.X, a.Y, a.Bulge}, {b.X, b.Y, 0}});
-        p.Path(s, c, false, false, (a.StartWidth + a.EndWidth) / 2);
+        p.Path(i == 0 || i + 2 == n ? flat : s, c, false, false, (a.StartWidth + a.EndWidth) / 2);
     }
 }
 template <class P>
@@ -505,9 +551,19 @@ template <class P>
 void draw(P& p, const SOLID_ENT& r) {  // the third and fourth corners are drawn crosswise
     fill(p, p.scene.StyleOf(r.Layer, r.ColorNumber, r.LineType), {r.Corner1, r.Corner2, r.Corner4, r.Corner3});
 }
+// A 3D face seen from above is its visible edges, not a filled area.
 template <class P>
 void draw(P& p, const FACE3D_ENT& r) {
-    fill(p, p.scene.StyleOf(r.Layer, r.ColorNumber, r.LineType), {r.Corner1, r.Corner2, r.Corner3, r.Corner4});
+    const XYZ q[4] = {r.Corner1, r.Corner2, r.Corner3, r.Corner4};
+    const bool hidden[4] = {r.Edge1IsInvisible, r.Edge2IsInvisible, r.Edge3IsInvisible, r.Edge4IsInvisible};
+    auto& c = p.scene.contours;
+    c.clear();
+    for (std::size_t i = 0; i < 4; ++i) {
+        if (hidden[i]) continue;
+        if (c.empty() || i == 0 || hidden[i - 1]) c.push_back({{q[i].X, q[i].Y, 0}});
+        c.back().push_back({q[(i + 1) % 4].X, q[(i + 1) % 4].Y, 0});
+    }
+    if (!c.empty()) p.Path(p.scene.StyleOf(r.Layer, r.ColorNumber, r.LineType), c, false, false, 0);
 }
 // The baseline from the alignment point: none (0), raised above the
 // descenders (1, bottom), half the height (2, middle, and the horizontal
@@ -523,12 +579,15 @@ void draw(P& p, const TEXT_ENT& r) {
              r.XScaleFactor > 0 ? r.XScaleFactor : 1, r.HorTextJust, r.VertTextJust, r.Text);
 }
 // Lines wrapped at the text's width, glyphs taken as 0.6 of the height wide.
+// A multiline text reads a colour it does not state as 0; in the model space,
+// where no insert could lend one, it is taken as the layer's.
 template <class P>
 void draw(P& p, const MTEXT_ENT& r) {
-    if (r.Width <= 0 || r.TextHeight <= 0) {
-        for (const TEXT_ENT& t : r12::AsTexts(r)) draw(p, t);
-        return;
-    }
+    const int32_t color = r.ColorNumber == 0 && !p.scene.inBlock ? 256 : r.ColorNumber;
+    const auto drawLines = [&](const MTEXT_ENT& m) {
+        for (TEXT_ENT& t : r12::AsTexts(m)) t.ColorNumber = color, draw(p, t);
+    };
+    if (r.Width <= 0 || r.TextHeight <= 0) return drawLines(r);
     const auto fits = static_cast<std::size_t>(std::max(1.0, r.Width / (0.6 * r.TextHeight)));
     MTEXT_ENT wrapped = r;
     wrapped.Text.clear();
@@ -545,7 +604,7 @@ void draw(P& p, const MTEXT_ENT& r) {
             used += n;
         }
     }
-    for (const TEXT_ENT& t : r12::AsTexts(wrapped)) draw(p, t);
+    drawLines(wrapped);
 }
 template <class P>
 void draw(P&, const ATTDEF_ENT&) {}  // the inserts draw the attributes
@@ -583,10 +642,10 @@ void draw(P& p, const HATCH_ENT& r) {
         }
     }
     const Style s = p.scene.StyleOf(r.Layer, r.ColorNumber, "");
-    if (r.SolidFill)
-        p.Path(s, c, true, true, 0);
-    else
-        p.Hatch(s, c);
+    if (r.SolidFill) return p.Path(s, c, true, true, 0);
+    std::vector<Family> families;  // the pattern's, where kept
+    for (const DxfEntry& e : keptPairs(p, r)) addFamilyPair(families, e.Code, pairNumber(e));
+    p.Hatch(s, c, families);
 }
 
 // A HATCH kept as its pairs: its boundary paths (polylines with bulges, or
@@ -661,43 +720,99 @@ KeptHatch readHatch(const RawEntity& e) {
             static constexpr int kCodes[8] = {10, 20, 11, 21, 40, 50, 51, 73};
             for (std::size_t k = 0; k < 8; ++k)
                 if (p.Code == kCodes[k]) v[k] = p.Code == 73 ? (p.Value.find('1') != std::string::npos) : x;
-        } else if (p.Code == 53) {
-            h.families.push_back({x, 0, 0, 0, 0, {}});
-        } else if (!h.families.empty() && p.Code >= 43 && p.Code <= 46) {
-            Family& f = h.families.back();
-            (p.Code == 43 ? f.x : p.Code == 44 ? f.y : p.Code == 45 ? f.dx : f.dy) = x;
-        } else if (!h.families.empty() && p.Code == 49) {
-            h.families.back().dashes.push_back(x);
+        } else {
+            addFamilyPair(h.families, p.Code, x);
         }
     }
     finishEdge();
     return h;
 }
 
-// The records of a set the picture shows, kind after kind in section order.
+template <class P>
+void drawKept(P& p, const RawEntity& e) {
+    SplineCurve s;
+    if (EqualsNoCase(e.Name, "SPLINE") && ReadSpline(e, s).empty() && p.scene.Shows(s.Layer))
+        drawPolyline(p, p.scene.StyleOf(s.Layer, s.ColorNumber, s.LineType), r12::AsPolyline(s, 0));
+    if (EqualsNoCase(e.Name, "HATCH")) {
+        const KeptHatch h = readHatch(e);
+        if (!p.scene.Shows(h.layer)) return;
+        const Style style = p.scene.StyleOf(h.layer, h.color, "");
+        if (h.solid)
+            p.Path(style, h.paths, true, true, 0);
+        else
+            p.Hatch(style, h.paths, h.families);
+    }
+}
+
+// The records of a set the picture shows, in the order read (what a later
+// one covers stays hidden, as it does where the drawing was made): the
+// kinds' lists, each in read order, merged by place. Records without a place
+// (made by the host) come last, kind after kind in section order.
+template <class P, class Set>
+struct Merge {
+    using Step = std::size_t (*)(P&, const Set&, std::size_t at, uint64_t before, uint64_t tag);
+    using Key = uint64_t (*)(const Set&, std::size_t at, uint64_t tag);
+    struct Cursor {
+        Step step;
+        Key keyOf;
+        std::size_t at, count;
+        uint64_t tag;  // the cursor's rank, in the low bits of its keys
+    };
+    static uint64_t key(uint32_t place, uint64_t tag) { return (place ? uint64_t{place} : uint64_t{1} << 32) << 8 | tag; }
+    template <Kind K>
+    static std::size_t run(P& p, const Set& set, std::size_t at, uint64_t before, uint64_t tag) {
+        const auto& list = *ListIn<K>(set);
+        for (; at < static_cast<std::size_t>(list.Count()); ++at) {
+            const auto& r = list.ItemRef(static_cast<int32_t>(at));
+            if (key(r.kept.place, tag) >= before) break;
+            if (p.scene.Shows(r.Layer)) draw(p, r);
+        }
+        return at;
+    }
+    template <Kind K>
+    static uint64_t keyOf(const Set& set, std::size_t at, uint64_t tag) {
+        return key(ListIn<K>(set)->ItemRef(static_cast<int32_t>(at)).kept.place, tag);
+    }
+    static uint64_t keptKey(const Set& set, std::size_t at, uint64_t tag) { return key(entity_sets::RawOf(set)->Items()[at].Place, tag); }
+    static std::size_t kept(P& p, const Set& set, std::size_t at, uint64_t before, uint64_t tag) {
+        const std::vector<RawEntity>& items = entity_sets::RawOf(set)->Items();
+        for (; at < items.size() && key(items[at].Place, tag) < before; ++at) drawKept(p, items[at]);
+        return at;
+    }
+};
+
 template <class P, class Set>
 void drawAll(P& p, const Set& set) {
+    using M = Merge<P, Set>;
+    std::array<typename M::Cursor, kinds::kCount + 1> cursors;
+    std::size_t n = 0;
     kinds::ForEachInSectionOrder([&]<Kind K>() {
         if constexpr (Holds<Set, K> && kinds::RowOf(K).write)
-            if (const auto& list = ListIn<K>(set))
-                for (const auto& r : *list)
-                    if (p.scene.Shows(r.Layer)) draw(p, r);
+            if (const auto& list = ListIn<K>(set); list && list->Count() > 0)
+                cursors[n] = {&M::template run<K>, &M::template keyOf<K>, 0, static_cast<std::size_t>(list->Count()), n}, ++n;
     });
-    if (const KeptEntities* raw = entity_sets::RawOf(set))
-        for (const RawEntity& e : raw->Items()) {
-            SplineCurve s;
-            if (EqualsNoCase(e.Name, "SPLINE") && ReadSpline(e, s).empty() && p.scene.Shows(s.Layer))
-                drawPolyline(p, p.scene.StyleOf(s.Layer, s.ColorNumber, s.LineType), r12::AsPolyline(s, 0));
-            if (EqualsNoCase(e.Name, "HATCH")) {
-                const KeptHatch h = readHatch(e);
-                if (!p.scene.Shows(h.layer)) continue;
-                const Style style = p.scene.StyleOf(h.layer, h.color, "");
-                if (h.solid)
-                    p.Path(style, h.paths, true, true, 0);
-                else
-                    p.Hatch(style, h.paths, h.families);
-            }
-        }
+    if (const KeptEntities* raw = entity_sets::RawOf(set); raw && !raw->Items().empty())
+        cursors[n] = {&M::kept, &M::keptKey, 0, raw->Items().size(), n}, ++n;
+    const auto keyAt = [&](const typename M::Cursor& c) { return c.at < c.count ? c.keyOf(set, c.at, c.tag) : UINT64_MAX; };
+    struct KeptScope {
+        Scene& scene;
+        const KeptEntities* before;
+        ~KeptScope() { scene.kept = before; }
+    } keptScope{p.scene, std::exchange(p.scene.kept, entity_sets::RawOf(set))};
+    std::array<uint64_t, kinds::kCount + 1> keys;
+    for (std::size_t i = 0; i < n; ++i) keys[i] = keyAt(cursors[i]);
+    for (;;) {  // the cursor of the least key draws up to the next least
+        std::size_t first = 0;
+        for (std::size_t i = 1; i < n; ++i)
+            if (keys[i] < keys[first]) first = i;
+        if (n == 0 || keys[first] == UINT64_MAX) return;
+        uint64_t second = UINT64_MAX;
+        for (std::size_t i = 0; i < n; ++i)
+            if (i != first) second = std::min(second, keys[i]);
+        typename M::Cursor& c = cursors[first];
+        c.at = c.step(p, set, c.at, second, c.tag);
+        keys[first] = keyAt(c);
+    }
 }
 
 // A block's box in its own coordinates, measured once; a block that

@@ -208,17 +208,54 @@ RC_GTEST_PROP(Svg, TheViewHoldsEveryLineOfAVisibleLayer, ()) {
 
 // Model-space HATCHes kept for drawing: a pattern's families become SVG
 // patterns at their angle; pairs out of order draw nothing and break nothing.
+// After a preserving load a block's typed HATCH keeps its pattern too.
 TEST(Svg, HatchPatternsAndHostilePairs) {
     const std::string drawing =
-        "0 SECTION\n2 ENTITIES\n0 HATCH\n8 0\n70 0\n91 1\n92 2\n72 0\n73 1\n93 3\n10 0\n20 0\n10 10\n20 0\n10 0\n20 10\n97 0\n75 0\n76 1\n"
+        "0 SECTION\n2 BLOCKS\n0 BLOCK\n8 0\n2 B\n70 0\n10 0\n20 0\n0 HATCH\n8 0\n2 P\n70 0\n71 0\n91 1\n92 2\n72 0\n73 1\n93 2\n"
+        "10 0\n20 0\n10 9\n20 0\n97 0\n75 0\n76 1\n52 0\n41 1\n77 0\n78 1\n53 60\n43 0\n44 0\n45 -1\n46 2\n79 0\n98 0\n"
+        "0 ENDBLK\n0 ENDSEC\n"
+        "0 SECTION\n2 ENTITIES\n0 INSERT\n8 0\n2 B\n10 0\n20 0\n0 HATCH\n8 0\n70 0\n91 1\n92 2\n72 0\n73 1\n93 3\n10 0\n20 0\n10 10\n20 0\n10 0\n20 10\n97 0\n75 0\n76 1\n"
         "78 1\n53 30\n43 0\n44 0\n45 -1\n46 2\n79 2\n49 2\n49 -1\n0 HATCH\n91 1\n72 4\n10 1\n20 1\n72 2\n40 nan\n92 7\n72 3\n53\n49 1\n0 ENDSEC\n0 EOF\n";
     test::TempDir dir;
     test::WriteFile(dir / "in.dxf", test::Dxf(drawing));
     DXFDocument doc;
     doc.SetKeepSplines(true);
+    doc.SetPreserve(true);
     doc.Load(dir / "in.dxf");
     std::string svg;
     WriteSvg(doc, {}, "", &svg);
     EXPECT_NE(svg.find("rotate(30)"), std::string::npos) << svg;
+    EXPECT_NE(svg.find("rotate(60)"), std::string::npos);
     EXPECT_NE(svg.find("fill=\"url(#p0)\""), std::string::npos);
+}
+
+// Entities of mixed kinds are drawn in the order read (a raw HATCH among
+// typed ones too); a 3D face is its visible edges, none with all four
+// hidden; an MTEXT without a colour takes its layer's (7: the foreground).
+RC_GTEST_PROP(Svg, DrawsInTheOrderRead, ()) {
+    static const char* const kHex[] = {"#ff0000", "#ffff00", "#00ff00", "#00ffff", "#0000ff", "#ff00ff"};
+    static const char* const kKinds[][2] = {{"LINE\n10 0\n20 0\n11 1\n21 1\n", "stroke"}, {"CIRCLE\n10 0\n20 0\n40 1\n", "stroke"},
+        {"POINT\n10 0\n20 0\n", "fill"}, {"TEXT\n10 0\n20 0\n40 1\n1 a\n", "fill"},
+        {"HATCH\n70 1\n91 1\n92 2\n72 0\n73 1\n93 3\n10 0\n20 0\n10 1\n20 0\n10 0\n20 1\n97 0\n75 0\n76 1\n", "fill"},
+        {"3DFACE\n10 0\n20 0\n11 1\n21 0\n12 1\n22 1\n13 0\n23 1\n70 ", "stroke"}, {"MTEXT\n10 0\n20 0\n40 1\n41 9\n1 a\n", "fill"}};
+    const auto kinds = *gen::container<std::vector<int>>(gen::inRange(0, 7));
+    std::string drawing = "0 SECTION\n2 ENTITIES\n";
+    std::vector<std::string> expected, drawn;
+    for (std::size_t i = 0; i < kinds.size(); ++i) {
+        const int hidden = *gen::inRange(0, 16), k = kinds[i];
+        drawing += std::string("0 ") + kKinds[k][0] + (k == 5 ? std::to_string(hidden) + "\n" : "") + "8 0\n";
+        if (k != 6) drawing += "62 " + std::to_string(i % 6 + 1) + "\n";
+        if (k != 5 || hidden != 15) expected.push_back(std::string(kKinds[k][1]) + "=" + (k == 6 ? "#000000" : kHex[i % 6]));
+    }
+    test::TempDir dir;
+    test::WriteFile(dir / "in.dxf", test::Dxf(drawing + "0 ENDSEC\n0 EOF\n"));
+    DXFDocument doc;
+    doc.SetKeepSplines(true);
+    doc.Load(dir / "in.dxf");
+    std::string svg;
+    WriteSvg(doc, {}, "", &svg);
+    for (std::size_t at = svg.find("</defs>"); (at = svg.find("\n<", at)) != std::string::npos; ++at)
+        if (const std::size_t c = svg.find("=\"#", at); svg[at + 2] != '/' && c < svg.find('\n', at + 1))
+            drawn.push_back(svg.substr(svg.rfind(' ', c) + 1, c - svg.rfind(' ', c)) + svg.substr(c + 2, 7));
+    RC_ASSERT(drawn == expected);
 }
