@@ -455,15 +455,15 @@ void drawSet(P& p, const BLOCK_BLOCK& set);
 
 // The pairs a preserving load kept beside a typed record (none otherwise).
 template <class P, class R>
-std::span<const DxfEntry> keptPairs(P& p, const R& r) {
+std::span<const KeptPair> keptPairs(P& p, const R& r) {
     if (!p.scene.kept || (r.kept.pairs & kKeptExtras) == 0) return {};
-    const std::vector<DxfEntry>* pairs = p.scene.kept->ExtrasOf(r.kept.place);
-    return pairs ? std::span<const DxfEntry>(*pairs) : std::span<const DxfEntry>();
+    return p.scene.kept->ExtrasOf(r.kept.place);
 }
-double pairNumber(const DxfEntry& e) {
+double pairNumber(std::string_view value) {
     double x = 0;
-    return ParseDouble(e.Value, x) == ParseStatus::Ok ? x : 0;
+    return ParseDouble(value, x) == ParseStatus::Ok ? x : 0;
 }
+double pairNumber(const KeptPair& e) { return pairNumber(e.Value()); }
 
 // One record of each kind.
 template <class P>
@@ -551,19 +551,9 @@ template <class P>
 void draw(P& p, const SOLID_ENT& r) {  // the third and fourth corners are drawn crosswise
     fill(p, p.scene.StyleOf(r.Layer, r.ColorNumber, r.LineType), {r.Corner1, r.Corner2, r.Corner4, r.Corner3});
 }
-// A 3D face seen from above is its visible edges, not a filled area.
 template <class P>
 void draw(P& p, const FACE3D_ENT& r) {
-    const XYZ q[4] = {r.Corner1, r.Corner2, r.Corner3, r.Corner4};
-    const bool hidden[4] = {r.Edge1IsInvisible, r.Edge2IsInvisible, r.Edge3IsInvisible, r.Edge4IsInvisible};
-    auto& c = p.scene.contours;
-    c.clear();
-    for (std::size_t i = 0; i < 4; ++i) {
-        if (hidden[i]) continue;
-        if (c.empty() || i == 0 || hidden[i - 1]) c.push_back({{q[i].X, q[i].Y, 0}});
-        c.back().push_back({q[(i + 1) % 4].X, q[(i + 1) % 4].Y, 0});
-    }
-    if (!c.empty()) p.Path(p.scene.StyleOf(r.Layer, r.ColorNumber, r.LineType), c, false, false, 0);
+    fill(p, p.scene.StyleOf(r.Layer, r.ColorNumber, r.LineType), {r.Corner1, r.Corner2, r.Corner3, r.Corner4});
 }
 // The baseline from the alignment point: none (0), raised above the
 // descenders (1, bottom), half the height (2, middle, and the horizontal
@@ -644,7 +634,7 @@ void draw(P& p, const HATCH_ENT& r) {
     const Style s = p.scene.StyleOf(r.Layer, r.ColorNumber, "");
     if (r.SolidFill) return p.Path(s, c, true, true, 0);
     std::vector<Family> families;  // the pattern's, where kept
-    for (const DxfEntry& e : keptPairs(p, r)) addFamilyPair(families, e.Code, pairNumber(e));
+    for (const KeptPair& e : keptPairs(p, r)) addFamilyPair(families, e.Code, pairNumber(e));
     p.Hatch(s, c, families);
 }
 

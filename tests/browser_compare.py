@@ -2,7 +2,8 @@
 """Headless Chromium screenshots our SVG of the example and of a few shared
 drawings; ezdxf's drawing add-on draws each with matplotlib at the same size.
 Both are cut to their ink and scaled to 256 x 256; a drawing fails when more
-than 25 % of either's ink lies over 3 pixels from the other's (fonts differ).
+than 25 % of either's ink lies over 3 pixels from the other's (our 3DFACEs are
+filled where ezdxf draws edges, and fonts differ).
 
     browser_compare.py ORMAVEC OUTDIR DRAWING...   (exit 77: no chromium or matplotlib)
 """
