@@ -254,6 +254,7 @@ enum class PairIs : uint8_t {
     Taken,     // the hook took it
     End,       // the record ends before it: pushed back
     EndTaken,  // the record ends with it
+    Kept,      // no field takes it, whatever its code: a preserving read keeps it
 };
 
 // The hook of most records: a code-0 pair ends the record.
@@ -384,6 +385,9 @@ void ReadPairs(DXFReader& reader, R& record, Hook&& hook = {}) {
                 notes.Taken(p.Code);
             }
             break;
+        case PairIs::Kept:
+            if (note) notes.Extra(reader, p);
+            break;
         case PairIs::End: reader.UnRead(); return;
         case PairIs::EndTaken: return;
         }
@@ -420,10 +424,20 @@ struct WriteOp {
     double numDefault = 0;      // the value the field has when read without its pair
     std::string_view textDefault;
     bool (*when)(const R&) = nullptr;                  // written only when true
+    bool madeOnly = false;  // written only for a record the host made (a read one keeps its own pair, if any)
+    bool readOnly = false;  // written only in a Standard save of a read record that had the pair
     void (*custom)(DXFWriter&, const R&) = nullptr;   // Custom
 
     WriteOp& If(bool (*pred)(const R&)) {
         when = pred;
+        return *this;
+    }
+    WriteOp& IfMade() {
+        madeOnly = true;
+        return *this;
+    }
+    WriteOp& IfRead() {
+        readOnly = true;
         return *this;
     }
 };
@@ -533,6 +547,14 @@ struct W {
         o.custom = fn;
         return o;
     }
+    // Custom code writing the field of member m: left out like the field when
+    // it was absent and still holds its read value.
+    static Op Custom(void (*fn)(DXFWriter&, const R&), double R::*m) {
+        Op o = Custom(fn);
+        o.dbl = m;
+        Mark(o, m);
+        return o;
+    }
 };
 
 // KeptSlot::pairs bits: the record was read without a line type; it
@@ -586,11 +608,22 @@ bool AbsentAsRead(const WriteOp<R>& op, const R& r) {
         if (op.field < 0 || op.field >= kKeptAbsentBits || !((r.kept.pairs >> (kKeptAbsentShift + op.field)) & 1)) return false;
         switch (op.kind) {
         case WriteOp<R>::Kind::String: return (r.*op.str) == op.textDefault;
-        case WriteOp<R>::Kind::Double: return (op.xyz ? (r.*op.xyz).*op.axis : r.*op.dbl) == op.numDefault;
+        case WriteOp<R>::Kind::Double:
+        case WriteOp<R>::Kind::Custom: return op.dbl || op.xyz ? (op.xyz ? (r.*op.xyz).*op.axis : r.*op.dbl) == op.numDefault : false;
         case WriteOp<R>::Kind::Int: return r.*op.i32 == op.numDefault;
         default: return false;
         }
     }
+    return false;
+}
+
+// Whether the read record's field of this op had its pair in the file: a
+// Standard save then writes it even where a host-made record leaves the
+// value out (TEXT's 41 of 1).
+template <class R>
+bool PresentAsRead(const WriteOp<R>& op, const R& r) {
+    if constexpr (requires { r.kept.pairs; })
+        return r.kept.place != 0 && op.field >= 0 && op.field < kKeptAbsentBits && !((r.kept.pairs >> (kKeptAbsentShift + op.field)) & 1);
     return false;
 }
 
@@ -629,7 +662,9 @@ void WriteByOrder(Save& save, const WriteOrder<R>& order, const R& r) {
         wasRead = writer.IsStandard() && r.kept.place != 0;
     }
     for (const WriteOp<R>& op : order) {
-        if (op.when && !op.when(r)) continue;
+        if (op.madeOnly && wasRead) continue;
+        if (op.readOnly && !(wasRead && fields_detail::PresentAsRead(op, r))) continue;
+        if (op.when && !op.when(r) && !(wasRead && fields_detail::PresentAsRead(op, r))) continue;
         if (absent && fields_detail::AbsentAsRead(op, r)) continue;
         switch (op.kind) {
         case WriteOp<R>::Kind::Text:
@@ -649,7 +684,9 @@ void WriteByOrder(Save& save, const WriteOrder<R>& order, const R& r) {
             // A line type the file did not give, still the one read in its place.
             if constexpr (requires { r.kept.pairs; })
                 if (op.code == 6 && (r.kept.pairs & kKeptNoLineType) && writer.IsStandard() && (s.empty() || s == op.text)) break;
-            writer.WriteString(op.code, (op.fallback && s.empty()) ? op.text : std::string_view(s));
+            // An empty text the file gave stays empty.
+            const bool fallback = op.fallback && s.empty() && !(wasRead && fields_detail::PresentAsRead(op, r));
+            writer.WriteString(op.code, fallback ? op.text : std::string_view(s));
             break;
         }
         case WriteOp<R>::Kind::Double: writer.WriteDouble(op.code, op.xyz ? (r.*op.xyz).*op.axis : r.*op.dbl); break;
