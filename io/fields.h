@@ -643,19 +643,29 @@ void WriteByOrder(Save& save, const WriteOrder<R>& order, const R& r) {
             if (r.kept.pairs & kKeptExtras) kept = save.keptSet->ExtrasOf(r.kept.place);
             keptHandle = save.keptSet->HandleOf(r.kept.place);
         }
+    // A typed table entry: the pairs kept for the name it was offered under.
+    if constexpr (requires { save.entryExtras; })
+        if (!kept && writer.IsStandard()) kept = std::exchange(save.entryExtras, nullptr);
     std::vector<bool> done(kept ? kept->size() : 0);
+    bool objectsKept = false;
+    if constexpr (requires { save.objectsKept; }) objectsKept = save.objectsKept;
+    // A pointer into the objects the record kept replaces the order's constant
+    // one when the save writes the drawing's objects (a layer's 390).
+    const auto keptPointer = [&](int32_t code) {
+        return kept && objectsKept && code >= 390 && code <= 399 &&
+               std::any_of(kept->begin(), kept->end(), [&](const DxfEntry& e) { return e.Code == code; });
+    };
     std::vector<int32_t> constant;  // codes the order writes as constants (66, ...)
     if (kept)
         for (const WriteOp<R>& op : order)
-            if (op.kind == WriteOp<R>::Kind::Text && op.code != 0 && op.code != 100 && op.code != 6) constant.push_back(op.code);
+            if (op.kind == WriteOp<R>::Kind::Text && op.code != 0 && op.code != 100 && op.code != 6 && !keptPointer(op.code))
+                constant.push_back(op.code);
     // A paper space entity of the ENTITIES section is owned by the paper
     // space block's record, as it was.
     const int32_t owner = save.Owner();
     if constexpr (requires { save.paperSpaceRecord; })
         if (kept && owner == save.modelSpaceRecord && save.paperSpaceRecord && fields_detail::InPaperSpace(*kept))
             save.SetOwner(save.paperSpaceRecord);
-    bool objectsKept = false;
-    if constexpr (requires { save.objectsKept; }) objectsKept = save.objectsKept;
     bool absent = false, wasRead = false;
     if constexpr (requires { r.kept.pairs; }) {
         absent = writer.IsStandard() && (r.kept.pairs >> kKeptAbsentShift) != 0;
@@ -670,7 +680,7 @@ void WriteByOrder(Save& save, const WriteOrder<R>& order, const R& r) {
         case WriteOp<R>::Kind::Text:
             // A constant line type only for a record the host made: a read one
             // gives back its own, if it had one.
-            if (op.code == 6 && wasRead) break;
+            if ((op.code == 6 && wasRead) || keptPointer(op.code)) break;
             writer.WriteString(op.code, op.text);
             break;
         case WriteOp<R>::Kind::Handle:
