@@ -153,8 +153,16 @@ public:
         key += UpperCase(name);
         return key;
     }
-    // Offers the handle the typed entry of this name carried, if any.
+    // The pairs typed table entries kept, by the same key (null: none); the
+    // extras of the entry whose handle was last offered, for its write.
+    const std::unordered_map<std::string, std::vector<DxfEntry>>* sourceExtras = nullptr;
+    const std::vector<DxfEntry>* entryExtras = nullptr;
+    // Offers the handle the typed entry of this name carried, if any, and
+    // readies the pairs it kept.
     void OfferSourceHandle(std::string_view table, std::string_view name) {
+        entryExtras = nullptr;
+        if (sourceExtras && !sourceExtras->empty())
+            if (const auto it = sourceExtras->find(SourceKey(table, name)); it != sourceExtras->end()) entryExtras = &it->second;
         if (sourceHandles.empty()) return;
         const auto it = sourceHandles.find(SourceKey(table, name));
         if (it != sourceHandles.end()) OfferHandle(it->second);

@@ -119,17 +119,22 @@ void readHead(DXFReader& reader, RawEntity& head) {
     }
 }
 
-// A typed table's entries into its collection, with the handle of each; an
-// entry the collection refuses (its name is taken) is counted in lost.
+// A typed table's entries into its collection, with the handle of each and,
+// given extras, the pairs no field took (not for line types yet: their
+// per-element groups would need places inside the pattern); an entry the
+// collection refuses (its name is taken) is counted in lost.
 template <class Table>
 void readTypedTable(DXFReader& reader, Table& table, std::string_view entry, std::unordered_map<std::string, uint32_t>& handles,
-                    NotKept* lost) {
+                    NotKept* lost, std::unordered_map<std::string, std::vector<DxfEntry>>* extras) {
     while (!reader.AtEnd()) {
         const DXFReader::Pair& p = reader.Read();
         if (EqualsNoCase(p.Value, entry)) {
             tHandleSeen = {true, {}};
+            if (extras) tKeptRead.Arm();
             auto r = Table::ReadEntity(reader);
+            tKeptRead.armed = false;
             handles.emplace(SaveContext::SourceKey(entry, Table::NameOf(r)), ParseHandle(tHandleSeen.text));
+            if (extras && !tKeptRead.extras.empty()) extras->emplace(SaveContext::SourceKey(entry, Table::NameOf(r)), std::move(tKeptRead.extras));
             if (lost && table.IndexOfName(Table::NameOf(r)) >= 0) ++lost->tableEntries[std::string(entry)];
             table.Add(std::move(r));
         } else if (EqualsNoCase(p.Value, "ENDTAB")) {
@@ -176,11 +181,11 @@ void TABLES::ReadSection(DXFReader& reader, bool preserve, NotKept* lost) {
             readHead(reader, kept->head);
         }
         if (name == "LAYER")
-            kept ? readTypedTable(reader, *layers_, "LAYER", sourceHandles_, lost) : layers_->ReadTable(reader);
+            kept ? readTypedTable(reader, *layers_, "LAYER", sourceHandles_, lost, &sourceExtras_) : layers_->ReadTable(reader);
         else if (name == "LTYPE")
-            kept ? readTypedTable(reader, *ltypes_, "LTYPE", sourceHandles_, lost) : ltypes_->ReadTable(reader);
+            kept ? readTypedTable(reader, *ltypes_, "LTYPE", sourceHandles_, lost, nullptr) : ltypes_->ReadTable(reader);
         else if (name == "STYLE")
-            kept ? readTypedTable(reader, *styles_, "STYLE", sourceHandles_, lost) : styles_->ReadTable(reader);
+            kept ? readTypedTable(reader, *styles_, "STYLE", sourceHandles_, lost, &sourceExtras_) : styles_->ReadTable(reader);
         else if (kept)
             kept->entries.ReadUpTo(reader, "ENDTAB");
         else if (lost) {
@@ -205,6 +210,7 @@ void TABLES::WriteOut(SaveContext& save, const BLOCKS& blocks, double viewCenter
     BeginTables(w);
     Trace("Tables.WriteOut 2");
     if (save.Standard()) save.sourceHandles = sourceHandles_;
+    if (save.Standard()) save.sourceExtras = &sourceExtras_;
     const auto kept = [&](std::string_view name) { return save.Standard() ? Kept(name) : nullptr; };
     // A typed table keeps the handle of its head.
     const auto offerHead = [&](std::string_view name) {

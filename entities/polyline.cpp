@@ -48,8 +48,13 @@ const WriteOrder<POLYLINE_ENT>& polylineOrder() {
         }),
         O::Text(66, "1"), O::Of(&R::Thickness), O::Custom([](DXFWriter& w, const R&) { w.WritePoint(0.0, 0.0, 0.0, 10, 20, 30); }),
         O::Custom([](DXFWriter& w, const R& r) {
-            w.WriteInteger(70, (r.IsClosed ? 1 : 0) + (r.Is3DPolyLine ? 8 : 0) + (r.IsPolyFaceMesh ? 64 : 0));
-        })};
+            // A Standard save also gives back the fitting and mesh flags.
+            const int32_t more = w.IsStandard() ? (r.IsCurveFitted ? 2 : 0) + (r.IsSplineFitted ? 4 : 0) + (r.Is3DPolygonMesh ? 16 : 0) +
+                                                      (r.Is3DPolygonMeshClosed ? 32 : 0)
+                                                : 0;
+            w.WriteInteger(70, (r.IsClosed ? 1 : 0) + (r.Is3DPolyLine ? 8 : 0) + (r.IsPolyFaceMesh ? 64 : 0) + more);
+        }),
+        O::Of(&R::PolygonMeshMVertexCount).IfRead(), O::Of(&R::PolygonMeshNVertexCount).IfRead()};
     return order;
 }
 

@@ -20,8 +20,9 @@ const WriteOrder<TEXT_ENT>& textOrder() {
         O::Of(&R::TextRotation).If([](const R& r) { return r.TextRotation != 0.0; }),
         O::Of(&R::XScaleFactor).If([](const R& r) { return r.XScaleFactor != 1.0; }),
         O::Of(&R::ObliqueAngle).If([](const R& r) { return r.ObliqueAngle != 0.0; }), O::Of(&R::TextStyleName),
-        // The second alignment point is always the insertion point.
-        O::Double(11, &R::StartX), O::Double(21, &R::StartY), O::Double(31, &R::StartZ), O::Of(&R::HorTextJust),
+        // The second alignment point is the insertion point for a record the
+        // host made; a read one keeps the pairs it had.
+        O::Double(11, &R::StartX).IfMade(), O::Double(21, &R::StartY).IfMade(), O::Double(31, &R::StartZ).IfMade(), O::Of(&R::HorTextJust),
         O::Text(100, "AcDbText"), O::Of(&R::VertTextJust)};
     return order;
 }
@@ -34,7 +35,7 @@ const WriteOrder<MTEXT_ENT>& mtextOrder() {
         O::Text(100, "AcDbMText"), O::Of(&R::X), O::Of(&R::Y), O::Of(&R::Z), O::Of(&R::TextHeight), O::Of(&R::Width),
         O::Of(&R::Align), O::Of(&R::Direction), O::Custom([](DXFWriter& w, const R& r) { w.WriteTextPieces(r.Text, kChunkUnits, 3, 1); }),
         O::Of(&R::Style),
-        O::Custom([](DXFWriter& w, const R& r) { w.WriteDouble(42, r.CharWidth > r.Width ? r.Width : r.CharWidth); }),
+        O::Custom([](DXFWriter& w, const R& r) { w.WriteDouble(42, r.CharWidth > r.Width ? r.Width : r.CharWidth); }, &R::CharWidth),
         O::Of(&R::EntityHeight), O::Of(&R::TextRotation), O::Of(&R::LineSpacing), O::Of(&R::LineSpacing2)};
     return order;
 }
@@ -42,10 +43,8 @@ const WriteOrder<MTEXT_ENT>& mtextOrder() {
 }  // namespace
 
 void ReadEntity(DXFReader& reader, TEXT_ENT& record) {
-    // The alignment point is written as the insertion point: not kept twice.
-    ReadRecord(reader, record, [](const DXFReader::Pair& p, TEXT_ENT&) {
-        return p.Code == 0 ? PairIs::End : p.Code == 11 || p.Code == 21 || p.Code == 31 ? PairIs::Taken : PairIs::Field;
-    });
+    // No field holds the alignment point (11, 21, 31): a preserving read keeps it.
+    ReadRecord(reader, record);
 }
 void WriteEntity(SaveContext& save, const TEXT_ENT& record) { WriteByOrder(save, textOrder(), record); }
 int64_t HandleCount(const TEXT_ENT&) noexcept { return OrderHandles(textOrder); }
@@ -65,7 +64,16 @@ void ReadEntity(DXFReader& reader, MTEXT_ENT& record) {
         explicit Hold(DXFReader& r) : reader(r) { reader.HoldPieces(true); }
         ~Hold() { reader.HoldPieces(false); }
     } hold(reader);
+    // The pairs of an embedded object (from 101 on) are not the text's own
+    // 10, 40, 11...: a preserving read keeps them as they are. The classic
+    // text modes read them as ever.
+    const TextConvertMode mode = reader.GetTextConvertMode();
+    const bool newer = mode == TextConvertMode::Utf8 || mode == TextConvertMode::Auto;
+    bool embedded = false;
     ReadRecord(reader, record, [&](const DXFReader::Pair& p, MTEXT_ENT& r) {
+        if (p.Code == 0) return PairIs::End;
+        embedded = embedded || (newer && p.Code == 101);
+        if (embedded) return PairIs::Kept;
         switch (p.Code) {
         case 0: return PairIs::End;
         case 1:

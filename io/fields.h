@@ -255,6 +255,7 @@ enum class PairIs : uint8_t {
     Taken,     // the hook took it
     End,       // the record ends before it: pushed back
     EndTaken,  // the record ends with it
+    Kept,      // no field takes it, whatever its code: a preserving read keeps it
 };
 
 // The hook of most records: a code-0 pair ends the record.
@@ -385,6 +386,9 @@ void ReadPairs(DXFReader& reader, R& record, Hook&& hook = {}) {
                 notes.Taken(p.Code);
             }
             break;
+        case PairIs::Kept:
+            if (note) notes.Extra(reader, p);
+            break;
         case PairIs::End: reader.UnRead(); return;
         case PairIs::EndTaken: return;
         }
@@ -421,10 +425,20 @@ struct WriteOp {
     double numDefault = 0;      // the value the field has when read without its pair
     std::string_view textDefault;
     bool (*when)(const R&) = nullptr;                  // written only when true
+    bool madeOnly = false;  // written only for a record the host made (a read one keeps its own pair, if any)
+    bool readOnly = false;  // written only in a Standard save of a read record that had the pair
     void (*custom)(DXFWriter&, const R&) = nullptr;   // Custom
 
     WriteOp& If(bool (*pred)(const R&)) {
         when = pred;
+        return *this;
+    }
+    WriteOp& IfMade() {
+        madeOnly = true;
+        return *this;
+    }
+    WriteOp& IfRead() {
+        readOnly = true;
         return *this;
     }
 };
@@ -534,6 +548,14 @@ struct W {
         o.custom = fn;
         return o;
     }
+    // Custom code writing the field of member m: left out like the field when
+    // it was absent and still holds its read value.
+    static Op Custom(void (*fn)(DXFWriter&, const R&), double R::*m) {
+        Op o = Custom(fn);
+        o.dbl = m;
+        Mark(o, m);
+        return o;
+    }
 };
 
 // KeptSlot::pairs bits: the record was read without a line type; it
@@ -592,11 +614,22 @@ bool AbsentAsRead(const WriteOp<R>& op, const R& r) {
         if (op.field < 0 || op.field >= kKeptAbsentBits || !((r.kept.pairs >> (kKeptAbsentShift + op.field)) & 1)) return false;
         switch (op.kind) {
         case WriteOp<R>::Kind::String: return (r.*op.str) == op.textDefault;
-        case WriteOp<R>::Kind::Double: return (op.xyz ? (r.*op.xyz).*op.axis : r.*op.dbl) == op.numDefault;
+        case WriteOp<R>::Kind::Double:
+        case WriteOp<R>::Kind::Custom: return op.dbl || op.xyz ? (op.xyz ? (r.*op.xyz).*op.axis : r.*op.dbl) == op.numDefault : false;
         case WriteOp<R>::Kind::Int: return r.*op.i32 == op.numDefault;
         default: return false;
         }
     }
+    return false;
+}
+
+// Whether the read record's field of this op had its pair in the file: a
+// Standard save then writes it even where a host-made record leaves the
+// value out (TEXT's 41 of 1).
+template <class R>
+bool PresentAsRead(const WriteOp<R>& op, const R& r) {
+    if constexpr (requires { r.kept.pairs; })
+        return r.kept.place != 0 && op.field >= 0 && op.field < kKeptAbsentBits && !((r.kept.pairs >> (kKeptAbsentShift + op.field)) & 1);
     return false;
 }
 
@@ -616,32 +649,50 @@ void WriteByOrder(Save& save, const WriteOrder<R>& order, const R& r) {
             if (r.kept.pairs & kKeptExtras) kept = save.keptSet->ExtrasOf(r.kept.place);
             keptHandle = save.keptSet->HandleOf(r.kept.place);
         }
+    // A typed table entry: the pairs kept for the name it was offered under,
+    // viewed as a set's kept pairs.
+    std::vector<KeptPair> entryPairs;
+    if constexpr (requires { save.entryExtras; })
+        if (kept.empty() && writer.IsStandard())
+            if (const std::vector<DxfEntry>* x = std::exchange(save.entryExtras, nullptr)) {
+                for (const DxfEntry& e : *x) entryPairs.push_back({e.Code, static_cast<uint32_t>(e.Value.size()), e.Value.data()});
+                kept = entryPairs;
+            }
     std::vector<bool> done(kept.size());
+    bool objectsKept = false;
+    if constexpr (requires { save.objectsKept; }) objectsKept = save.objectsKept;
+    // A pointer into the objects the record kept replaces the order's constant
+    // one when the save writes the drawing's objects (a layer's 390).
+    const auto keptPointer = [&](int32_t code) {
+        return !kept.empty() && objectsKept && code >= 390 && code <= 399 &&
+               std::any_of(kept.begin(), kept.end(), [&](const KeptPair& e) { return e.Code == code; });
+    };
     std::vector<int32_t> constant;  // codes the order writes as constants (66, ...)
     if (!kept.empty())
         for (const WriteOp<R>& op : order)
-            if (op.kind == WriteOp<R>::Kind::Text && op.code != 0 && op.code != 100 && op.code != 6) constant.push_back(op.code);
+            if (op.kind == WriteOp<R>::Kind::Text && op.code != 0 && op.code != 100 && op.code != 6 && !keptPointer(op.code))
+                constant.push_back(op.code);
     // A paper space entity of the ENTITIES section is owned by the paper
     // space block's record, as it was.
     const int32_t owner = save.Owner();
     if constexpr (requires { save.paperSpaceRecord; })
         if (!kept.empty() && owner == save.modelSpaceRecord && save.paperSpaceRecord && fields_detail::InPaperSpace(kept))
             save.SetOwner(save.paperSpaceRecord);
-    bool objectsKept = false;
-    if constexpr (requires { save.objectsKept; }) objectsKept = save.objectsKept;
     bool absent = false, wasRead = false;
     if constexpr (requires { r.kept.pairs; }) {
         absent = writer.IsStandard() && (r.kept.pairs >> kKeptAbsentShift) != 0;
         wasRead = writer.IsStandard() && r.kept.place != 0;
     }
     for (const WriteOp<R>& op : order) {
-        if (op.when && !op.when(r)) continue;
+        if (op.madeOnly && wasRead) continue;
+        if (op.readOnly && !(wasRead && fields_detail::PresentAsRead(op, r))) continue;
+        if (op.when && !op.when(r) && !(wasRead && fields_detail::PresentAsRead(op, r))) continue;
         if (absent && fields_detail::AbsentAsRead(op, r)) continue;
         switch (op.kind) {
         case WriteOp<R>::Kind::Text:
             // A constant line type only for a record the host made: a read one
             // gives back its own, if it had one.
-            if (op.code == 6 && wasRead) break;
+            if ((op.code == 6 && wasRead) || keptPointer(op.code)) break;
             writer.WriteString(op.code, op.text);
             break;
         case WriteOp<R>::Kind::Handle:
@@ -655,7 +706,9 @@ void WriteByOrder(Save& save, const WriteOrder<R>& order, const R& r) {
             // A line type the file did not give, still the one read in its place.
             if constexpr (requires { r.kept.pairs; })
                 if (op.code == 6 && (r.kept.pairs & kKeptNoLineType) && writer.IsStandard() && (s.empty() || s == op.text)) break;
-            writer.WriteString(op.code, (op.fallback && s.empty()) ? op.text : std::string_view(s));
+            // An empty text the file gave stays empty.
+            const bool fallback = op.fallback && s.empty() && !(wasRead && fields_detail::PresentAsRead(op, r));
+            writer.WriteString(op.code, fallback ? op.text : std::string_view(s));
             break;
         }
         case WriteOp<R>::Kind::Double: writer.WriteDouble(op.code, op.xyz ? (r.*op.xyz).*op.axis : r.*op.dbl); break;

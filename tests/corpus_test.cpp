@@ -61,6 +61,7 @@ struct Census {
     int64_t objects = 0, xdata = 0, classes = 0;
     bool entityOwned = false;  // an object is owned by an entity
     std::map<std::string, std::vector<Pairs>> pairs;  // "<section>/<name>"
+    std::map<std::string, Pairs> entries;  // typed table entries, by "<table> <name>"
     explicit Census(const std::string& text) {
         std::string section, table, code, value;
         std::istringstream in(text);
@@ -84,7 +85,8 @@ struct Census {
                 else if (section == "OBJECTS" && value != "ENDSEC") ++objects;
                 else if (section == "CLASSES" && value != "ENDSEC") ++classes;
                 else if (section == "TABLES" && value == "TABLE" && std::getline(in, code) && std::getline(in, table)) trim(table), tables[table] += 0;
-                else if (section == "TABLES" && value != "ENDTAB" && value != "ENDSEC") ++tables[table];
+                else if (section == "TABLES" && value != "ENDTAB" && value != "ENDSEC" && ++tables[table] && (table == "LAYER" || table == "STYLE"))
+                    current = &entries[table + " #" + std::to_string(tables[table])];
                 else if ((section == "ENTITIES" || section == "BLOCKS") && value != "ENDSEC" && value != "BLOCK" && value != "ENDBLK" &&
                          value != "SEQEND" && value != "VERTEX" && value != "ATTRIB")
                     ++entities[value], entity = true, current = &pairs[section + "/" + value].emplace_back();
@@ -100,6 +102,11 @@ struct Census {
             owned = code == "330" || (code != "0" && owned);
         }
         for (const std::string& h : objectOwners) entityOwned = entityOwned || entityHandles.contains(h);
+        std::map<std::string, Pairs> named;  // each entry under its name (group 2)
+        for (auto& [key, p] : entries)
+            for (const auto& [c, v] : p)
+                if (c == 2) named[key.substr(0, key.find(' ')) + " " + v] = std::move(p);
+        entries = std::move(named);
     }
 };
 
@@ -161,7 +168,8 @@ TEST(CorpusTest, RoundTripsEveryFile) {
     std::string counts[2];
     int64_t totals[6][2] = {};
     int64_t compared = 0;
-    std::map<std::string, int64_t> differing;
+    std::map<std::string, int64_t> differing, entriesDiffering;
+    int64_t entriesCompared = 0;
     for (const fs::path& dir : kSaved) fs::remove_all(dir), fs::create_directories(dir);
     ormavec::testing::VersionModeScope mode(6);  // hatches inside blocks are read from version mode 6 on
     for (const fs::path& path : files) {
@@ -231,6 +239,10 @@ TEST(CorpusTest, RoundTripsEveryFile) {
                 if (!why.empty()) ++differing[kind.substr(kind.find('/') + 1) + " " + why];
             }
         }
+        for (const auto& [key, p] : before.entries)
+            if (const auto it = after.entries.find(key); it != after.entries.end())
+                if (++entriesCompared; !PairsDiffer(p, it->second).empty())
+                    ++entriesDiffering[key.substr(0, key.find(' ')) + " " + PairsDiffer(p, it->second)];
         const int32_t declared[2] = {first.HEADER()->AcadVer(), std::max<int32_t>(source.HEADER()->AcadVer(), 1015)};
         EXPECT_EQ(standard.HEADER()->AcadVer(), declared[1]);
         for (int m = 0; m < 2; ++m) {
@@ -284,6 +296,9 @@ TEST(CorpusTest, RoundTripsEveryFile) {
     const int64_t differ = std::accumulate(differing.begin(), differing.end(), int64_t{0}, [](int64_t n, const auto& d) { return n + d.second; });
     std::printf("entity pairs: %lld compared, %lld equal, %lld differ\n", (long long)compared, (long long)(compared - differ), (long long)differ);
     for (const auto& [why, n] : differing) std::printf("  %lld %s\n", (long long)n, why.c_str());
+    std::printf("layer and style entry pairs: %lld compared, %lld differ\n", (long long)entriesCompared,
+                (long long)std::accumulate(entriesDiffering.begin(), entriesDiffering.end(), int64_t{0}, [](int64_t n, const auto& d) { return n + d.second; }));
+    for (const auto& [why, n] : entriesDiffering) std::printf("  %lld %s\n", (long long)n, why.c_str());
     for (int m = 0; m < 3; ++m) std::ofstream(kSaved[m] / "counts.json", std::ios::binary) << counts[m ? 1 : 0] << "]\n";
 }
 

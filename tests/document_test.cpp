@@ -10,6 +10,8 @@
 #include <rapidcheck/gtest.h>
 
 #include <algorithm>
+#include <charconv>
+#include <set>
 #include <cstdlib>
 #include <cmath>
 #include <filesystem>
@@ -398,4 +400,47 @@ TEST(Preserving, TypedRecordsKeepTheirPairsAndHandles) {
     for (const auto& e : entities)
         for (const P& p : e) EXPECT_TRUE((p.first != 39 && p.first != 6 && p != P{1000, "b"} && p != P{1000, "c"})) << p.first << " " << p.second;
     EXPECT_EQ(std::count(entities[1].begin(), entities[1].end(), P{5, "A0"}), 0) << "the copy gets a handle of its own";
+}
+
+// Pairs a typed record reads back as the file gave them, whatever the model
+// writes for a record the host made: TEXT without its alignment point, with a
+// width factor of 1 and an empty text, with a point of its own; MTEXT without
+// 42 and with an embedded object's pairs; a closed polygon mesh's flags and
+// counts. Numbers by value; 5, 330 and 100 aside.
+TEST(Preserving, ReadPairsComeBackAsGiven) {
+    TempDir dir;
+    const std::string entities =
+        "0 TEXT\n8 0\n10 1\n20 2\n30 0\n40 2.5\n1 \n41 1\n50 0\n7 Standard\n"
+        "0 TEXT\n8 0\n10 1\n20 2\n30 0\n40 2.5\n1 A\n72 1\n11 4\n21 2\n31 0\n73 2\n"
+        "0 MTEXT\n8 0\n10 3\n20 4\n30 0\n40 2.5\n41 20\n71 1\n72 5\n1 B\n73 1\n44 1\n101 Embedded Object\n70 1\n10 1\n20 0\n"
+        "11 3\n21 4\n40 20\n41 0\n42 15\n43 15\n71 2\n72 1\n44 20\n45 12.5\n73 0\n74 0\n46 0\n"
+        "0 POLYLINE\n8 0\n66 1\n10 0\n20 0\n30 0\n70 17\n71 2\n72 2\n"
+        "0 VERTEX\n8 0\n10 0\n20 0\n30 0\n70 64\n0 VERTEX\n8 0\n10 1\n20 0\n30 0\n70 64\n"
+        "0 VERTEX\n8 0\n10 0\n20 1\n30 0\n70 64\n0 VERTEX\n8 0\n10 1\n20 1\n30 1\n70 64\n0 SEQEND\n8 0\n";
+    WriteFile(dir / "in.dxf", Dxf("0 SECTION\n2 HEADER\n9 $ACADVER\n1 AC1015\n0 ENDSEC\n0 SECTION\n2 ENTITIES\n" + entities + "0 ENDSEC\n0 EOF\n"));
+    DXFDocument doc;
+    doc.SetPreserve(true);
+    doc.SetSaveMode(SaveMode::Standard);
+    doc.SetTextConvertMode(TextConvertMode::Auto);
+    doc.Load(dir / "in.dxf");
+    doc.Save(dir / "out.dxf");
+    using Entity = std::multiset<std::pair<int, std::string>>;
+    const auto heads = [](const auto& lines) {
+        std::vector<Entity> out;
+        bool head = false;
+        for (std::size_t i = 0; i + 1 < lines.size(); i += 2) {
+            const int code = std::atoi(lines[i].c_str());
+            std::string v = lines[i + 1];
+            if (code == 0) head = v == "TEXT" || v == "MTEXT" || v == "POLYLINE";
+            if (code == 0 && head) out.emplace_back();
+            double x;
+            if (const auto r = std::from_chars(v.data(), v.data() + v.size(), x); r.ec == std::errc() && r.ptr == v.data() + v.size() && code != 1)
+                v = std::to_string(x);
+            if (head && code != 0 && code != 5 && code != 330 && code != 100) out.back().emplace(code, v);
+        }
+        return out;
+    };
+    const std::vector<Entity> given = heads(PairLines(entities)), saved = heads(SplitCrLf(ReadFile(dir / "out.dxf")));
+    ASSERT_EQ(given.size(), saved.size());
+    for (std::size_t i = 0; i < given.size(); ++i) EXPECT_EQ(given[i], saved[i]) << "entity " << i;
 }

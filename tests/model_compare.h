@@ -113,11 +113,16 @@ private:
     void value(const std::string& path, const R& expected, const R& a) {
         R e = expected;
         saved(e);
+        int32_t at = -1;
         ForEachFieldDecl<R>([&](const auto& decl) {
             using M = typename std::remove_cvref_t<decltype(decl)>::Member;
+            ++at;
             if (unwritten(&e).find(" " + std::string(decl.name) + " ") != std::string_view::npos) return;
+            bool givenEmpty = false;  // a Standard save keeps an empty text the file gave
+            if constexpr (requires { e.kept.pairs; })
+                givenEmpty = o_.textKept && e.kept.place && decl.read != FieldRead::None && at < kKeptAbsentBits && !((e.kept.pairs >> (kKeptAbsentShift + at)) & 1);
             if constexpr (std::is_same_v<M, std::string>)
-                value(path + "." + std::string(decl.name), e.*decl.member, a.*decl.member, decl.hasFallback ? decl.fallback : "");
+                value(path + "." + std::string(decl.name), e.*decl.member, a.*decl.member, decl.hasFallback && !givenEmpty ? decl.fallback : "");
             else if constexpr (!std::is_same_v<R, BLOCK_BLOCK>)
                 value(path + "." + std::string(decl.name), e.*decl.member, a.*decl.member);
         });
