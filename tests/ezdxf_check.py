@@ -106,26 +106,30 @@ def pairs(path):
     return [p for i, p in enumerate(out) if not (i and out[i - 1] in stamps) and not (p[0] == "1" and " @ 20" in str(p[1]))]
 
 
+def drawings(corpus):
+    for folder, _, files in sorted(os.walk(corpus)):
+        yield from (os.path.join(folder, name) for name in sorted(f for f in files if f.lower().endswith(".dxf")))
+
+
 def twins(ormavec, corpus, out):
     import subprocess
     os.makedirs(out, exist_ok=True)
     saved = same = 0
-    for folder, _, files in sorted(os.walk(corpus)):
-        for name in sorted(f for f in files if f.lower().endswith(".dxf")):
-            source, base = os.path.join(folder, name), os.path.join(out, "twin")
-            try:
-                doc = ezdxf.readfile(source)
-                doc.saveas(base + ".txt.dxf")
-                doc.saveas(base + ".bin.dxf", fmt="bin")
-            except Exception:
-                continue  # ezdxf cannot read or save it
-            saved += 1
-            runs = [subprocess.run([ormavec, "convert", base + form, base + form + ".std"], capture_output=True, text=True)
-                    for form in (".txt.dxf", ".bin.dxf")]
-            if all(r.returncode == 0 for r in runs) and pairs(base + ".txt.dxf.std") == pairs(base + ".bin.dxf.std"):
-                same += 1
-            else:
-                print("DIFF %s (%s) %s" % (os.path.relpath(source, corpus), doc.dxfversion, " | ".join(r.stderr.strip() for r in runs)))
+    for source in drawings(corpus):
+        base = os.path.join(out, "twin")
+        try:
+            doc = ezdxf.readfile(source)
+            doc.saveas(base + ".txt.dxf")
+            doc.saveas(base + ".bin.dxf", fmt="bin")
+        except Exception:
+            continue  # ezdxf cannot read or save it
+        saved += 1
+        runs = [subprocess.run([ormavec, "convert", base + form, base + form + ".std"], capture_output=True, text=True)
+                for form in (".txt.dxf", ".bin.dxf")]
+        if all(r.returncode == 0 for r in runs) and pairs(base + ".txt.dxf.std") == pairs(base + ".bin.dxf.std"):
+            same += 1
+        else:
+            print("DIFF %s (%s) %s" % (os.path.relpath(source, corpus), doc.dxfversion, " | ".join(r.stderr.strip() for r in runs)))
     print("ezdxf_check --twins: %d drawings saved by ezdxf in both forms, %d load alike" % (saved, same))
     return 0 if saved == same and saved else 1
 
@@ -135,40 +139,39 @@ def host_changed(module, corpus, out):
     import ormavec
     os.makedirs(out, exist_ok=True)
     checked = failed = 0
-    for folder, _, files in sorted(os.walk(corpus)):
-        for name in sorted(f for f in files if f.lower().endswith(".dxf")):
-            source, saved = os.path.join(folder, name), os.path.join(out, "changed.dxf")
-            try:
-                source_fixes = ezdxf.readfile(source).audit().fixes
-                doc = ormavec.DXFDocument()
-                doc.Preserve = True
-                doc.Load(source)
-            except Exception:
-                continue  # not read by ezdxf, or refused by us (a damaged drawing)
-            e = doc.ENTITIES
-            del e.LINES[::3]
-            for records, field, value in ((e.CIRCLES, "Radius", 2.5), (e.TEXTS, "Text", "changed")):
-                if len(records):
-                    r = records[0]
-                    setattr(r, field, value)
-                    records[0] = r
-            e.LINES.Add(ormavec.LINE_ENT(StartX=1, EndX=2, Layer="Host added"))
-            e.CIRCLES.Add(ormavec.CIRCLE_ENT(Radius=1, Layer="Host added"))
-            named = {r.Layer.upper() for kind in (e.LINES, e.CIRCLES, e.ARCS, e.TEXTS) for r in kind}
-            layers = doc.TABLES.LAYERS
-            gone = [k for k in range(len(layers)) if layers[k].LayerName.upper() in named - {"0"}][:1]
-            for k in gone:
-                layers.Delete(k)
-            doc.SaveMode = ormavec.SaveMode.Standard
-            doc.Save(saved)
-            try:
-                auditor = ezdxf.readfile(saved).audit()
-                found = [x.message for x in auditor.errors] + (["%d auditor fixes" % len(auditor.fixes)] if auditor.fixes and not source_fixes else [])
-            except Exception as x:
-                found = ["ezdxf could not read it: %s: %s" % (type(x).__name__, x)]
-            checked, failed = checked + 1, failed + bool(found)
-            if found:
-                print("FAIL %s\n     %s" % (os.path.relpath(source, corpus), "\n     ".join(found[:10])))
+    for source in drawings(corpus):
+        saved = os.path.join(out, "changed.dxf")
+        try:
+            source_fixes = ezdxf.readfile(source).audit().fixes
+            doc = ormavec.DXFDocument()
+            doc.Preserve = True
+            doc.Load(source)
+        except Exception:
+            continue  # not read by ezdxf, or refused by us (a damaged drawing)
+        e = doc.ENTITIES
+        del e.LINES[::3]
+        for records, field, value in ((e.CIRCLES, "Radius", 2.5), (e.TEXTS, "Text", "changed")):
+            if len(records):
+                r = records[0]
+                setattr(r, field, value)
+                records[0] = r
+        e.LINES.Add(ormavec.LINE_ENT(StartX=1, EndX=2, Layer="Host added"))
+        e.CIRCLES.Add(ormavec.CIRCLE_ENT(Radius=1, Layer="Host added"))
+        named = {r.Layer.upper() for kind in (e.LINES, e.CIRCLES, e.ARCS, e.TEXTS) for r in kind}
+        layers = doc.TABLES.LAYERS
+        gone = [k for k in range(len(layers)) if layers[k].LayerName.upper() in named - {"0"}][:1]
+        for k in gone:
+            layers.Delete(k)
+        doc.SaveMode = ormavec.SaveMode.Standard
+        doc.Save(saved)
+        try:
+            auditor = ezdxf.readfile(saved).audit()
+            found = [x.message for x in auditor.errors] + (["%d auditor fixes" % len(auditor.fixes)] if auditor.fixes and not source_fixes else [])
+        except Exception as x:
+            found = ["ezdxf could not read it: %s: %s" % (type(x).__name__, x)]
+        checked, failed = checked + 1, failed + bool(found)
+        if found:
+            print("FAIL %s\n     %s" % (os.path.relpath(source, corpus), "\n     ".join(found[:10])))
     print("ezdxf_check --host-changed: %d changed drawings saved, %d failed" % (checked, failed))
     return 0 if checked and not failed else 1
 
