@@ -39,6 +39,7 @@ const WriteOrder<BLOCK_BLOCK>& endOrder() {
 
 void writeDefaultBlock(SaveContext& save, std::string_view name, bool paperSpace) {
     DXFWriter& w = save.Writer();
+    const bool anonymous = name.starts_with('*') && !paperSpace && !EqualsNoCase(name, "*MODEL_SPACE");
     w.WriteString(0, "BLOCK");
     save.WriteHandle();
     w.WriteString(100, "AcDbEntity");
@@ -46,7 +47,7 @@ void writeDefaultBlock(SaveContext& save, std::string_view name, bool paperSpace
     if (paperSpace) w.WriteInteger(67, 1);
     w.WriteString(100, "AcDbBlockBegin");
     w.WriteString(2, name);
-    w.WriteInteger(70, 0);
+    w.WriteInteger(70, anonymous ? 1 : 0);
     w.WritePoint(0.0, 0.0, 0.0, 10, 20, 30);
     w.WriteString(3, name);
     w.WriteString(1, "");
@@ -139,6 +140,11 @@ void BLOCKS::WriteOut(SaveContext& save) const {
         OwnerScope owned(save, recordHandle(save, record++));
         WriteBlock(save, b);
     }
+    if (save.Standard())
+        for (const std::string& name : save.extraBlocks) {
+            OwnerScope owned(save, recordHandle(save, record++));
+            writeDefaultBlock(save, name, false);
+        }
     w.EndSection();
 }
 

@@ -202,6 +202,24 @@ void ForEachNamed(const Set& set, F&& f) {
             for (const DxfEntry& p : e.Pairs)
                 if (p.Code == Code) f(std::string_view(p.Value));
 }
+// The blocks an INSERT, or a kept dimension or table, draws.
+template <class Set, class F>
+void ForEachBlockNamed(const Set& set, F&& f) {
+    if constexpr (Holds<Set, Kind::Insert>)
+        if (const auto& list = ListIn<Kind::Insert>(set))
+            for (const auto& r : *list) f(std::string_view(r.BlockName));
+    if (const KeptEntities* raw = RawOf(set))
+        for (const RawEntity& e : raw->Items()) {
+            if (!EqualsNoCase(e.Name, "DIMENSION") && !EqualsNoCase(e.Name, "ARC_DIMENSION") &&
+                !EqualsNoCase(e.Name, "LARGE_RADIAL_DIMENSION") && !EqualsNoCase(e.Name, "ACAD_TABLE") && !EqualsNoCase(e.Name, "INSERT"))
+                continue;
+            for (const DxfEntry& p : e.Pairs)
+                if (p.Code == 2) {
+                    f(std::string_view(p.Value));
+                    break;
+                }
+        }
+}
 template <class Set, class F>
 void ForEachStyleNamed(const Set& set, F&& f) {
     ForEachNamed<7>(set, static_cast<F&&>(f));

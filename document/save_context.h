@@ -126,6 +126,9 @@ public:
     std::vector<std::string> extraLineTypes;
     // Layers that records name and the LAYER table lacks.
     std::vector<std::string> extraLayers;
+    // Blocks that inserts (or kept dimensions and tables) name and BLOCKS
+    // lacks: written as empty definitions after the others.
+    std::vector<std::string> extraBlocks;
     // R12: the largest distance of an approximating chord from its curve
     // (0: a thousandth of the curve's major radius), and the records of each
     // kind left out as R12 has no such entity.

@@ -75,16 +75,26 @@ int32_t PrepareStandardSave(SaveContext& save, const TABLES& tables, const BLOCK
     const auto useLayer = [&](std::string_view name) { layers.Use(name); };
     entity_sets::ForEachNamed<8>(e, useLayer);
 
+    // Blocks that records draw and BLOCKS lacks (the host removed them): an
+    // empty definition keeps the file valid and the records drawing nothing.
+    std::vector<std::string>& extraBlocks = save.extraBlocks;
+    StyleNames blockNames(blocks, extraBlocks);
+    extraBlocks.clear();
+    const auto useBlock = [&](std::string_view name) { blockNames.Use(name); };
+    entity_sets::ForEachBlockNamed(e, useBlock);
+
     int64_t n = kFixedHandles + entryHandles(tables.LAYERS()) + entryHandles(tables.LTYPES()) + entryHandles(tables.STYLES());
     for (const BLOCK_BLOCK& b : blocks) {
         entity_sets::ForEachStyleNamed(b, use);
         entity_sets::ForEachNamed<6>(b, useLineType);
         entity_sets::ForEachNamed<8>(b, useLayer);
         layers.Use(b.LayerName);
+        entity_sets::ForEachBlockNamed(b, useBlock);
         n += kBlockRecordHandles + BLOCKS::HeadHandles() + entity_sets::HandlesOf(b);
     }
     n += static_cast<int64_t>(extra.size()) * STYLES::EntryHandles() + static_cast<int64_t>(extraLineTypes.size()) * LTYPES::EntryHandles() +
-         static_cast<int64_t>(extraLayers.size()) * LAYERS::EntryHandles();
+         static_cast<int64_t>(extraLayers.size()) * LAYERS::EntryHandles() +
+         static_cast<int64_t>(extraBlocks.size()) * (kBlockRecordHandles + BLOCKS::HeadHandles());
     n += entity_sets::HandlesOf(e) + save.LastHandle() + tables.KeptCount() + keptObjects;
     if (n >= std::numeric_limits<int32_t>::max())
         RaiseError(err::Overflow, "DXFDocument", "Overflow: the drawing holds more objects than its handles can number");

@@ -382,12 +382,12 @@ void TABLES::WriteDimstyle(SaveContext& save) {
 
 void TABLES::WriteBlockRecordHead(SaveContext& save, const BLOCKS& blocks) {
     // Counts the blocks only: the two space entries below may come on top.
-    WriteTableHead(save, "BLOCK_RECORD", blocks.Count());
+    WriteTableHead(save, "BLOCK_RECORD", blocks.Count() + (save.Standard() ? static_cast<int32_t>(save.extraBlocks.size()) : 0));
 }
 
 void TABLES::WriteBlockRecord(SaveContext& save, const BLOCKS& blocks, const KeptTable* kept) {
     if (kept)
-        save.SetOwner(writeKeptHead(save, kept->head, blocks.Count()));
+        save.SetOwner(writeKeptHead(save, kept->head, blocks.Count() + static_cast<int32_t>(save.extraBlocks.size())));
     else
         WriteBlockRecordHead(save, blocks);
     OwnerScope entries(save, kept ? save.Owner() : save.LastHandle());
@@ -426,6 +426,10 @@ void TABLES::WriteBlockRecord(SaveContext& save, const BLOCKS& blocks, const Kep
         if (isModel) modelSpace = save.blockRecords.back();
         if (!save.paperSpaceRecord && EqualsNoCase(b.BlockName, "*PAPER_SPACE")) save.paperSpaceRecord = save.blockRecords.back();
     }
+    // The blocks the host removed while records still draw them: the record
+    // the drawing had for the name, if any, so that pointers to it hold.
+    if (save.Standard())
+        for (const std::string& name : save.extraBlocks) save.blockRecords.push_back(record(name, false));
     save.modelSpaceRecord = modelSpace;
 }
 
