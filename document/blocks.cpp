@@ -143,7 +143,7 @@ void BLOCKS::WriteOut(SaveContext& save) const {
     if (save.Standard())
         for (const std::string& name : save.extraBlocks) {
             OwnerScope owned(save, recordHandle(save, record++));
-            writeDefaultBlock(save, name, false);
+            writeDefaultBlock(save, name, LowerCase(name).starts_with("*paper_space"));
         }
     w.EndSection();
 }

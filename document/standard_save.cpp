@@ -79,9 +79,18 @@ int32_t PrepareStandardSave(SaveContext& save, const TABLES& tables, const BLOCK
     // empty definition keeps the file valid and the records drawing nothing.
     std::vector<std::string>& extraBlocks = save.extraBlocks;
     StyleNames blockNames(blocks, extraBlocks);
+    for (std::string_view fixed : {"*Model_Space", "*Paper_Space"}) blockNames.Use(fixed);  // written anyway
     extraBlocks.clear();
     const auto useBlock = [&](std::string_view name) { blockNames.Use(name); };
     entity_sets::ForEachBlockNamed(e, useBlock);
+    // A kept layout points to its paper space block's record.
+    if (const KeptTable* records = tables.Kept("BLOCK_RECORD"))
+        for (const RawEntity& r : records->entries.Items())
+            for (const DxfEntry& p : r.Pairs)
+                if (p.Code == 2) {
+                    if (LowerCase(p.Value).starts_with("*paper_space")) useBlock(p.Value);
+                    break;
+                }
 
     int64_t n = kFixedHandles + entryHandles(tables.LAYERS()) + entryHandles(tables.LTYPES()) + entryHandles(tables.STYLES());
     for (const BLOCK_BLOCK& b : blocks) {

@@ -12,7 +12,7 @@ whose source ezdxf cannot read either is skipped.
 With --host-changed, every shared drawing is loaded through the Python module
 with Preserve on and changed as a host would (every third LINE deleted, a
 CIRCLE and a TEXT changed, a LINE and a CIRCLE added on a new layer, a layer
-that records name removed, a block that an INSERT draws removed) before its Standard save, which ezdxf must read
+that records name removed, a block that an INSERT draws and a second layout's block removed) before its Standard save, which ezdxf must read
 and audit without errors, and without fixes where the source needs none.
 
     ezdxf_check.py --host-changed MODULE_FOLDER CORPUS OUT_FOLDER
@@ -163,7 +163,9 @@ def host_changed(module, corpus, out):
         for k in gone:
             layers.Delete(k)
         drawn, blocks = {r.BlockName.upper() for r in e.INSERTS}, doc.BLOCKS
-        for k in [k for k in range(len(blocks)) if blocks[k].BlockName.upper() in drawn][:1]:
+        gone = [k for k in range(len(blocks)) if blocks[k].BlockName.upper() in drawn][:1]
+        gone += [k for k in range(len(blocks)) if blocks[k].BlockName.upper().startswith("*PAPER_SPACE") and k not in gone][1:2]
+        for k in sorted(gone, reverse=True):
             blocks.Delete(k)
         doc.SaveMode = ormavec.SaveMode.Standard
         doc.Save(saved)
