@@ -177,20 +177,6 @@ int32_t KeptEntities::Write(SaveContext& save, const RawEntity& e, int32_t handl
     return written;
 }
 
-void KeptEntities::WriteAsRead(SaveContext& save, const RawEntity& e) {
-    DXFWriter& w = save.Writer();
-    w.WriteString(0, e.Name);
-    w.WriteHandle(5, save.KeepHandle(e.Handle()));
-    bool handleSeen = false;
-    for (const DxfEntry& p : e.Pairs) {
-        if (p.Code == 5 && !handleSeen) {
-            handleSeen = true;
-            continue;
-        }
-        w.WriteString(p.Code, p.Value);
-    }
-}
-
 namespace {
 // The owner an object names (its first 330 before a subclass marker), 0 for none.
 uint32_t ownerOf(const RawEntity& e) noexcept {
@@ -201,41 +187,96 @@ uint32_t ownerOf(const RawEntity& e) noexcept {
     return 0;
 }
 
-// Objects whose owner the save did not write (an entity the host deleted or
-// one written under a new handle), and what they own in turn: left out, so
-// that no object names a missing owner.
-std::vector<bool> orphans(const SaveContext& save, const std::vector<RawEntity>& objects) {
-    std::unordered_map<uint32_t, std::size_t> index;
-    for (std::size_t i = 0; i < objects.size(); ++i) index.emplace(objects[i].Handle(), i);
-    std::vector<bool> out(objects.size());
-    for (bool changed = true; changed;) {
-        changed = false;
+// Walks an object's pairs with the subclass each is in, telling a group's
+// member pointers (340 under AcDbGroup) and a dictionary's entries (a 3 name
+// and its 350/360 under AcDbDictionary) apart.
+template <class F>
+void forEachPointer(const RawEntity& e, F&& f) {
+    const bool group = EqualsNoCase(e.Name, "GROUP");
+    std::string_view marker;
+    for (std::size_t i = 0; i < e.Pairs.size(); ++i) {
+        const DxfEntry& p = e.Pairs[i];
+        if (p.Code == 100) marker = p.Value;
+        const bool member = group && p.Code == 340 && EqualsNoCase(marker, "AcDbGroup");
+        const bool entry = (p.Code == 350 || p.Code == 360) && i > 0 && e.Pairs[i - 1].Code == 3 && EqualsNoCase(marker, "AcDbDictionary");
+        f(i, member, entry);
+    }
+}
+
+class ObjectsWritten {
+public:
+    // Objects whose owner the save did not write (an entity the host deleted
+    // or one written under a new handle), groups whose every member the host
+    // deleted, and what these own in turn: left out, so that no object names
+    // a missing owner, and dictionaries drop their entries for them.
+    ObjectsWritten(const SaveContext& save, const std::vector<RawEntity>& objects) : left_(objects.size()) {
+        for (std::size_t i = 0; i < objects.size(); ++i) index_.emplace(objects[i].Handle(), i);
         for (std::size_t i = 0; i < objects.size(); ++i) {
-            const uint32_t owner = ownerOf(objects[i]);
-            if (out[i] || owner == 0 || save.keptHandles.Contains(owner)) continue;
-            const auto it = index.find(owner);
-            if (it != index.end() && !out[it->second]) continue;
-            out[i] = changed = true;
+            const RawEntity& e = objects[i];
+            bool members = false, kept = false;
+            forEachPointer(e, [&](std::size_t k, bool member, bool) {
+                if (!member) return;
+                members = true;
+                kept = kept || save.keptHandles.Contains(ParseHandle(e.Pairs[k].Value));
+            });
+            left_[i] = members && !kept;
+        }
+        for (bool changed = true; changed;) {
+            changed = false;
+            for (std::size_t i = 0; i < objects.size(); ++i) {
+                const uint32_t owner = ownerOf(objects[i]);
+                if (left_[i] || owner == 0 || save.keptHandles.Contains(owner)) continue;
+                const auto it = index_.find(owner);
+                if (it != index_.end() && !left_[it->second]) continue;
+                left_[i] = changed = true;
+            }
         }
     }
-    return out;
-}
+    bool Left(std::size_t i) const { return left_[i]; }
+
+    // The object as read, less the members and entries that point to what
+    // the save left out.
+    void Write(SaveContext& save, const RawEntity& e) const {
+        DXFWriter& w = save.Writer();
+        w.WriteString(0, e.Name);
+        w.WriteHandle(5, save.KeepHandle(e.Handle()));
+        // What to leave out: a member the save did not write; an entry (and its
+        // name before it) for an object left out.
+        std::vector<bool> skip(e.Pairs.size());
+        bool handleSeen = false;
+        forEachPointer(e, [&](std::size_t i, bool member, bool entry) {
+            const DxfEntry& p = e.Pairs[i];
+            if (p.Code == 5 && !handleSeen) handleSeen = skip[i] = true;
+            if (member && !save.keptHandles.Contains(ParseHandle(p.Value))) skip[i] = true;
+            if (entry && gone(p)) skip[i] = skip[i - 1] = true;
+        });
+        for (std::size_t i = 0; i < e.Pairs.size(); ++i)
+            if (!skip[i]) w.WriteString(e.Pairs[i].Code, e.Pairs[i].Value);
+    }
+
+private:
+    bool gone(const DxfEntry& p) const {
+        const auto it = index_.find(ParseHandle(p.Value));
+        return it != index_.end() && left_[it->second];
+    }
+    std::unordered_map<uint32_t, std::size_t> index_;
+    std::vector<bool> left_;
+};
 }  // namespace
 
 void KeptEntities::WriteSection(SaveContext& save, std::string_view section, const KeptEntities& kept) {
     DXFWriter& w = save.Writer();
     w.WriteString(0, "SECTION");
     w.WriteString(2, section);
-    const bool objects = section == "OBJECTS";
-    const std::vector<bool> left = objects ? orphans(save, kept.Items()) : std::vector<bool>();
-    for (std::size_t i = 0; i < kept.Items().size(); ++i) {
-        const RawEntity& e = kept.Items()[i];
-        if (objects) {
-            if (!left[i]) WriteAsRead(save, e);
-            continue;
+    if (section == "OBJECTS") {
+        const ObjectsWritten objects(save, kept.Items());
+        for (std::size_t i = 0; i < kept.Items().size(); ++i)
+            if (!objects.Left(i)) objects.Write(save, kept.Items()[i]);
+    } else {
+        for (const RawEntity& e : kept.Items()) {
+            w.WriteString(0, e.Name);
+            for (const DxfEntry& p : e.Pairs) w.WriteString(p.Code, p.Value);
         }
-        w.WriteString(0, e.Name);
-        for (const DxfEntry& p : e.Pairs) w.WriteString(p.Code, p.Value);
     }
     w.WriteString(0, "ENDSEC");
 }

@@ -102,9 +102,6 @@ public:
     // write (reactors, extension dictionaries) are left out.
     // Returns the handle written.
     static int32_t Write(SaveContext& save, const RawEntity& e, int32_t handleCode = 5);
-    // Writes one as read, its owner included (objects), with the handle it
-    // carried unless already written.
-    static void WriteAsRead(SaveContext& save, const RawEntity& e);
     // Writes a CLASSES or OBJECTS section of kept items: objects as read,
     // classes (which carry no handle) pair by pair.
     static void WriteSection(SaveContext& save, std::string_view section, const KeptEntities& kept);

@@ -302,18 +302,21 @@ RC_GTEST_PROP(Recover, RepairsEachDamageWithAWarningOnItsLine, ()) {
 
 // A preserving load keeps what the model does not type and the host still
 // changes the model: the Standard save writes the kept entities in their
-// place among the typed ones, without the deleted record, with the added one
-// last, every handle once and the seed above them all. A load that does not
+// place among the typed ones, without the deleted record (nor in a group),
+// with the added one last, every handle once and the seed above them all. A load that does not
 // preserve counts what it passed over.
 TEST(Preserving, KeptContentMeetsTheHostsChanges) {
     TempDir dir;
     WriteFile(dir / "in.dxf", Dxf("0 SECTION\n2 HEADER\n9 $ACADVER\n1 AC1015\n9 $INSUNITS\n70 4\n9 $HANDSEED\n5 20\n0 ENDSEC\n"
                                   "0 SECTION\n2 ENTITIES\n0 LINE\n5 10\n8 0\n6 DASHED\n11 1\n0 SPLINE\n5 11\n330 1F\n100 AcDbEntity\n8 0\n"
                                   "100 AcDbSpline\n70 8\n71 3\n1001 APP\n1000 x\n0 LINE\n5 12\n8 0\n11 2\n0 HATCH\n5 13\n8 0\n2 SOLID\n"
-                                  "0 ENDSEC\n0 EOF\n"));
+                                  "0 ENDSEC\n0 SECTION\n2 OBJECTS\n0 DICTIONARY\n5 C\n330 0\n100 AcDbDictionary\n3 ACAD_GROUP\n350 D\n"
+                                  "0 DICTIONARY\n5 D\n330 C\n100 AcDbDictionary\n3 G1\n350 E\n3 G2\n350 F\n0 GROUP\n5 E\n330 D\n"
+                                  "100 AcDbGroup\n300 x\n70 0\n71 1\n340 10\n340 12\n0 GROUP\n5 F\n330 D\n100 AcDbGroup\n300 y\n"
+                                  "70 0\n71 1\n340 10\n0 ENDSEC\n0 EOF\n"));
     DXFDocument lossy;
     lossy.Load(dir / "in.dxf");
-    EXPECT_EQ(lossy.NotKept().Text(), "1 HATCH, 1 SPLINE, 1 header variables");
+    EXPECT_EQ(lossy.NotKept().Text(), "1 HATCH, 1 SPLINE, 1 header variables, 4 objects");
     DXFDocument doc;
     doc.SetPreserve(true);
     doc.SetSaveMode(SaveMode::Standard);
@@ -324,7 +327,7 @@ TEST(Preserving, KeptContentMeetsTheHostsChanges) {
     doc.ENTITIES()->CIRCLES()->Add(CIRCLE_ENT{});
     doc.Save(dir / "out.dxf");
     const std::vector<std::string> lines = SplitCrLf(ReadFile(dir / "out.dxf"));
-    std::vector<std::string> names, handles, insunits, lineTypes;
+    std::vector<std::string> names, handles, insunits, lineTypes, entries, members;
     std::string section, seed;
     for (std::size_t i = 0; i + 1 < lines.size(); i += 2) {
         const int code = std::atoi(lines[i].c_str());
@@ -334,12 +337,17 @@ TEST(Preserving, KeptContentMeetsTheHostsChanges) {
         if (code == 0 && section == "ENTITIES") names.push_back(v);
         if ((code == 5 || code == 105) && section != "HEADER") handles.push_back(v);
         if (code == 6 && section == "ENTITIES") lineTypes.push_back(v);
+        if (code == 3 && section == "OBJECTS") entries.push_back(v);
+        if (code == 340 && section == "OBJECTS") members.push_back(v);
         if (i >= 2 && lines[i - 1] == "$HANDSEED") seed = v;
         if (i >= 2 && lines[i - 1] == "$INSUNITS") insunits.push_back(v);
     }
     EXPECT_EQ(names, (std::vector<std::string>{"SPLINE", "LINE", "HATCH", "CIRCLE"}));
     EXPECT_EQ(insunits, std::vector<std::string>{"4"});
     EXPECT_EQ(lineTypes, std::vector<std::string>{"Continuous"}) << "only the added circle names one";
+    // A group loses the deleted line; a group of nothing else goes, with its entry.
+    EXPECT_EQ(entries, (std::vector<std::string>{"ACAD_GROUP", "G1"}));
+    EXPECT_EQ(members, std::vector<std::string>{"12"});
     std::vector<uint32_t> numbers;
     for (const std::string& h : handles) numbers.push_back(ParseHandle(h));
     std::sort(numbers.begin(), numbers.end());
