@@ -572,24 +572,28 @@ namespace fields_detail {
 
 // Writes the kept pairs of the anchors that match (code, marker), each run
 // once; code 0 after everything else writes what no anchor placed, then the
-// XDATA. Groups pointing into objects are left out unless the save writes
-// the drawing's objects.
+// XDATA. A run starts at an anchor entry (code -1 - c) or at a pair whose
+// After() is c. Groups pointing into objects are left out unless the save
+// writes the drawing's objects.
 inline void WriteKeptAt(DXFWriter& w, std::span<const KeptPair> x, std::vector<bool>& done, int32_t code,
                         std::string_view marker, const std::vector<int32_t>& constant, bool objectsKept) {
+    // Whether x[j] belongs to the run that starts at x[i].
+    const auto inRun = [&](std::size_t i, std::size_t j) { return j < x.size() && x[j].Code >= 0 && (j == i || x[j].After() < 0); };
+    char buf[48];
     for (int pass = 0; pass < (code == 0 ? 2 : 1); ++pass)
         for (std::size_t i = 0; i < x.size(); ++i) {
-            if (x[i].Code >= 0 || done[i]) continue;
-            const int32_t at = -1 - x[i].Code;
+            const int32_t at = x[i].Code < 0 ? -1 - x[i].Code : x[i].After();
+            if (at < 0 || done[i]) continue;
             const bool match = code == 0 ? (pass == 0) != (at == 0) : at == code && (code != 100 || x[i].Value() == marker);
             if (!match) continue;
             done[i] = true;
-            for (std::size_t j = i + 1; j < x.size() && x[j].Code >= 0; ++j) {
+            for (std::size_t j = x[i].Code < 0 ? i + 1 : i; inRun(i, j); ++j) {
                 if (std::find(constant.begin(), constant.end(), x[j].Code) != constant.end()) continue;  // the order writes its own
                 if (!objectsKept && x[j].Code == 102 && (x[j].Value() == "{ACAD_REACTORS" || x[j].Value() == "{ACAD_XDICTIONARY")) {
-                    while (j + 1 < x.size() && x[j + 1].Code >= 0 && !(x[j].Code == 102 && x[j].Value() == "}")) ++j;
+                    while (inRun(i, j + 1) && !(x[j].Code == 102 && x[j].Value() == "}")) ++j;
                     continue;
                 }
-                w.WriteString(x[j].Code, x[j].Value());
+                w.WriteString(x[j].Code, x[j].Format(buf));
             }
         }
 }
