@@ -59,6 +59,11 @@ bool ReadInto(Kind kind, DXFReader& reader, const Set& set, ReadScratch& scratch
     }();
     const Reader read = kReaders[static_cast<std::size_t>(kind)];
     if (!read) return false;
+    // The typed HATCH holds polyline and line-edge paths only and writes its
+    // fill solid: a preserving read keeps a block's HATCH whole, as its pairs,
+    // as it keeps those of ENTITIES (a host finds them with the set's kept
+    // entities; the render draws either).
+    if (kind == Kind::Hatch && scratch.preserve) return false;
     if (kinds::RowOf(kind).read == kinds::Read::VersionMode6 && CurrentVersionMode() <= 5) return false;
     read(reader, set, scratch);
     return true;

@@ -2,11 +2,13 @@
 
 #include <algorithm>
 #include <atomic>
+#include <charconv>
 #include <cstring>
 #include <unordered_map>
 
 #include "document/save_context.h"
 #include "io/fields.h"
+#include "io/number.h"
 
 namespace ormavec {
 
@@ -42,6 +44,44 @@ uint32_t KeptEntities::MaxHandle(int32_t handleCode) const noexcept {
     return m;
 }
 
+namespace {
+// Group codes of real numbers.
+bool realCode(int32_t c) noexcept {
+    return (c >= 10 && c <= 59) || (c >= 110 && c <= 149) || (c >= 210 && c <= 239) || (c >= 460 && c <= 469) || (c >= 1010 && c <= 1059);
+}
+
+// The pair as a number when its text is the value written with the text's
+// own decimals; otherwise a pair without the number flag.
+KeptPair keptNumber(int32_t code, std::string_view text) noexcept {
+    KeptPair p{code, 0, nullptr};
+    if (!realCode(code) || text.empty() || text.size() > 24) return p;
+    const std::size_t point = text.find('.');
+    const std::size_t decimals = point == std::string_view::npos ? 0 : text.size() - point - 1;
+    for (std::size_t i = 0; i < text.size(); ++i)
+        if (!(text[i] >= '0' && text[i] <= '9') && !(i == 0 && text[i] == '-') && i != point) return p;
+    double v = 0;
+    if (ParseDouble(text, v) != ParseStatus::Ok) return p;
+    KeptPair n{code, KeptPair::kNumber | (point != std::string_view::npos ? KeptPair::kPoint : 0) | static_cast<uint32_t>(decimals), nullptr};
+    n.Num = v;
+    char buf[48];
+    return n.Format(buf) == text ? n : p;
+}
+}  // namespace
+
+std::string_view KeptPair::Format(char (&buf)[48]) const noexcept {
+    if (!IsNumber()) return Value();
+    const int decimals = static_cast<int>(Size & (kPoint - 1));
+    char* end = std::to_chars(buf, buf + sizeof buf - 1, Num, std::chars_format::fixed, decimals).ptr;
+    if ((Size & kPoint) && decimals == 0) *end++ = '.';
+    return {buf, static_cast<std::size_t>(end - buf)};
+}
+
+double KeptPair::Number() const noexcept {
+    if (IsNumber()) return Num;
+    double v = 0;
+    return ParseDouble(Value(), v) == ParseStatus::Ok ? v : 0;
+}
+
 void KeptEntities::KeepTyped(uint32_t place, std::string_view handle, std::vector<DxfEntry>* extras) {
     if (const uint32_t h = ParseHandle(handle)) {
         maxTyped_ = std::max(maxTyped_, h);
@@ -60,7 +100,23 @@ void KeptEntities::KeepTyped(uint32_t place, std::string_view handle, std::vecto
     }
     std::vector<KeptPair>& chunk = extrasChunks_.back();
     const auto begin = static_cast<uint32_t>(chunk.size());
-    for (const DxfEntry& e : *extras) chunk.push_back({e.Code, static_cast<uint32_t>(e.Value.size()), storeText(e.Value)});
+    int32_t after = -1;  // an anchor entry not yet written: folded into the pair after it
+    for (const DxfEntry& e : *extras) {
+        if (e.Code < 0 && e.Value.empty() && -1 - e.Code != 100 && -1 - e.Code < static_cast<int32_t>(KeptPair::kAfterCodes)) {
+            after = -1 - e.Code;
+            continue;
+        }
+        KeptPair p = keptNumber(e.Code, e.Value);
+        if (!p.IsNumber()) p = {e.Code, static_cast<uint32_t>(e.Value.size()), storeText(e.Value)};
+        if (after >= 0) {
+            if (p.IsNumber() || p.Size < (1u << KeptPair::kAfterShift))
+                p.Size |= KeptPair::kAfter | static_cast<uint32_t>(after) << KeptPair::kAfterShift;
+            else
+                chunk.push_back({-1 - after, 0, ""});
+            after = -1;
+        }
+        chunk.push_back(p);
+    }
     extras->clear();  // the reader's buffer keeps its room for the next record
     const ExtrasAt at{place, static_cast<uint32_t>(extrasChunks_.size() - 1), begin, static_cast<uint32_t>(chunk.size())};
     if (extras_.empty() || extras_.back().place < place) return extras_.push_back(at);

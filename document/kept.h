@@ -50,6 +50,7 @@
 
 #include <array>
 #include <cstdint>
+#include <deque>
 #include <map>
 #include <memory>
 #include <span>
@@ -70,12 +71,33 @@ uint32_t ParseHandle(std::string_view text) noexcept;
 
 // A pair a typed record carried beyond its fields, as its set keeps it:
 // 16 bytes, its text in the set's own store (many records carry one or two
-// such pairs, often the same texts).
+// such pairs, often the same texts). A real number whose text is its value
+// written with the text's own decimals ("12.50", "-3", "7.") keeps the value
+// instead (no text bytes: an aligned TEXT's point is three such pairs).
+// The first pair of a run may carry the code of the pair the run followed
+// in the file (After()), so that the run needs no anchor entry of its own.
 struct KeptPair {
     int32_t Code;
-    uint32_t Size;
-    const char* Text;
-    std::string_view Value() const noexcept { return {Text, Size}; }
+    uint32_t Size;  // the text's size, or the number's form; and the flags below
+    union {
+        const char* Text;
+        double Num;
+    };
+    static constexpr uint32_t kNumber = 1u << 31;  // Num holds the value; the low bits give the form
+    static constexpr uint32_t kAfter = 1u << 30;   // bits kAfterShift.. hold the code the run followed
+    static constexpr int kAfterShift = 19;
+    static constexpr uint32_t kAfterCodes = 1u << 11;
+    static constexpr uint32_t kPoint = 1u << 5;  // a number's form: a point; decimals in the bits below
+    bool IsNumber() const noexcept { return Size & kNumber; }
+    // The code of the pair the run that starts here followed; -1 for none.
+    int32_t After() const noexcept { return Size & kAfter ? static_cast<int32_t>((Size >> kAfterShift) & (kAfterCodes - 1)) : -1; }
+    // The text of a pair kept as text ({} for a number: see Format).
+    std::string_view Value() const noexcept {
+        return IsNumber() ? std::string_view() : std::string_view(Text, Size & (Size & kAfter ? (1u << kAfterShift) - 1 : kAfter - 1));
+    }
+    // The pair's text as the file had it; buf holds a number's text.
+    std::string_view Format(char (&buf)[48]) const noexcept;
+    double Number() const noexcept;  // the value, for a text 0 unless a number
 };
 
 // One entity kept as the pairs of the file, its 0/<name> pair aside.
@@ -128,7 +150,7 @@ private:
     struct HandleRun {
         uint32_t place, handle, count;
     };
-    std::vector<HandleRun> handles_;
+    std::deque<HandleRun> handles_;  // no copy as they grow
     // Extra pairs in chunks that never move once filled (no copy as they
     // grow), and per record with some its place and where they lie: a few
     // bytes per record beside the pairs, no allocation of its own.
@@ -145,7 +167,7 @@ private:
     struct ExtrasAt {
         uint32_t place, chunk, begin, end;
     };
-    std::vector<ExtrasAt> extras_;
+    std::deque<ExtrasAt> extras_;
     uint32_t maxTyped_ = 0;
 };
 

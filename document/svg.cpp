@@ -459,11 +459,7 @@ std::span<const KeptPair> keptPairs(P& p, const R& r) {
     if (!p.scene.kept || (r.kept.pairs & kKeptExtras) == 0) return {};
     return p.scene.kept->ExtrasOf(r.kept.place);
 }
-double pairNumber(std::string_view value) {
-    double x = 0;
-    return ParseDouble(value, x) == ParseStatus::Ok ? x : 0;
-}
-double pairNumber(const KeptPair& e) { return pairNumber(e.Value()); }
+double pairNumber(const KeptPair& e) { return e.Number(); }
 
 // One record of each kind.
 template <class P>

@@ -27,6 +27,18 @@ const WriteOrder<TEXT_ENT>& textOrder() {
     return order;
 }
 
+// Whether the direction a preserving read kept (11, 21, before any embedded
+// object) still gives the rotation, as the read took it (see WriteOp). The
+// read leaves one along the Y axis to group 50: it stands while that is 0.
+int directionGives(const MTEXT_ENT& r, std::span<const KeptPair> kept) {
+    double x = 0, y = 0;
+    bool found = false;
+    for (std::size_t i = 0; i < kept.size() && kept[i].Code != 101; ++i)
+        if (kept[i].Code == 11 || kept[i].Code == 21) (kept[i].Code == 11 ? x : y) = kept[i].Number(), found = true;
+    if (!found) return -1;
+    return x == 0.0 ? r.TextRotation == 0.0 : std::atan(y / x) == r.TextRotation;
+}
+
 const WriteOrder<MTEXT_ENT>& mtextOrder() {
     using R = MTEXT_ENT;
     using O = W<R>;
@@ -36,7 +48,8 @@ const WriteOrder<MTEXT_ENT>& mtextOrder() {
         O::Of(&R::Align), O::Of(&R::Direction), O::Custom([](DXFWriter& w, const R& r) { w.WriteTextPieces(r.Text, kChunkUnits, 3, 1); }),
         O::Of(&R::Style),
         O::Custom([](DXFWriter& w, const R& r) { w.WriteDouble(42, r.CharWidth > r.Width ? r.Width : r.CharWidth); }, &R::CharWidth),
-        O::Of(&R::EntityHeight), O::Of(&R::TextRotation), O::Of(&R::LineSpacing), O::Of(&R::LineSpacing2)};
+        O::Of(&R::EntityHeight), O::Of(&R::TextRotation).UnlessKept(directionGives, {11, 21, 31}), O::Of(&R::LineSpacing),
+        O::Of(&R::LineSpacing2)};
     return order;
 }
 
@@ -83,8 +96,10 @@ void ReadEntity(DXFReader& reader, MTEXT_ENT& record) {
         case 31: (void)reader.ToDouble(p.Value); break;
         default: return PairIs::Field;
         }
+        // The direction gives the rotation; a preserving read also keeps its
+        // pairs, written back while the rotation is still the one they give.
         hasDirection = true;
-        return PairIs::Taken;
+        return PairIs::Kept;
     });
     reader.DecodePieces(record.Text);
     // The direction wins over group 50 wherever that came; principal value only.

@@ -425,6 +425,13 @@ struct WriteOp {
     double numDefault = 0;      // the value the field has when read without its pair
     std::string_view textDefault;
     bool (*when)(const R&) = nullptr;                  // written only when true
+    // For a read record with kept pairs: 1 when those pairs still give the
+    // field's value (a direction that gives a rotation), 0 when they no longer
+    // do, -1 when none is kept. At 1 the op is left out where the field's pair
+    // was absent; at 0 the kept pairs of keptCodes are left out (an embedded
+    // object's aside), so that the field's value is the one read back.
+    int (*keptGives)(const R&, std::span<const KeptPair>) = nullptr;
+    std::array<int32_t, 3> keptCodes{};
     bool madeOnly = false;  // written only for a record the host made (a read one keeps its own pair, if any)
     bool readOnly = false;  // written only in a Standard save of a read record that had the pair
     void (*custom)(DXFWriter&, const R&) = nullptr;   // Custom
@@ -439,6 +446,11 @@ struct WriteOp {
     }
     WriteOp& IfRead() {
         readOnly = true;
+        return *this;
+    }
+    WriteOp& UnlessKept(int (*gives)(const R&, std::span<const KeptPair>), std::array<int32_t, 3> codes) {
+        keptGives = gives;
+        keptCodes = codes;
         return *this;
     }
 };
@@ -572,24 +584,30 @@ namespace fields_detail {
 
 // Writes the kept pairs of the anchors that match (code, marker), each run
 // once; code 0 after everything else writes what no anchor placed, then the
-// XDATA. Groups pointing into objects are left out unless the save writes
-// the drawing's objects.
+// XDATA. A run starts at an anchor entry (code -1 - c) or at a pair whose
+// After() is c. Groups pointing into objects are left out unless the save
+// writes the drawing's objects.
 inline void WriteKeptAt(DXFWriter& w, std::span<const KeptPair> x, std::vector<bool>& done, int32_t code,
                         std::string_view marker, const std::vector<int32_t>& constant, bool objectsKept) {
+    // Whether x[j] belongs to the run that starts at x[i].
+    const auto inRun = [&](std::size_t i, std::size_t j) { return j < x.size() && x[j].Code >= 0 && (j == i || x[j].After() < 0); };
+    char buf[48];
     for (int pass = 0; pass < (code == 0 ? 2 : 1); ++pass)
         for (std::size_t i = 0; i < x.size(); ++i) {
-            if (x[i].Code >= 0 || done[i]) continue;
-            const int32_t at = -1 - x[i].Code;
+            const int32_t at = x[i].Code < 0 ? -1 - x[i].Code : x[i].After();
+            if (at < 0 || done[i]) continue;
             const bool match = code == 0 ? (pass == 0) != (at == 0) : at == code && (code != 100 || x[i].Value() == marker);
             if (!match) continue;
             done[i] = true;
-            for (std::size_t j = i + 1; j < x.size() && x[j].Code >= 0; ++j) {
-                if (std::find(constant.begin(), constant.end(), x[j].Code) != constant.end()) continue;  // the order writes its own
+            bool embedded = false;  // an embedded object's pairs (from 101 on) are all its own
+            for (std::size_t j = x[i].Code < 0 ? i + 1 : i; inRun(i, j); ++j) {
+                embedded = embedded || x[j].Code == 101;
+                if (!embedded && std::find(constant.begin(), constant.end(), x[j].Code) != constant.end()) continue;  // the order writes its own
                 if (!objectsKept && x[j].Code == 102 && (x[j].Value() == "{ACAD_REACTORS" || x[j].Value() == "{ACAD_XDICTIONARY")) {
-                    while (j + 1 < x.size() && x[j + 1].Code >= 0 && !(x[j].Code == 102 && x[j].Value() == "}")) ++j;
+                    while (inRun(i, j + 1) && !(x[j].Code == 102 && x[j].Value() == "}")) ++j;
                     continue;
                 }
-                w.WriteString(x[j].Code, x[j].Value());
+                w.WriteString(x[j].Code, x[j].Format(buf));
             }
         }
 }
@@ -667,11 +685,14 @@ void WriteByOrder(Save& save, const WriteOrder<R>& order, const R& r) {
         return !kept.empty() && objectsKept && code >= 390 && code <= 399 &&
                std::any_of(kept.begin(), kept.end(), [&](const KeptPair& e) { return e.Code == code; });
     };
-    std::vector<int32_t> constant;  // codes the order writes as constants (66, ...)
+    std::vector<int32_t> constant;  // codes the order writes as constants (66, ...), or whose kept pairs no longer stand
     if (!kept.empty())
-        for (const WriteOp<R>& op : order)
+        for (const WriteOp<R>& op : order) {
             if (op.kind == WriteOp<R>::Kind::Text && op.code != 0 && op.code != 100 && op.code != 6 && !keptPointer(op.code))
                 constant.push_back(op.code);
+            if (op.keptGives && op.keptGives(r, kept) == 0)
+                for (int32_t c : op.keptCodes) constant.push_back(c);
+        }
     // A paper space entity of the ENTITIES section is owned by the paper
     // space block's record, as it was.
     const int32_t owner = save.Owner();
@@ -688,6 +709,7 @@ void WriteByOrder(Save& save, const WriteOrder<R>& order, const R& r) {
         if (op.readOnly && !(wasRead && fields_detail::PresentAsRead(op, r))) continue;
         if (op.when && !op.when(r) && !(wasRead && fields_detail::PresentAsRead(op, r))) continue;
         if (absent && fields_detail::AbsentAsRead(op, r)) continue;
+        if (op.keptGives && !kept.empty() && !fields_detail::PresentAsRead(op, r) && op.keptGives(r, kept) == 1) continue;
         switch (op.kind) {
         case WriteOp<R>::Kind::Text:
             // A constant line type only for a record the host made: a read one

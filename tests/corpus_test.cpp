@@ -191,6 +191,7 @@ TEST(CorpusTest, RoundTripsEveryFile) {
         // Classic: save, reload. Standard: load with Auto, save, reload with Auto.
         source.SetTextConvertMode(TextConvertMode::Auto);
         standard.SetTextConvertMode(TextConvertMode::Auto);
+        standard.SetPreserve(true);  // a block's HATCH is kept whole there too
         source.SetSaveMode(SaveMode::Standard);
         source.SetPreserve(true);
         const fs::path saved[2] = {kSaved[0] / flat, kSaved[1] / flat};
@@ -202,6 +203,7 @@ TEST(CorpusTest, RoundTripsEveryFile) {
         source.SetBinary(true);
         source.Save((kSaved[2] / flat).string());
         binary.SetTextConvertMode(TextConvertMode::Auto);
+        binary.SetPreserve(true);
         binary.Load((kSaved[2] / flat).string());
         // Every entity the load kept and every header variable comes back, the entities in the
         // order drawn; the rest is counted for the totals.

@@ -413,13 +413,15 @@ TEST(Preserving, TypedRecordsKeepTheirPairsAndHandles) {
 // Pairs a typed record reads back as the file gave them, whatever the model
 // writes for a record the host made: TEXT without its alignment point, with a
 // width factor of 1 and an empty text, with a point of its own; MTEXT without
-// 42 and with an embedded object's pairs; a closed polygon mesh's flags and
-// counts. Numbers by value; 5, 330 and 100 aside.
+// 42, with a direction (no rotation of its own) and with an embedded object's
+// pairs; a closed polygon mesh's flags and counts. Numbers by value; 5, 330
+// and 100 aside.
 TEST(Preserving, ReadPairsComeBackAsGiven) {
     TempDir dir;
     const std::string entities =
         "0 TEXT\n8 0\n10 1\n20 2\n30 0\n40 2.5\n1 \n41 1\n50 0\n7 Standard\n"
         "0 TEXT\n8 0\n10 1\n20 2\n30 0\n40 2.5\n1 A\n72 1\n11 4\n21 2\n31 0\n73 2\n"
+        "0 MTEXT\n8 0\n10 3\n20 4\n30 0\n40 2.5\n41 20\n71 1\n72 5\n1 C\n11 0.5\n21 0.5\n31 0\n0 MTEXT\n8 0\n1 D\n11 0\n21 1\n31 0\n"
         "0 MTEXT\n8 0\n10 3\n20 4\n30 0\n40 2.5\n41 20\n71 1\n72 5\n1 B\n73 1\n44 1\n101 Embedded Object\n70 1\n10 1\n20 0\n"
         "11 3\n21 4\n40 20\n41 0\n42 15\n43 15\n71 2\n72 1\n44 20\n45 12.5\n73 0\n74 0\n46 0\n"
         "0 POLYLINE\n8 0\n66 1\n10 0\n20 0\n30 0\n70 17\n71 2\n72 2\n"
@@ -451,4 +453,30 @@ TEST(Preserving, ReadPairsComeBackAsGiven) {
     const std::vector<Entity> given = heads(PairLines(entities)), saved = heads(SplitCrLf(ReadFile(dir / "out.dxf")));
     ASSERT_EQ(given.size(), saved.size());
     for (std::size_t i = 0; i < given.size(); ++i) EXPECT_EQ(given[i], saved[i]) << "entity " << i;
+}
+
+// A number kept beside a typed record comes back as the file wrote it, kept
+// as its value or, in a form the number writer would not give, as text; a
+// changed MTEXT rotation is written in place of the direction it was read from.
+RC_GTEST_PROP(Preserving, KeptNumbersComeBackAsWritten, ()) {
+    char buf[64];
+    const double v = *rc::gen::inRange(-2000000, 2000000) / 997.0;
+    const std::string fixed(buf, std::to_chars(buf, buf + sizeof buf, v, std::chars_format::fixed, *rc::gen::inRange(0, 12)).ptr);
+    const std::string text = *rc::gen::element(fixed, fixed + ".", "0" + fixed, fixed + "e0", "+" + fixed, fixed + "0", std::string("-0.0"));
+    TempDir dir;
+    WriteFile(dir / "in.dxf", Dxf("0 SECTION\n2 ENTITIES\n0 LINE\n8 0\n48 " + text + "\n1001 APP\n1040 " + text +
+                                  "\n0 MTEXT\n8 0\n1 M\n11 1\n21 1\n31 0\n0 ENDSEC\n0 EOF\n"));
+    DXFDocument doc;
+    doc.SetPreserve(true);
+    doc.SetSaveMode(SaveMode::Standard);
+    doc.Load(dir / "in.dxf");
+    MTEXT_ENT m = doc.ENTITIES()->MTEXTS()->Item(0);
+    m.TextRotation = 0.5;
+    doc.ENTITIES()->MTEXTS()->LetItem(0, m);
+    doc.Save(dir / "out.dxf");
+    std::multiset<std::pair<std::string, std::string>> pairs;
+    const std::vector<std::string> lines = SplitCrLf(ReadFile(dir / "out.dxf"));
+    for (std::size_t i = 0; i + 1 < lines.size(); i += 2) pairs.emplace(lines[i].substr(lines[i].find_first_not_of(' ')), lines[i + 1]);
+    RC_ASSERT(pairs.count({"48", text}) == 1 && pairs.count({"1040", text}) == 1);
+    RC_ASSERT(pairs.count({"50", "0.5"}) == 1 && pairs.count({"11", "1"}) == 0);
 }

@@ -99,9 +99,12 @@ private:
         requires std::is_arithmetic_v<T>
     void value(const std::string& path, T e, T a) {
         char buf[kNumberBufferSize];
+        // A value the read derives from pairs kept as they were (an MTEXT's
+        // rotation from its direction) comes back whole.
+        const T whole = e;
         if constexpr (std::is_same_v<T, double>)
             if (std::isfinite(e) && !o_.exactNumbers) (void)ParseDouble(std::string_view(buf, static_cast<std::size_t>(FormatDouble(buf, e) - buf)), e);
-        if (e != a) differ(path, e, a);
+        if (e != a && whole != a) differ(path, e, a);
     }
     // A text; a declared fallback is written in place of an empty one.
     void value(const std::string& path, const std::string& e, const std::string& a, std::string_view fallback = {}) {
