@@ -121,6 +121,7 @@ DXFWriter::~DXFWriter() { discard(); }
 
 void DXFWriter::discard() noexcept {
     stopBackground();
+    background_.reset();
     if (fd_ >= 0) {
         ::close(fd_);
         fd_ = -1;
@@ -268,6 +269,12 @@ struct DXFWriter::Background {
 };
 
 void DXFWriter::handOver() {
+    if (background_ && !background_->thread.joinable()) {
+        // Stopped by a close that failed: an error stays, anything else is written here.
+        if (background_->error != 0) failFile(background_->error, target_);
+        if (const int e = writeAll(fd_, buffer_.get(), size_)) failFile(e, target_);
+        return;
+    }
     if (!background_) {
         try {
             if (!spare_) {
@@ -301,19 +308,19 @@ void DXFWriter::handOver() {
     std::swap(capacity_, spareCapacity_);
 }
 
+// Kept after a failed write, so that a later close raises it again.
 int DXFWriter::stopBackground() noexcept {
     if (!background_) return 0;
     Background& b = *background_;
-    int e = 0;
-    {
-        std::unique_lock lock(b.mutex);
-        b.stop = true;
+    if (b.thread.joinable()) {
+        {
+            std::lock_guard lock(b.mutex);
+            b.stop = true;
+        }
         b.changed.notify_all();
+        b.thread.join();
     }
-    b.thread.join();
-    e = b.error;
-    background_.reset();
-    return e;
+    return b.error;
 }
 
 void DXFWriter::flush() {

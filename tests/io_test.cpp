@@ -259,9 +259,15 @@ TEST(Io, FileSavesOnTheWritingThread) {
     ::getrlimit(RLIMIT_FSIZE, &old), small = old, small.rlim_cur = 2u << 20;
     const auto oldSignal = ::signal(SIGXFSZ, SIG_IGN);  // a write past the limit fails with EFBIG instead
     ::setrlimit(RLIMIT_FSIZE, &small);
-    const auto failed = Caught([&] { DXFWriter w; w.OpenOutput(target), write(w, 400000), w.CloseOutput(); });
-    ::setrlimit(RLIMIT_FSIZE, &old), ::signal(SIGXFSZ, oldSignal);
+    std::pair<int32_t, std::string> failed, again;
+    {
+        DXFWriter w;
+        failed = Caught([&] { w.OpenOutput(target), write(w, 400000), w.CloseOutput(); });
+        ::setrlimit(RLIMIT_FSIZE, &old), ::signal(SIGXFSZ, oldSignal);
+        again = Caught([&] { w.CloseOutput(); });  // a second close does not put the broken file in place
+    }
     EXPECT_EQ(failed, std::make_pair(err::PathFileAccessError, "DXFWriter: Cannot write " + target + ": " + std::strerror(EFBIG)));
+    EXPECT_EQ(again, failed);
     EXPECT_TRUE(ReadFile(target) == "old" && dir.entries() == 1u);
 }
 
