@@ -11,8 +11,12 @@
 #include <cerrno>
 #include <charconv>
 #include <cmath>
+#include <condition_variable>
 #include <cstdlib>
 #include <cstring>
+#include <mutex>
+#include <system_error>
+#include <thread>
 
 #include "io/binary_codes.h"
 #include "io/error.h"
@@ -116,6 +120,8 @@ DXFWriter::DXFWriter(CodePage codePage) : codePage_(codePage) {}
 DXFWriter::~DXFWriter() { discard(); }
 
 void DXFWriter::discard() noexcept {
+    stopBackground();
+    background_.reset();
     if (fd_ >= 0) {
         ::close(fd_);
         fd_ = -1;
@@ -132,7 +138,6 @@ void DXFWriter::discard() noexcept {
 void DXFWriter::OpenOutput(const std::string& fileName) {
     discard();
     written_ = 0;
-    writebackFrom_ = 0;
     if (!buffer_) {
         capacity_ = kBufferSize;
         buffer_ = std::make_unique_for_overwrite<char[]>(capacity_);
@@ -204,6 +209,120 @@ void DXFWriter::startOutput() {
     lineDone();
 }
 
+namespace {
+// Writes all of it; 0 or the error.
+int writeAll(int fd, const char* p, std::size_t left) noexcept {
+    while (left > 0) {
+        ssize_t n = ::write(fd, p, left);
+        if (n < 0) {
+            if (errno == EINTR) continue;
+            return errno;
+        }
+        p += n;
+        left -= static_cast<std::size_t>(n);
+    }
+    return 0;
+}
+}  // namespace
+
+// The thread that writes a safe save's buffers while the next one is being
+// filled. A safe save ends by waiting for its file to reach the disk; asking
+// the kernel to start writing each few megabytes as they come lets the disk
+// work while the rest is formatted, so that the final wait is short. The
+// first error stops the writing; the saving thread raises it at its next
+// hand-over or at the close, before the file would be put in place.
+struct DXFWriter::Background {
+    std::mutex mutex;
+    std::condition_variable changed;
+    const char* data = nullptr;  // the buffer being written while busy
+    std::size_t size = 0;
+    bool busy = false;
+    bool stop = false;
+    int error = 0;
+    std::thread thread;
+
+    void run(int fd) {
+        int64_t written = 0, writebackFrom = 0;
+        std::unique_lock lock(mutex);
+        for (;;) {
+            changed.wait(lock, [this] { return busy || stop; });
+            if (!busy) return;
+            const char* p = data;
+            const std::size_t n = size;
+            const bool failed = error != 0;
+            lock.unlock();
+            const int e = failed ? 0 : writeAll(fd, p, n);
+            written += static_cast<int64_t>(n);
+#if defined(__linux__)
+            constexpr int64_t kWritebackStep = 4 << 20;
+            if (e == 0 && !failed && written - writebackFrom >= kWritebackStep) {
+                ::sync_file_range(fd, writebackFrom, written - writebackFrom, SYNC_FILE_RANGE_WRITE);
+                writebackFrom = written;
+            }
+#endif
+            lock.lock();
+            if (e != 0) error = e;
+            busy = false;
+            changed.notify_all();
+        }
+    }
+};
+
+void DXFWriter::handOver() {
+    if (background_ && !background_->thread.joinable()) {
+        // Stopped by a close that failed: an error stays, anything else is written here.
+        if (background_->error != 0) failFile(background_->error, target_);
+        if (const int e = writeAll(fd_, buffer_.get(), size_)) failFile(e, target_);
+        return;
+    }
+    if (!background_) {
+        try {
+            if (!spare_) {
+                spare_ = std::make_unique_for_overwrite<char[]>(capacity_);
+                spareCapacity_ = capacity_;
+            }
+            auto b = std::make_unique<Background>();
+            b->thread = std::thread([b = b.get(), fd = fd_] { b->run(fd); });
+            background_ = std::move(b);
+        } catch (const std::exception&) {
+            // No thread or no memory for a second buffer: written here instead.
+            if (const int e = writeAll(fd_, buffer_.get(), size_)) failFile(e, target_);
+            return;
+        }
+    }
+    Background& b = *background_;
+    {
+        std::unique_lock lock(b.mutex);
+        b.changed.wait(lock, [&b] { return !b.busy; });
+        if (b.error != 0) {
+            const int e = b.error;
+            lock.unlock();
+            failFile(e, target_);
+        }
+        b.data = buffer_.get();
+        b.size = size_;
+        b.busy = true;
+    }
+    b.changed.notify_all();
+    std::swap(buffer_, spare_);
+    std::swap(capacity_, spareCapacity_);
+}
+
+// Kept after a failed write, so that a later close raises it again.
+int DXFWriter::stopBackground() noexcept {
+    if (!background_) return 0;
+    Background& b = *background_;
+    if (b.thread.joinable()) {
+        {
+            std::lock_guard lock(b.mutex);
+            b.stop = true;
+        }
+        b.changed.notify_all();
+        b.thread.join();
+    }
+    return b.error;
+}
+
 void DXFWriter::flush() {
     if (size_ == 0) return;
     if (memory_) {
@@ -211,34 +330,14 @@ void DXFWriter::flush() {
         size_ = 0;
         return;
     }
-    const char* p = buffer_.get();
-    std::size_t left = size_;
-    while (left > 0) {
-        ssize_t n = ::write(fd_, p, left);
-        if (n < 0) {
-            if (errno == EINTR) continue;
-            int e = errno;
-            failFile(e, target_);
-        }
-        p += n;
-        left -= static_cast<std::size_t>(n);
+    if (!tempName_.empty()) {
+        handOver();
+    } else if (const int e = writeAll(fd_, buffer_.get(), size_)) {
+        failFile(e, target_);
     }
     written_ += static_cast<int64_t>(size_);
     size_ = 0;
-    startWriteback();
     if (BytesProgress) BytesProgress(written_);
-}
-
-// A safe save ends by waiting for its file to reach the disk; asking the
-// kernel to start writing each few megabytes as they are made lets the disk
-// work while the rest is formatted, so that the final wait is short.
-void DXFWriter::startWriteback() noexcept {
-#if defined(__linux__)
-    constexpr int64_t kWritebackStep = 8 << 20;
-    if (tempName_.empty() || written_ - writebackFrom_ < kWritebackStep) return;
-    ::sync_file_range(fd_, writebackFrom_, written_ - writebackFrom_, SYNC_FILE_RANGE_WRITE);
-    writebackFrom_ = written_;
-#endif
 }
 
 void DXFWriter::CloseOutput() {
@@ -257,6 +356,7 @@ void DXFWriter::CloseOutput() {
         if (e != 0 && e != EINTR) failFile(e, target_);
         return;
     }
+    if (const int e = stopBackground()) failFile(e, target_);
     if (::fsync(fd_) != 0 && errno != EINVAL) {
         int e = errno;
         failFile(e, target_);

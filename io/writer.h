@@ -56,7 +56,8 @@ public:
     bool Binary() const noexcept { return binary_ != 0; }
 
     void OpenOutput(const std::string& fileName);
-    // Raised after each buffer written, with the bytes written so far.
+    // Raised on the saving thread after each buffer written (or handed to
+    // the thread that writes it), with the bytes so far.
     std::function<void(int64_t bytes)> BytesProgress;
     // Writes into a string instead of a file (tests); the string holds every
     // line as soon as it is written.
@@ -95,7 +96,10 @@ private:
     }
     void needSlow(std::size_t bytes);
     void flush();
-    void startWriteback() noexcept;
+    // A safe save hands each full buffer to a thread of its own (writer.cpp).
+    struct Background;
+    void handOver();
+    int stopBackground() noexcept;  // the first write error, or 0
     void discard() noexcept;
     void putCode(int32_t code);
     static char* codeLine(char* p, int32_t code) noexcept;
@@ -128,11 +132,13 @@ private:
     std::string tempName_;
     int tempSlot_ = -1;  // where the signal handlers find tempName_
     int64_t written_ = 0;
-    int64_t writebackFrom_ = 0;
+    std::unique_ptr<Background> background_;
     std::string* memory_ = nullptr;
     std::unique_ptr<char[]> buffer_;
     std::size_t size_ = 0;
     std::size_t capacity_ = 0;
+    std::unique_ptr<char[]> spare_;  // filled while the background thread writes buffer_'s last content
+    std::size_t spareCapacity_ = 0;
     std::string encoded_;
     std::string joined_;               // WriteTextPieces: the pieces trimmed and joined
     std::vector<std::size_t> pieces_;  // and the ends of the pieces in the text

@@ -3,12 +3,15 @@
 // push-back, line ends, progress, files, code pages, UTF-8 and escapes.
 #include <gtest/gtest.h>
 #include <rapidcheck/gtest.h>
+#include <sys/resource.h>
 
 #include <algorithm>
 #include <bit>
 #include <charconv>
 #include <cmath>
+#include <csignal>
 #include <cstdint>
+#include <cstring>
 #include <functional>
 #include <iterator>
 #include <memory>
@@ -230,6 +233,42 @@ TEST(Io, FilesReplacedOnlyWhenClosedAndOpenFailures) {
     EXPECT_EQ(ErrorNumberOf([&] { w.OpenOutput(dir / "new/"); }), err::BadFileNameOrNumber);
     const Error missing = Raised([&] { r.OpenInput(dir / "missing"); });
     EXPECT_TRUE(missing.number() == err::FileNotFound && std::string(missing.what()).find(dir / "missing") != std::string::npos);
+}
+
+// A file save of several buffers (1 MB each) is written by a second thread:
+// the file holds what a string output gets, a value larger than a buffer
+// included, and a write failing there is raised to the caller (at a later
+// write or the close) with its number and text, the old file kept.
+TEST(Io, FileSavesOnTheWritingThread) {
+    TempDir dir;
+    const std::string target = dir / "out.dxf";
+    const auto write = [](DXFWriter& w, std::size_t pairs) {
+        for (std::size_t i = 0; i < pairs; ++i) {
+            if (i == pairs / 2) w.WriteString(1, std::string((3u << 20) + i, 'L'));
+            i % 3 == 0 ? w.WriteDouble(10, std::ldexp(static_cast<double>(i * 7919 % 100003), -16)) : i % 3 == 1 ? w.WriteInteger(70, -static_cast<int32_t>(i)) : w.WriteString(8, "0");
+        }
+    };
+    for (std::size_t pairs : {0u, 1000u, 60000u, 250000u}) {
+        std::string expected;
+        DXFWriter s, f;
+        s.OpenString(&expected), write(s, pairs), s.CloseOutput(), f.OpenOutput(target), write(f, pairs), f.CloseOutput();
+        EXPECT_TRUE(ReadFile(target) == expected && dir.entries() == 1u) << pairs;
+    }
+    WriteFile(target, "old");
+    rlimit old{}, small{};
+    ::getrlimit(RLIMIT_FSIZE, &old), small = old, small.rlim_cur = 2u << 20;
+    const auto oldSignal = ::signal(SIGXFSZ, SIG_IGN);  // a write past the limit fails with EFBIG instead
+    ::setrlimit(RLIMIT_FSIZE, &small);
+    std::pair<int32_t, std::string> failed, again;
+    {
+        DXFWriter w;
+        failed = Caught([&] { w.OpenOutput(target), write(w, 400000), w.CloseOutput(); });
+        ::setrlimit(RLIMIT_FSIZE, &old), ::signal(SIGXFSZ, oldSignal);
+        again = Caught([&] { w.CloseOutput(); });  // a second close does not put the broken file in place
+    }
+    EXPECT_EQ(failed, std::make_pair(err::PathFileAccessError, "DXFWriter: Cannot write " + target + ": " + std::strerror(EFBIG)));
+    EXPECT_EQ(again, failed);
+    EXPECT_TRUE(ReadFile(target) == "old" && dir.entries() == 1u);
 }
 
 // Any finite double by its bits, a drawing coordinate with a few decimals,
