@@ -430,13 +430,13 @@ std::vector<std::string> RoundTrip(DXFDocument& doc, SaveMode mode, std::string*
     back.Load(dir / "m.dxf");
     if (options.textKept) {
         back.HEADER()->SetAcadVer(doc.HEADER()->AcadVer());
-        // The text styles, line types and layers records name and the tables
-        // lack are added (the fixed line types and layer 0 are the comparer's).
+        // The text styles, line types, layers and blocks records name and the
+        // tables lack are added (the fixed ones are the comparer's).
         const auto dropAdded = [&](auto& added, const auto& had, std::initializer_list<std::string_view> fixed = {}) {
             using Table = std::decay_t<decltype(added)>;
             for (int32_t i = added.Count() - 1; i >= 0; --i) {
                 const std::string name(Table::NameOf(added.ItemRef(i)));
-                if (std::find(fixed.begin(), fixed.end(), name) == fixed.end() &&
+                if (std::none_of(fixed.begin(), fixed.end(), [&](std::string_view f) { return EqualsNoCase(f, name); }) &&
                     std::none_of(had.begin(), had.end(), [&](const auto& r) { return EqualsNoCase(comparer.SavedText(Table::NameOf(r)), name); }))
                     added.Delete(i);
             }
@@ -444,6 +444,7 @@ std::vector<std::string> RoundTrip(DXFDocument& doc, SaveMode mode, std::string*
         dropAdded(*back.TABLES()->STYLES(), *doc.TABLES()->STYLES());
         dropAdded(*back.TABLES()->LTYPES(), *doc.TABLES()->LTYPES(), {"ByBlock", "ByLayer"});
         dropAdded(*back.TABLES()->LAYERS(), *doc.TABLES()->LAYERS(), {"0"});
+        dropAdded(*back.BLOCKS(), *doc.BLOCKS(), {"*Model_Space", "*Paper_Space"});
     }
     return comparer.Compare(doc, back);
 }
