@@ -18,7 +18,9 @@ namespace ormavec {
 
 namespace {
 
-constexpr std::size_t kInitialBuffer = 1u << 20;
+// Resident for the whole load, beside the model: a quarter MiB reads as fast
+// as a whole one (a few hundred more reads of a large file) and costs less.
+constexpr std::size_t kInitialBuffer = 256u << 10;
 constexpr const char* kSource = "DXFReader";
 
 // The letters repaired in FromUTF8 mode: lead byte, trail byte, letter.
