@@ -32,6 +32,7 @@ void readOne(DXFReader& reader, const Set& set, ReadScratch& scratch) {
         KeptRead& k = tKeptRead;
         record.kept.place = scratch.NextPlace();
         if (!tLineTypeSeen.seen) record.kept.pairs |= kKeptNoLineType;
+        ApplyKeptDefaults(record, kCodedFields<R> & ~k.seen);
         const uint64_t absent = kCodedFields<R> & ~k.seen & ((uint64_t{1} << kKeptAbsentBits) - 1);
         record.kept.pairs |= static_cast<uint32_t>(absent) << kKeptAbsentShift;
         if (!k.extras.empty()) record.kept.pairs |= kKeptExtras;

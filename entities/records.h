@@ -250,7 +250,7 @@ struct Fields<MTEXT_ENT> {
     static constexpr auto list = std::make_tuple(
         ORMAVEC_F(X, 10), ORMAVEC_F(Y, 20), ORMAVEC_F(Z, 30), ORMAVEC_F(TextHeight, 40), ORMAVEC_F(Width, 41),
         ORMAVEC_F(Align, 71).Default(1), ORMAVEC_F(Direction, 72).Default(1), ORMAVEC_F(Text, 1),
-        ORMAVEC_F(Style, 7).Both("Standard"), ORMAVEC_F(Layer, 8).Both("0"), ORMAVEC_F(ColorNumber, 62),
+        ORMAVEC_F(Style, 7).Both("Standard"), ORMAVEC_F(Layer, 8).Both("0"), ORMAVEC_F(ColorNumber, 62).KeptDefault(256),
         ORMAVEC_F(CharWidth, 42), ORMAVEC_F(EntityHeight, 43), ORMAVEC_F(TextRotation, 50),
         ORMAVEC_F(LineSpacing, 73).Default(1), ORMAVEC_F(LineSpacing2, 44));
 };

@@ -61,6 +61,17 @@ struct Field {
         f.readDefault = value;
         return f;
     }
+    // What a preserving read gives the field when its pair is absent, where
+    // the record's own default is not what the format means by leaving the
+    // pair out (MTEXT without 62 is drawn by layer, not by block).
+    bool hasKeptDefault = false;
+    FieldDefault<M> keptDefault{};
+    constexpr Field KeptDefault(FieldDefault<M> value) const {
+        Field f = *this;
+        f.hasKeptDefault = true;
+        f.keptDefault = value;
+        return f;
+    }
     constexpr Field Fallback(std::string_view text) const {
         Field f = *this;
         f.hasFallback = true;
@@ -246,6 +257,19 @@ void ResetToDefaults(R& record) {
         using M = typename std::remove_cvref_t<decltype(field)>::Member;
         if constexpr (!std::is_same_v<FieldDefault<M>, std::nullptr_t>)
             if (field.hasDefault) record.*(field.member) = field.readDefault;
+    });
+}
+
+// A preserving read's values for the fields whose pairs were absent (bit i of
+// absent: field i), where they differ from the plain read's.
+template <class R>
+void ApplyKeptDefaults(R& record, uint64_t absent) {
+    int i = 0;
+    ForEachFieldDecl<R>([&](const auto& field) {
+        using M = typename std::remove_cvref_t<decltype(field)>::Member;
+        if constexpr (!std::is_same_v<FieldDefault<M>, std::nullptr_t>)
+            if (field.hasKeptDefault && i < 64 && ((absent >> i) & 1)) record.*(field.member) = field.keptDefault;
+        ++i;
     });
 }
 
@@ -472,7 +496,8 @@ struct W {
             if constexpr (std::is_same_v<FM, M>)
                 if (f.member == m && o.field < 0 && f.read != FieldRead::None) {
                     o.field = i;
-                    if constexpr (std::is_arithmetic_v<M>) o.numDefault = f.hasDefault ? static_cast<double>(f.readDefault) : 0.0;
+                    if constexpr (std::is_arithmetic_v<M>)
+                        o.numDefault = f.hasKeptDefault ? static_cast<double>(f.keptDefault) : f.hasDefault ? static_cast<double>(f.readDefault) : 0.0;
                     if constexpr (std::is_same_v<M, std::string>) o.textDefault = f.hasDefault ? f.readDefault : std::string_view();
                 }
             ++i;

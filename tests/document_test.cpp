@@ -413,15 +413,15 @@ TEST(Preserving, TypedRecordsKeepTheirPairsAndHandles) {
 // Pairs a typed record reads back as the file gave them, whatever the model
 // writes for a record the host made: TEXT without its alignment point, with a
 // width factor of 1 and an empty text, with a point of its own; MTEXT without
-// 42, with a direction (no rotation of its own) and with an embedded object's
-// pairs; a closed polygon mesh's flags and counts. Numbers by value; 5, 330
+// 42 or 62, with a direction (no rotation of its own) and with an embedded
+// object's pairs; a closed polygon mesh's flags and counts. Numbers by value; 5, 330
 // and 100 aside.
 TEST(Preserving, ReadPairsComeBackAsGiven) {
     TempDir dir;
     const std::string entities =
         "0 TEXT\n8 0\n10 1\n20 2\n30 0\n40 2.5\n1 \n41 1\n50 0\n7 Standard\n"
         "0 TEXT\n8 0\n10 1\n20 2\n30 0\n40 2.5\n1 A\n72 1\n11 4\n21 2\n31 0\n73 2\n"
-        "0 MTEXT\n8 0\n10 3\n20 4\n30 0\n40 2.5\n41 20\n71 1\n72 5\n1 C\n11 0.5\n21 0.5\n31 0\n0 MTEXT\n8 0\n1 D\n11 0\n21 1\n31 0\n"
+        "0 MTEXT\n8 0\n10 3\n20 4\n30 0\n40 2.5\n41 20\n71 1\n72 5\n1 C\n11 0.5\n21 0.5\n31 0\n0 MTEXT\n8 0\n62 0\n1 D\n11 0\n21 1\n31 0\n"
         "0 MTEXT\n8 0\n10 3\n20 4\n30 0\n40 2.5\n41 20\n71 1\n72 5\n1 B\n73 1\n44 1\n101 Embedded Object\n70 1\n10 1\n20 0\n"
         "11 3\n21 4\n40 20\n41 0\n42 15\n43 15\n71 2\n72 1\n44 20\n45 12.5\n73 0\n74 0\n46 0\n"
         "0 POLYLINE\n8 0\n66 1\n10 0\n20 0\n30 0\n70 17\n71 2\n72 2\n"
@@ -433,6 +433,9 @@ TEST(Preserving, ReadPairsComeBackAsGiven) {
     doc.SetSaveMode(SaveMode::Standard);
     doc.SetTextConvertMode(TextConvertMode::Auto);
     doc.Load(dir / "in.dxf");
+    // An MTEXT without 62 is drawn by layer; one with 62 0 by block.
+    EXPECT_EQ(doc.ENTITIES()->MTEXTS()->Item(0).ColorNumber, 256);
+    EXPECT_EQ(doc.ENTITIES()->MTEXTS()->Item(1).ColorNumber, 0);
     doc.Save(dir / "out.dxf");
     using Entity = std::multiset<std::pair<int, std::string>>;
     const auto heads = [](const auto& lines) {
