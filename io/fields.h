@@ -434,6 +434,10 @@ struct WriteOp {
     std::array<int32_t, 3> keptCodes{};
     bool madeOnly = false;  // written only for a record the host made (a read one keeps its own pair, if any)
     bool readOnly = false;  // written only in a Standard save of a read record that had the pair
+    // A pair the kind reads in code: a Standard save of a read record writes
+    // it only when the note says it was present or changed(r) holds.
+    uint32_t note = 0;
+    bool (*changed)(const R&) = nullptr;
     void (*custom)(DXFWriter&, const R&) = nullptr;   // Custom
 
     WriteOp& If(bool (*pred)(const R&)) {
@@ -446,6 +450,11 @@ struct WriteOp {
     }
     WriteOp& IfRead() {
         readOnly = true;
+        return *this;
+    }
+    WriteOp& Noted(uint32_t bit, bool (*pred)(const R&) = nullptr) {
+        note = bit;
+        changed = pred;
         return *this;
     }
     WriteOp& UnlessKept(int (*gives)(const R&, std::span<const KeptPair>), std::array<int32_t, 3> codes) {
@@ -571,14 +580,18 @@ struct W {
 };
 
 // KeptSlot::pairs bits: the record was read without a line type; it
-// carried pairs no field took (kept beside it by place); and, from bit
+// carried pairs no field took (kept beside it by place); from bit
 // kKeptAbsentShift on, one bit per field position: the field's pair was
-// absent. Fields from position 32 - kKeptAbsentShift on have no bit and are
-// always written.
+// absent (fields from position kKeptAbsentBits on have no bit and are always
+// written); and the top kKeptNoteBits bits, the kind's own notes of how the
+// file gave what its read code takes (kKeptNote(i): a pair that was present,
+// a form of its vertices), set on every read.
 inline constexpr uint32_t kKeptNoLineType = 1;
 inline constexpr uint32_t kKeptExtras = 2;
 inline constexpr int32_t kKeptAbsentShift = 2;
-inline constexpr int32_t kKeptAbsentBits = 32 - kKeptAbsentShift;
+inline constexpr int32_t kKeptNoteBits = 3;
+inline constexpr int32_t kKeptAbsentBits = 32 - kKeptAbsentShift - kKeptNoteBits;
+constexpr uint32_t kKeptNote(int32_t i) noexcept { return 1u << (31 - i); }
 
 namespace fields_detail {
 
@@ -647,7 +660,9 @@ bool AbsentAsRead(const WriteOp<R>& op, const R& r) {
 template <class R>
 bool PresentAsRead(const WriteOp<R>& op, const R& r) {
     if constexpr (requires { r.kept.pairs; })
-        return r.kept.place != 0 && op.field >= 0 && op.field < kKeptAbsentBits && !((r.kept.pairs >> (kKeptAbsentShift + op.field)) & 1);
+        return r.kept.place != 0 &&
+               ((r.kept.pairs & op.note) != 0 ||
+                (op.field >= 0 && op.field < kKeptAbsentBits && !((r.kept.pairs >> (kKeptAbsentShift + op.field)) & 1)));
     return false;
 }
 
@@ -700,13 +715,16 @@ void WriteByOrder(Save& save, const WriteOrder<R>& order, const R& r) {
         if (!kept.empty() && owner == save.modelSpaceRecord && save.paperSpaceRecord && fields_detail::InPaperSpace(kept))
             save.SetOwner(save.paperSpaceRecord);
     bool absent = false, wasRead = false;
+    uint32_t readNotes = 0;
     if constexpr (requires { r.kept.pairs; }) {
         absent = writer.IsStandard() && (r.kept.pairs >> kKeptAbsentShift) != 0;
         wasRead = writer.IsStandard() && r.kept.place != 0;
+        readNotes = r.kept.pairs;
     }
     for (const WriteOp<R>& op : order) {
         if (op.madeOnly && wasRead) continue;
         if (op.readOnly && !(wasRead && fields_detail::PresentAsRead(op, r))) continue;
+        if (op.note && wasRead && !(readNotes & op.note) && !(op.changed && op.changed(r))) continue;
         if (op.when && !op.when(r) && !(wasRead && fields_detail::PresentAsRead(op, r))) continue;
         if (absent && fields_detail::AbsentAsRead(op, r)) continue;
         if (op.keptGives && !kept.empty() && !fields_detail::PresentAsRead(op, r) && op.keptGives(r, kept) == 1) continue;

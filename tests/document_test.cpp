@@ -414,8 +414,10 @@ TEST(Preserving, TypedRecordsKeepTheirPairsAndHandles) {
 // writes for a record the host made: TEXT without its alignment point, with a
 // width factor of 1 and an empty text, with a point of its own; MTEXT without
 // 42, with a direction (no rotation of its own) and with an embedded object's
-// pairs; a closed polygon mesh's flags and counts. Numbers by value; 5, 330
-// and 100 aside.
+// pairs; a closed polygon mesh's flags and counts; polyline vertices with a
+// Z, widths where they change or on every vertex, bulges of 0; a polyline
+// without 66 at an elevation; a face without edge flags; an insert's empty
+// sequence; a solid's extrusion. Numbers by value; 5, 330 and 100 aside.
 TEST(Preserving, ReadPairsComeBackAsGiven) {
     TempDir dir;
     const std::string entities =
@@ -426,7 +428,13 @@ TEST(Preserving, ReadPairsComeBackAsGiven) {
         "11 3\n21 4\n40 20\n41 0\n42 15\n43 15\n71 2\n72 1\n44 20\n45 12.5\n73 0\n74 0\n46 0\n"
         "0 POLYLINE\n8 0\n66 1\n10 0\n20 0\n30 0\n70 17\n71 2\n72 2\n"
         "0 VERTEX\n8 0\n10 0\n20 0\n30 0\n70 64\n0 VERTEX\n8 0\n10 1\n20 0\n30 0\n70 64\n"
-        "0 VERTEX\n8 0\n10 0\n20 1\n30 0\n70 64\n0 VERTEX\n8 0\n10 1\n20 1\n30 1\n70 64\n0 SEQEND\n8 0\n";
+        "0 VERTEX\n8 0\n10 0\n20 1\n30 0\n70 64\n0 VERTEX\n8 0\n10 1\n20 1\n30 1\n70 64\n0 SEQEND\n8 0\n"
+        "0 LWPOLYLINE\n8 0\n90 3\n70 1\n10 0\n20 0\n30 0\n40 0.2\n41 0.2\n10 5\n20 0\n30 0\n42 0.5\n10 5\n20 5\n30 0\n"
+        "0 LWPOLYLINE\n8 0\n90 2\n70 0\n10 0\n20 0\n40 0\n41 0\n42 0\n10 1\n20 1\n40 0\n41 0\n42 0\n"
+        "0 POLYLINE\n8 0\n10 0\n20 0\n30 2.5\n70 0\n0 VERTEX\n8 0\n10 0\n20 0\n30 0\n0 VERTEX\n8 0\n10 1\n20 0\n30 0\n0 SEQEND\n8 0\n"
+        "0 3DFACE\n8 0\n10 0\n20 0\n30 0\n11 1\n21 0\n31 0\n12 1\n22 1\n32 0\n13 0\n23 1\n33 0\n"
+        "0 INSERT\n8 0\n66 1\n2 B\n10 0\n20 0\n30 0\n0 SEQEND\n8 0\n"
+        "0 SOLID\n8 0\n10 0\n20 0\n30 0\n11 1\n21 0\n31 0\n12 0\n22 1\n32 0\n13 1\n23 1\n33 0\n210 0\n220 0\n230 -1\n";
     WriteFile(dir / "in.dxf", Dxf("0 SECTION\n2 HEADER\n9 $ACADVER\n1 AC1015\n0 ENDSEC\n0 SECTION\n2 ENTITIES\n" + entities + "0 ENDSEC\n0 EOF\n"));
     DXFDocument doc;
     doc.SetPreserve(true);
@@ -441,7 +449,7 @@ TEST(Preserving, ReadPairsComeBackAsGiven) {
         for (std::size_t i = 0; i + 1 < lines.size(); i += 2) {
             const int code = std::atoi(lines[i].c_str());
             std::string v = lines[i + 1];
-            if (code == 0) head = v == "TEXT" || v == "MTEXT" || v == "POLYLINE";
+            if (code == 0) head = std::set<std::string>{"TEXT", "MTEXT", "POLYLINE", "LWPOLYLINE", "3DFACE", "INSERT", "SOLID"}.contains(v);
             if (code == 0 && head) out.emplace_back();
             double x;
             if (const auto r = std::from_chars(v.data(), v.data() + v.size(), x); r.ec == std::errc() && r.ptr == v.data() + v.size() && code != 1)
