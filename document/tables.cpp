@@ -134,7 +134,13 @@ void readTypedTable(DXFReader& reader, Table& table, std::string_view entry, std
             auto r = Table::ReadEntity(reader);
             tKeptRead.armed = false;
             handles.emplace(SaveContext::SourceKey(entry, Table::NameOf(r)), ParseHandle(tHandleSeen.text));
-            if (extras && !tKeptRead.extras.empty()) extras->emplace(SaveContext::SourceKey(entry, Table::NameOf(r)), std::move(tKeptRead.extras));
+            if (extras) {  // that it was read and its absent fields first, then its pairs
+                using R = decltype(r);
+                const uint64_t absent = kCodedFields<R> & ~tKeptRead.seen & ((uint64_t{1} << kKeptAbsentBits) - 1);
+                std::vector<DxfEntry> x{{fields_detail::kEntryReadCode, std::to_string(absent << kKeptAbsentShift)}};
+                x.insert(x.end(), std::make_move_iterator(tKeptRead.extras.begin()), std::make_move_iterator(tKeptRead.extras.end()));
+                extras->emplace(SaveContext::SourceKey(entry, Table::NameOf(r)), std::move(x));
+            }
             if (lost && table.IndexOfName(Table::NameOf(r)) >= 0) ++lost->tableEntries[std::string(entry)];
             table.Add(std::move(r));
         } else if (EqualsNoCase(p.Value, "ENDTAB")) {

@@ -12,6 +12,8 @@
 
 #include <algorithm>
 #include <array>
+#include <charconv>
+#include <climits>
 #include <cstdint>
 #include <span>
 #include <string>
@@ -640,31 +642,28 @@ inline bool InPaperSpace(const std::vector<DxfEntry>& x) noexcept {
 // Whether the record's field of this op was absent and still holds the value
 // it was read with.
 template <class R>
-bool AbsentAsRead(const WriteOp<R>& op, const R& r) {
-    if constexpr (requires { r.kept.pairs; }) {
-        if (op.field < 0 || op.field >= kKeptAbsentBits || !((r.kept.pairs >> (kKeptAbsentShift + op.field)) & 1)) return false;
-        switch (op.kind) {
-        case WriteOp<R>::Kind::String: return (r.*op.str) == op.textDefault;
-        case WriteOp<R>::Kind::Double:
-        case WriteOp<R>::Kind::Custom: return op.dbl || op.xyz ? (op.xyz ? (r.*op.xyz).*op.axis : r.*op.dbl) == op.numDefault : false;
-        case WriteOp<R>::Kind::Int: return r.*op.i32 == op.numDefault;
-        default: return false;
-        }
+bool AbsentAsRead(const WriteOp<R>& op, const R& r, uint32_t pairs) {
+    if (op.field < 0 || op.field >= kKeptAbsentBits || !((pairs >> (kKeptAbsentShift + op.field)) & 1)) return false;
+    switch (op.kind) {
+    case WriteOp<R>::Kind::String: return (r.*op.str) == op.textDefault;
+    case WriteOp<R>::Kind::Double:
+    case WriteOp<R>::Kind::Custom: return op.dbl || op.xyz ? (op.xyz ? (r.*op.xyz).*op.axis : r.*op.dbl) == op.numDefault : false;
+    case WriteOp<R>::Kind::Int: return r.*op.i32 == op.numDefault;
+    default: return false;
     }
-    return false;
 }
 
 // Whether the read record's field of this op had its pair in the file: a
 // Standard save then writes it even where a host-made record leaves the
 // value out (TEXT's 41 of 1).
 template <class R>
-bool PresentAsRead(const WriteOp<R>& op, const R& r) {
-    if constexpr (requires { r.kept.pairs; })
-        return r.kept.place != 0 &&
-               ((r.kept.pairs & op.note) != 0 ||
-                (op.field >= 0 && op.field < kKeptAbsentBits && !((r.kept.pairs >> (kKeptAbsentShift + op.field)) & 1)));
-    return false;
+bool PresentAsRead(const WriteOp<R>& op, bool read, uint32_t pairs) {
+    return read && ((pairs & op.note) != 0 || (op.field >= 0 && op.field < kKeptAbsentBits && !((pairs >> (kKeptAbsentShift + op.field)) & 1)));
 }
+
+// A typed table entry read by a preserving load: the first of its kept pairs
+// has this code and the entry's absent fields, as KeptSlot::pairs, in its text.
+inline constexpr int32_t kEntryReadCode = INT32_MIN;
 
 }  // namespace fields_detail
 
@@ -685,12 +684,22 @@ void WriteByOrder(Save& save, const WriteOrder<R>& order, const R& r) {
     // A typed table entry: the pairs kept for the name it was offered under,
     // viewed as a set's kept pairs.
     std::vector<KeptPair> entryPairs;
+    bool entryRead = false;
+    uint32_t entryBits = 0;
     if constexpr (requires { save.entryExtras; })
         if (kept.empty() && writer.IsStandard())
             if (const std::vector<DxfEntry>* x = std::exchange(save.entryExtras, nullptr)) {
-                for (const DxfEntry& e : *x) entryPairs.push_back({e.Code, static_cast<uint32_t>(e.Value.size()), e.Value.data()});
+                for (const DxfEntry& e : *x)
+                    if (e.Code == fields_detail::kEntryReadCode)
+                        entryRead = true, std::from_chars(e.Value.data(), e.Value.data() + e.Value.size(), entryBits);
+                    else
+                        entryPairs.push_back({e.Code, static_cast<uint32_t>(e.Value.size()), e.Value.data()});
                 kept = entryPairs;
             }
+    // A read entry's constant pairs: its own where it had them (a pointer
+    // into objects not written aside), none where it had none.
+    const auto keptHas = [&](int32_t code) { return std::any_of(kept.begin(), kept.end(), [&](const KeptPair& e) { return e.Code == code; }); };
+    const auto entryOwn = [&](int32_t code) { return entryRead && code != 0 && code != 100 && (code < 390 || code > 399); };
     std::vector<bool> done(kept.size());
     bool objectsKept = false;
     if constexpr (requires { save.objectsKept; }) objectsKept = save.objectsKept;
@@ -703,7 +712,7 @@ void WriteByOrder(Save& save, const WriteOrder<R>& order, const R& r) {
     std::vector<int32_t> constant;  // codes the order writes as constants (66, ...), or whose kept pairs no longer stand
     if (!kept.empty())
         for (const WriteOp<R>& op : order) {
-            if (op.kind == WriteOp<R>::Kind::Text && op.code != 0 && op.code != 100 && op.code != 6 && !keptPointer(op.code))
+            if (op.kind == WriteOp<R>::Kind::Text && op.code != 0 && op.code != 100 && op.code != 6 && !keptPointer(op.code) && !entryOwn(op.code))
                 constant.push_back(op.code);
             if (op.keptGives && op.keptGives(r, kept) == 0)
                 for (int32_t c : op.keptCodes) constant.push_back(c);
@@ -714,25 +723,26 @@ void WriteByOrder(Save& save, const WriteOrder<R>& order, const R& r) {
     if constexpr (requires { save.paperSpaceRecord; })
         if (!kept.empty() && owner == save.modelSpaceRecord && save.paperSpaceRecord && fields_detail::InPaperSpace(kept))
             save.SetOwner(save.paperSpaceRecord);
-    bool absent = false, wasRead = false;
-    uint32_t readNotes = 0;
+    bool wasRead = entryRead;
+    uint32_t readNotes = entryBits;
     if constexpr (requires { r.kept.pairs; }) {
-        absent = writer.IsStandard() && (r.kept.pairs >> kKeptAbsentShift) != 0;
         wasRead = writer.IsStandard() && r.kept.place != 0;
         readNotes = r.kept.pairs;
     }
+    const bool absent = wasRead && (readNotes >> kKeptAbsentShift) != 0;
     for (const WriteOp<R>& op : order) {
         if (op.madeOnly && wasRead) continue;
-        if (op.readOnly && !(wasRead && fields_detail::PresentAsRead(op, r))) continue;
+        if (op.readOnly && !(wasRead && fields_detail::PresentAsRead(op, wasRead, readNotes))) continue;
         if (op.note && wasRead && !(readNotes & op.note) && !(op.changed && op.changed(r))) continue;
-        if (op.when && !op.when(r) && !(wasRead && fields_detail::PresentAsRead(op, r))) continue;
-        if (absent && fields_detail::AbsentAsRead(op, r)) continue;
-        if (op.keptGives && !kept.empty() && !fields_detail::PresentAsRead(op, r) && op.keptGives(r, kept) == 1) continue;
+        if (op.when && !op.when(r) && !(wasRead && fields_detail::PresentAsRead(op, wasRead, readNotes))) continue;
+        if (absent && fields_detail::AbsentAsRead(op, r, readNotes)) continue;
+        if (op.keptGives && !kept.empty() && !fields_detail::PresentAsRead(op, wasRead, readNotes) && op.keptGives(r, kept) == 1) continue;
         switch (op.kind) {
         case WriteOp<R>::Kind::Text:
             // A constant line type only for a record the host made: a read one
             // gives back its own, if it had one.
-            if ((op.code == 6 && wasRead) || keptPointer(op.code)) break;
+            if ((op.code == 6 && wasRead) || keptPointer(op.code) || entryOwn(op.code) || (entryRead && op.code != 0 && op.code != 100 && !keptHas(op.code)))
+                break;
             writer.WriteString(op.code, op.text);
             break;
         case WriteOp<R>::Kind::Handle:
@@ -747,7 +757,7 @@ void WriteByOrder(Save& save, const WriteOrder<R>& order, const R& r) {
             if constexpr (requires { r.kept.pairs; })
                 if (op.code == 6 && (r.kept.pairs & kKeptNoLineType) && writer.IsStandard() && (s.empty() || s == op.text)) break;
             // An empty text the file gave stays empty.
-            const bool fallback = op.fallback && s.empty() && !(wasRead && fields_detail::PresentAsRead(op, r));
+            const bool fallback = op.fallback && s.empty() && !(wasRead && fields_detail::PresentAsRead(op, wasRead, readNotes));
             writer.WriteString(op.code, fallback ? op.text : std::string_view(s));
             break;
         }
