@@ -410,6 +410,16 @@ void ReadRecord(DXFReader& reader, R& record, Hook&& hook = {}) {
 
 namespace ormavec {
 
+// What a piece of code writing repeated pairs (a line type's elements) sees
+// of a Standard save of a read record: After(code) writes the next run of
+// kept pairs that followed a pair of that code in the file, false for none.
+struct KeptCursor {
+    bool read = false;  // the record was read by a preserving load
+    const void* state = nullptr;
+    bool (*after)(const void*, int32_t) = nullptr;
+    bool After(int32_t code) const { return after && after(state, code); }
+};
+
 // One pair (or a piece of code) in the write order of a record.
 template <class R>
 struct WriteOp {
@@ -441,6 +451,7 @@ struct WriteOp {
     uint32_t note = 0;
     bool (*changed)(const R&) = nullptr;
     void (*custom)(DXFWriter&, const R&) = nullptr;   // Custom
+    void (*customKept)(DXFWriter&, const R&, const KeptCursor&) = nullptr;  // Custom, placing kept pairs itself
 
     WriteOp& If(bool (*pred)(const R&)) {
         when = pred;
@@ -571,6 +582,12 @@ struct W {
         o.custom = fn;
         return o;
     }
+    static Op Custom(void (*fn)(DXFWriter&, const R&, const KeptCursor&)) {
+        Op o;
+        o.kind = Op::Kind::Custom;
+        o.customKept = fn;
+        return o;
+    }
     // Custom code writing the field of member m: left out like the field when
     // it was absent and still holds its read value.
     static Op Custom(void (*fn)(DXFWriter&, const R&), double R::*m) {
@@ -602,8 +619,8 @@ namespace fields_detail {
 // XDATA. A run starts at an anchor entry (code -1 - c) or at a pair whose
 // After() is c. Groups pointing into objects are left out unless the save
 // writes the drawing's objects.
-inline void WriteKeptAt(DXFWriter& w, std::span<const KeptPair> x, std::vector<bool>& done, int32_t code,
-                        std::string_view marker, const std::vector<int32_t>& constant, bool objectsKept) {
+inline bool WriteKeptAt(DXFWriter& w, std::span<const KeptPair> x, std::vector<bool>& done, int32_t code,
+                        std::string_view marker, const std::vector<int32_t>& constant, bool objectsKept, bool once = false) {
     // Whether x[j] belongs to the run that starts at x[i].
     const auto inRun = [&](std::size_t i, std::size_t j) { return j < x.size() && x[j].Code >= 0 && (j == i || x[j].After() < 0); };
     char buf[48];
@@ -624,7 +641,9 @@ inline void WriteKeptAt(DXFWriter& w, std::span<const KeptPair> x, std::vector<b
                 }
                 w.WriteString(x[j].Code, x[j].Format(buf));
             }
+            if (once) return true;
         }
+    return false;
 }
 
 // Whether kept pairs put the entity in paper space (67 1).
@@ -763,7 +782,23 @@ void WriteByOrder(Save& save, const WriteOrder<R>& order, const R& r) {
         }
         case WriteOp<R>::Kind::Double: writer.WriteDouble(op.code, op.xyz ? (r.*op.xyz).*op.axis : r.*op.dbl); break;
         case WriteOp<R>::Kind::Int: writer.WriteInteger(op.code, r.*op.i32); break;
-        case WriteOp<R>::Kind::Custom: op.custom(writer, r); break;
+        case WriteOp<R>::Kind::Custom:
+            if (op.customKept) {
+                struct State {
+                    DXFWriter& w;
+                    std::span<const KeptPair> kept;
+                    std::vector<bool>& done;
+                    const std::vector<int32_t>& constant;
+                    bool objectsKept;
+                } state{writer, kept, done, constant, objectsKept};
+                op.customKept(writer, r, KeptCursor{wasRead, &state, [](const void* p, int32_t code) {
+                                                        const State& s = *static_cast<const State*>(p);
+                                                        return fields_detail::WriteKeptAt(s.w, s.kept, s.done, code, {}, s.constant, s.objectsKept, true);
+                                                    }});
+            } else {
+                op.custom(writer, r);
+            }
+            break;
         }
         if (!kept.empty() && op.code != 0 && op.kind != WriteOp<R>::Kind::Custom)
             fields_detail::WriteKeptAt(writer, kept, done, op.code, op.text, constant, objectsKept);
