@@ -43,7 +43,14 @@
 //   written. The slot's word says whether the record has such pairs (so
 //   that a drawing without them costs no lookup and no allocation) and, one
 //   bit per field position, which fields were absent: those still holding
-//   their read value are not written (a changed one is).
+//   their read value are not written (a changed one is). Its top bits are
+//   the kind's own notes of how the file gave what its read code takes (a
+//   polyline's vertex Z, widths and bulges, a face's edge flags, a 66), so
+//   that such pairs come back as given.
+// - Typed table entries (layers, styles, line types) keep, by name, that
+//   they were read and which fields were absent, and the pairs no field took
+//   (a line type's per-element pairs after the 49 they followed); a read
+//   entry gets no constant pair it did not have.
 // - Nothing is kept on a load that does not preserve (the Classic path): it
 //   only counts what it passes over (NotKept), so that the loss is said.
 #pragma once

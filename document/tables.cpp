@@ -120,9 +120,8 @@ void readHead(DXFReader& reader, RawEntity& head) {
 }
 
 // A typed table's entries into its collection, with the handle of each and,
-// given extras, the pairs no field took (not for line types yet: their
-// per-element groups would need places inside the pattern); an entry the
-// collection refuses (its name is taken) is counted in lost.
+// given extras, the pairs no field took; an entry the collection refuses (its
+// name is taken) is counted in lost.
 template <class Table>
 void readTypedTable(DXFReader& reader, Table& table, std::string_view entry, std::unordered_map<std::string, uint32_t>& handles,
                     NotKept* lost, std::unordered_map<std::string, std::vector<DxfEntry>>* extras) {
@@ -134,7 +133,13 @@ void readTypedTable(DXFReader& reader, Table& table, std::string_view entry, std
             auto r = Table::ReadEntity(reader);
             tKeptRead.armed = false;
             handles.emplace(SaveContext::SourceKey(entry, Table::NameOf(r)), ParseHandle(tHandleSeen.text));
-            if (extras && !tKeptRead.extras.empty()) extras->emplace(SaveContext::SourceKey(entry, Table::NameOf(r)), std::move(tKeptRead.extras));
+            if (extras) {  // that it was read and its absent fields first, then its pairs
+                using R = decltype(r);
+                const uint64_t absent = kCodedFields<R> & ~tKeptRead.seen & ((uint64_t{1} << kKeptAbsentBits) - 1);
+                std::vector<DxfEntry> x{{fields_detail::kEntryReadCode, std::to_string(absent << kKeptAbsentShift)}};
+                x.insert(x.end(), std::make_move_iterator(tKeptRead.extras.begin()), std::make_move_iterator(tKeptRead.extras.end()));
+                extras->emplace(SaveContext::SourceKey(entry, Table::NameOf(r)), std::move(x));
+            }
             if (lost && table.IndexOfName(Table::NameOf(r)) >= 0) ++lost->tableEntries[std::string(entry)];
             table.Add(std::move(r));
         } else if (EqualsNoCase(p.Value, "ENDTAB")) {
@@ -183,7 +188,7 @@ void TABLES::ReadSection(DXFReader& reader, bool preserve, NotKept* lost) {
         if (name == "LAYER")
             kept ? readTypedTable(reader, *layers_, "LAYER", sourceHandles_, lost, &sourceExtras_) : layers_->ReadTable(reader);
         else if (name == "LTYPE")
-            kept ? readTypedTable(reader, *ltypes_, "LTYPE", sourceHandles_, lost, nullptr) : ltypes_->ReadTable(reader);
+            kept ? readTypedTable(reader, *ltypes_, "LTYPE", sourceHandles_, lost, &sourceExtras_) : ltypes_->ReadTable(reader);
         else if (name == "STYLE")
             kept ? readTypedTable(reader, *styles_, "STYLE", sourceHandles_, lost, &sourceExtras_) : styles_->ReadTable(reader);
         else if (kept)

@@ -30,6 +30,7 @@ const WriteOrder<ATTRIB_ENT>& attribOrder() {
     return order;
 }
 
+bool hasAttribs(const INSERT_ENT& r) { return r.ATTRIBS != nullptr; }
 bool scaled(const INSERT_ENT& r) { return r.XScale != 1.0 || r.YScale != 1.0 || r.ZScale != 1.0; }
 
 // The INSERT up to 50; the attributes and SEQEND follow in code.
@@ -40,7 +41,8 @@ const WriteOrder<INSERT_ENT>& insertOrder() {
         O::Text(0, "INSERT"), O::Handle(), O::Text(100, "AcDbEntity"), O::Of(&R::Layer), O::Of(&R::LineType),
         O::Of(&R::ColorNumber), O::Text(100, "AcDbBlockReference"),
         // An empty collection still announces attributes.
-        O::Text(66, "1").If([](const R& r) { return r.ATTRIBS != nullptr; }), O::Of(&R::Thickness), O::Of(&R::CenterX),
+        // A read one gives back a 66 that announced none.
+        O::Text(66, "1").If(hasAttribs).Noted(kKeptNote(0), hasAttribs), O::Of(&R::Thickness), O::Of(&R::CenterX),
         O::Of(&R::CenterY), O::Of(&R::CenterZ), O::Of(&R::BlockName), O::Of(&R::XScale).If(scaled),
         O::Of(&R::YScale).If(scaled), O::Of(&R::ZScale).If(scaled), O::Of(&R::RotationAngle)};
     return order;
@@ -49,9 +51,22 @@ const WriteOrder<INSERT_ENT>& insertOrder() {
 }  // namespace
 
 void ReadEntity(DXFReader& reader, INSERT_ENT& record) {
-    ReadRecord(reader, record, [&reader](const DXFReader::Pair& p, INSERT_ENT& r) {
-        if (p.Code == 66) return PairIs::Taken;  // written when there are attributes
+    const bool preserving = tKeptRead.armed;
+    bool emptyEnd = false;
+    ReadRecord(reader, record, [&reader, preserving, &emptyEnd](const DXFReader::Pair& p, INSERT_ENT& r) {
+        if (emptyEnd && p.Code != 0) return PairIs::Taken;  // the SEQEND's own
+        if (p.Code == 66) {  // written when there are attributes
+            if (reader.ToInt32(p.Value) == 1) r.kept.pairs |= kKeptNote(0);
+            return PairIs::Taken;
+        }
         if (p.Code != 0) return PairIs::Field;
+        // A preserving read takes a SEQEND right after a 66 of 1 as the end
+        // of an empty sequence.
+        if (preserving && !r.ATTRIBS && (r.kept.pairs & kKeptNote(0)) && EqualsNoCase(p.Value, "SEQEND")) {
+            r.ATTRIBS = std::make_shared<ATTRIBS>();
+            emptyEnd = true;
+            return PairIs::Taken;
+        }
         if (!EqualsNoCase(p.Value, "ATTRIB")) return PairIs::End;
         // The attribute consumes the closing SEQEND; the SEQEND's own pairs
         // then come here as the insert's pairs (its 8 sets the layer).

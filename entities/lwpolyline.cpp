@@ -6,6 +6,10 @@ namespace ormavec {
 
 namespace {
 
+// Notes of a read polyline: its vertices had a Z; every vertex had a bulge;
+// every vertex had its widths.
+constexpr uint32_t kVertexZ = kKeptNote(0), kVertexBulges = kKeptNote(1), kVertexWidths = kKeptNote(2);
+
 bool HasConstWidth(const LWPOLYLINE_ENT& r) { return r.ConstWidth != LWPOLYLINE_ENT::kNoConstWidth; }
 
 // Empties the scratch list however the read ends, so that no vertex of this
@@ -27,18 +31,27 @@ const WriteOrder<LWPOLYLINE_ENT>& writeOrder() {
         O::Custom([](DXFWriter& w, const R& r) {
             // A Standard save writes bulges, and widths only for a polyline
             // that has some (a vertex without them takes its predecessor's).
+            // A read one gives its vertices' pairs back as the file did (see
+            // the notes in ReadEntity): widths where they change, unless every
+            // vertex had them.
             const bool standard = w.IsStandard();
+            const uint32_t notes = standard && r.kept.place ? r.kept.pairs : 0;
             const bool widths = !HasConstWidth(r) && (!standard || std::any_of(r.POINTS.begin(), r.POINTS.end(), [](const LWVERTEX& v) {
                                                           return v.StartWidth != 0.0 || v.EndWidth != 0.0;
                                                       }));
+            const bool changes = standard && r.kept.place && !(notes & kVertexWidths);
+            const LWVERTEX* last = nullptr;
             for (const LWVERTEX& v : r.POINTS) {
                 w.WriteDouble(10, v.X);
                 w.WriteDouble(20, v.Y);
-                if (widths) {
+                if (notes & kVertexZ) w.WriteDouble(30, v.Z);
+                if ((widths || (notes & kVertexWidths)) &&
+                    (!changes || (last ? v.StartWidth != last->StartWidth || v.EndWidth != last->EndWidth : v.StartWidth != 0.0 || v.EndWidth != 0.0))) {
                     w.WriteDouble(40, v.StartWidth);
                     w.WriteDouble(41, v.EndWidth);
                 }
-                if (standard && v.Bulge != 0.0) w.WriteDouble(42, v.Bulge);
+                if (standard && (v.Bulge != 0.0 || (notes & kVertexBulges))) w.WriteDouble(42, v.Bulge);
+                last = &v;
             }
         })};
     return order;
@@ -56,6 +69,8 @@ void ReadEntity(DXFReader& reader, LWVERTEXES& vertexList, LWPOLYLINE_ENT& recor
     LWVERTEX current;
     bool pending = false;
     int32_t flags = 0;
+    std::size_t bulges = 0, widths = 0;  // vertices that had them
+    bool bulge = false, width = false, z = false;
     ReadRecord(reader, record, [&](const DXFReader::Pair& p, LWPOLYLINE_ENT&) {
         switch (p.Code) {
         case 0: return PairIs::End;
@@ -64,6 +79,8 @@ void ReadEntity(DXFReader& reader, LWVERTEXES& vertexList, LWPOLYLINE_ENT& recor
         case 10: {
             const double x = reader.ToDouble(p.Value);
             if (pending) vertices.push_back(current);
+            bulges += bulge, widths += width;
+            bulge = width = false;
             // Widths are not reset: a vertex without its own 40/41 keeps
             // those of the vertex before it.
             current.X = x;
@@ -74,15 +91,18 @@ void ReadEntity(DXFReader& reader, LWVERTEXES& vertexList, LWPOLYLINE_ENT& recor
             break;
         }
         case 20: current.Y = reader.ToDouble(p.Value); break;
-        case 30: current.Z = reader.ToDouble(p.Value); break;
-        case 40: current.StartWidth = reader.ToDouble(p.Value); break;
-        case 41: current.EndWidth = reader.ToDouble(p.Value); break;
-        case 42: current.Bulge = reader.ToDouble(p.Value); break;
+        case 30: current.Z = reader.ToDouble(p.Value), z = true; break;
+        case 40: current.StartWidth = reader.ToDouble(p.Value), width = true; break;
+        case 41: current.EndWidth = reader.ToDouble(p.Value), width = true; break;
+        case 42: current.Bulge = reader.ToDouble(p.Value), bulge = true; break;
         default: return PairIs::Field;
         }
         return PairIs::Taken;
     });
     if (pending) vertices.push_back(current);
+    bulges += bulge, widths += width;
+    const std::size_t n = vertices.size();
+    record.kept.pairs |= (z ? kVertexZ : 0) | (n && bulges == n ? kVertexBulges : 0) | (n && widths == n ? kVertexWidths : 0);
 
     if (flags >= 128) {
         record.PlineGen = true;

@@ -61,6 +61,7 @@ const WriteOrder<SOLID_ENT>& solidOrder() {
                         O::Of(&R::ColorNumber), O::Of(&R::LineType), O::Text(100, "AcDbTrace")};
         cornerLines(o);
         o.push_back(O::Of(&R::Thickness));
+        for (double R::*m : {&R::ExtrusionX, &R::ExtrusionY, &R::ExtrusionZ}) o.push_back(O::Of(m).IfRead());
         return o;
     }();
     return order;
@@ -74,8 +75,10 @@ const WriteOrder<FACE3D_ENT>& faceOrder() {
                         O::Text(100, "AcDbFace"), O::Of(&R::ColorNumber)};
         cornerLines(o);
         o.push_back(O::Custom([](DXFWriter& w, const R& r) {
-            w.WriteInteger(70, (r.Edge1IsInvisible ? 1 : 0) + (r.Edge2IsInvisible ? 2 : 0) + (r.Edge3IsInvisible ? 4 : 0) +
-                                   (r.Edge4IsInvisible ? 8 : 0));
+                        w.WriteInteger(70, (r.Edge1IsInvisible ? 1 : 0) + (r.Edge2IsInvisible ? 2 : 0) + (r.Edge3IsInvisible ? 4 : 0) +
+                                               (r.Edge4IsInvisible ? 8 : 0));
+                    }).Noted(kKeptNote(0), [](const R& r) {
+            return r.Edge1IsInvisible || r.Edge2IsInvisible || r.Edge3IsInvisible || r.Edge4IsInvisible;
         }));
         return o;
     }();
@@ -105,6 +108,7 @@ void ReadEntity(DXFReader& reader, FACE3D_ENT& record) {
     ReadRecord(reader, record, [&reader](const DXFReader::Pair& p, FACE3D_ENT& r) {
         if (p.Code == 0) return PairIs::End;
         if (p.Code != 70) return PairIs::Field;
+        r.kept.pairs |= kKeptNote(0);  // the edge flags were given
         setEdgeFlags(r, reader.ToInt32(p.Value));
         return PairIs::Taken;
     });

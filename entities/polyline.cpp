@@ -23,10 +23,19 @@ void DecodeFlags(int32_t value, POLYLINE_ENT& r) {
 // The pairs of the POLYLINE entity, and again those after its SEQEND, up to
 // the next code 0, which is pushed back.
 void ReadPolylinePairs(DXFReader& reader, POLYLINE_ENT& record) {
-    ReadPairs(reader, record, [&reader](const DXFReader::Pair& p, POLYLINE_ENT& r) {
+    const bool preserving = tKeptRead.armed;
+    ReadPairs(reader, record, [&reader, preserving](const DXFReader::Pair& p, POLYLINE_ENT& r) {
         if (p.Code == 0) return PairIs::End;
+        // The point's Z is the elevation: a preserving read keeps one that is not 0.
+        if (p.Code == 30 && preserving && reader.ToDouble(p.Value) != 0.0) {
+            r.kept.pairs |= kKeptNote(1);
+            return PairIs::Kept;
+        }
         if (p.Code == 10 || p.Code == 20 || p.Code == 30) return PairIs::Taken;  // the dummy point, written as zeros
-        if (p.Code == 66) return PairIs::Taken;  // vertices follow: always written
+        if (p.Code == 66) {  // vertices follow: written for every polyline a host made
+            if (reader.ToInt32(p.Value) == 1) r.kept.pairs |= kKeptNote(0);
+            return PairIs::Taken;
+        }
         if (p.Code != 70) return PairIs::Field;
         DecodeFlags(reader.ToInt32(p.Value), r);
         return PairIs::Taken;
@@ -46,7 +55,14 @@ const WriteOrder<POLYLINE_ENT>& polylineOrder() {
         O::Custom([](DXFWriter& w, const R& r) {
             w.WriteString(100, r.IsPolyFaceMesh ? "AcDbPolyFaceMesh" : r.Is3DPolyLine ? "AcDb3dPolyline" : "AcDb2dPolyline");
         }),
-        O::Text(66, "1"), O::Of(&R::Thickness), O::Custom([](DXFWriter& w, const R&) { w.WritePoint(0.0, 0.0, 0.0, 10, 20, 30); }),
+        O::Text(66, "1").Noted(kKeptNote(0)), O::Of(&R::Thickness), O::Custom([](DXFWriter& w, const R& r) {
+            if (w.IsStandard() && r.kept.place && (r.kept.pairs & kKeptNote(1))) {
+                w.WriteDouble(10, 0.0);  // the Z read follows among the kept pairs
+                w.WriteDouble(20, 0.0);
+            } else {
+                w.WritePoint(0.0, 0.0, 0.0, 10, 20, 30);
+            }
+        }),
         O::Custom([](DXFWriter& w, const R& r) {
             // A Standard save also gives back the fitting and mesh flags.
             const int32_t more = w.IsStandard() ? (r.IsCurveFitted ? 2 : 0) + (r.IsSplineFitted ? 4 : 0) + (r.Is3DPolygonMesh ? 16 : 0) +
@@ -54,7 +70,7 @@ const WriteOrder<POLYLINE_ENT>& polylineOrder() {
                                                 : 0;
             w.WriteInteger(70, (r.IsClosed ? 1 : 0) + (r.Is3DPolyLine ? 8 : 0) + (r.IsPolyFaceMesh ? 64 : 0) + more);
         }),
-        O::Of(&R::PolygonMeshMVertexCount).IfRead(), O::Of(&R::PolygonMeshNVertexCount).IfRead()};
+        O::Of(&R::PolygonMeshMVertexCount).IfRead(), O::Of(&R::PolygonMeshNVertexCount).IfRead(), O::Of(&R::SplineMode).IfRead()};
     return order;
 }
 

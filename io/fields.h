@@ -12,6 +12,8 @@
 
 #include <algorithm>
 #include <array>
+#include <charconv>
+#include <climits>
 #include <cstdint>
 #include <span>
 #include <string>
@@ -432,6 +434,16 @@ void ReadRecord(DXFReader& reader, R& record, Hook&& hook = {}) {
 
 namespace ormavec {
 
+// What a piece of code writing repeated pairs (a line type's elements) sees
+// of a Standard save of a read record: After(code) writes the next run of
+// kept pairs that followed a pair of that code in the file, false for none.
+struct KeptCursor {
+    bool read = false;  // the record was read by a preserving load
+    const void* state = nullptr;
+    bool (*after)(const void*, int32_t) = nullptr;
+    bool After(int32_t code) const { return after && after(state, code); }
+};
+
 // One pair (or a piece of code) in the write order of a record.
 template <class R>
 struct WriteOp {
@@ -458,7 +470,12 @@ struct WriteOp {
     std::array<int32_t, 3> keptCodes{};
     bool madeOnly = false;  // written only for a record the host made (a read one keeps its own pair, if any)
     bool readOnly = false;  // written only in a Standard save of a read record that had the pair
+    // A pair the kind reads in code: a Standard save of a read record writes
+    // it only when the note says it was present or changed(r) holds.
+    uint32_t note = 0;
+    bool (*changed)(const R&) = nullptr;
     void (*custom)(DXFWriter&, const R&) = nullptr;   // Custom
+    void (*customKept)(DXFWriter&, const R&, const KeptCursor&) = nullptr;  // Custom, placing kept pairs itself
 
     WriteOp& If(bool (*pred)(const R&)) {
         when = pred;
@@ -470,6 +487,11 @@ struct WriteOp {
     }
     WriteOp& IfRead() {
         readOnly = true;
+        return *this;
+    }
+    WriteOp& Noted(uint32_t bit, bool (*pred)(const R&) = nullptr) {
+        note = bit;
+        changed = pred;
         return *this;
     }
     WriteOp& UnlessKept(int (*gives)(const R&, std::span<const KeptPair>), std::array<int32_t, 3> codes) {
@@ -585,6 +607,12 @@ struct W {
         o.custom = fn;
         return o;
     }
+    static Op Custom(void (*fn)(DXFWriter&, const R&, const KeptCursor&)) {
+        Op o;
+        o.kind = Op::Kind::Custom;
+        o.customKept = fn;
+        return o;
+    }
     // Custom code writing the field of member m: left out like the field when
     // it was absent and still holds its read value.
     static Op Custom(void (*fn)(DXFWriter&, const R&), double R::*m) {
@@ -596,14 +624,18 @@ struct W {
 };
 
 // KeptSlot::pairs bits: the record was read without a line type; it
-// carried pairs no field took (kept beside it by place); and, from bit
+// carried pairs no field took (kept beside it by place); from bit
 // kKeptAbsentShift on, one bit per field position: the field's pair was
-// absent. Fields from position 32 - kKeptAbsentShift on have no bit and are
-// always written.
+// absent (fields from position kKeptAbsentBits on have no bit and are always
+// written); and the top kKeptNoteBits bits, the kind's own notes of how the
+// file gave what its read code takes (kKeptNote(i): a pair that was present,
+// a form of its vertices), set on every read.
 inline constexpr uint32_t kKeptNoLineType = 1;
 inline constexpr uint32_t kKeptExtras = 2;
 inline constexpr int32_t kKeptAbsentShift = 2;
-inline constexpr int32_t kKeptAbsentBits = 32 - kKeptAbsentShift;
+inline constexpr int32_t kKeptNoteBits = 3;
+inline constexpr int32_t kKeptAbsentBits = 32 - kKeptAbsentShift - kKeptNoteBits;
+constexpr uint32_t kKeptNote(int32_t i) noexcept { return 1u << (31 - i); }
 
 namespace fields_detail {
 
@@ -612,8 +644,8 @@ namespace fields_detail {
 // XDATA. A run starts at an anchor entry (code -1 - c) or at a pair whose
 // After() is c. Groups pointing into objects are left out unless the save
 // writes the drawing's objects.
-inline void WriteKeptAt(DXFWriter& w, std::span<const KeptPair> x, std::vector<bool>& done, int32_t code,
-                        std::string_view marker, const std::vector<int32_t>& constant, bool objectsKept) {
+inline bool WriteKeptAt(DXFWriter& w, std::span<const KeptPair> x, std::vector<bool>& done, int32_t code,
+                        std::string_view marker, const std::vector<int32_t>& constant, bool objectsKept, bool once = false) {
     // Whether x[j] belongs to the run that starts at x[i].
     const auto inRun = [&](std::size_t i, std::size_t j) { return j < x.size() && x[j].Code >= 0 && (j == i || x[j].After() < 0); };
     char buf[48];
@@ -634,7 +666,9 @@ inline void WriteKeptAt(DXFWriter& w, std::span<const KeptPair> x, std::vector<b
                 }
                 w.WriteString(x[j].Code, x[j].Format(buf));
             }
+            if (once) return true;
         }
+    return false;
 }
 
 // Whether kept pairs put the entity in paper space (67 1).
@@ -652,29 +686,28 @@ inline bool InPaperSpace(const std::vector<DxfEntry>& x) noexcept {
 // Whether the record's field of this op was absent and still holds the value
 // it was read with.
 template <class R>
-bool AbsentAsRead(const WriteOp<R>& op, const R& r) {
-    if constexpr (requires { r.kept.pairs; }) {
-        if (op.field < 0 || op.field >= kKeptAbsentBits || !((r.kept.pairs >> (kKeptAbsentShift + op.field)) & 1)) return false;
-        switch (op.kind) {
-        case WriteOp<R>::Kind::String: return (r.*op.str) == op.textDefault;
-        case WriteOp<R>::Kind::Double:
-        case WriteOp<R>::Kind::Custom: return op.dbl || op.xyz ? (op.xyz ? (r.*op.xyz).*op.axis : r.*op.dbl) == op.numDefault : false;
-        case WriteOp<R>::Kind::Int: return r.*op.i32 == op.numDefault;
-        default: return false;
-        }
+bool AbsentAsRead(const WriteOp<R>& op, const R& r, uint32_t pairs) {
+    if (op.field < 0 || op.field >= kKeptAbsentBits || !((pairs >> (kKeptAbsentShift + op.field)) & 1)) return false;
+    switch (op.kind) {
+    case WriteOp<R>::Kind::String: return (r.*op.str) == op.textDefault;
+    case WriteOp<R>::Kind::Double:
+    case WriteOp<R>::Kind::Custom: return op.dbl || op.xyz ? (op.xyz ? (r.*op.xyz).*op.axis : r.*op.dbl) == op.numDefault : false;
+    case WriteOp<R>::Kind::Int: return r.*op.i32 == op.numDefault;
+    default: return false;
     }
-    return false;
 }
 
 // Whether the read record's field of this op had its pair in the file: a
 // Standard save then writes it even where a host-made record leaves the
 // value out (TEXT's 41 of 1).
 template <class R>
-bool PresentAsRead(const WriteOp<R>& op, const R& r) {
-    if constexpr (requires { r.kept.pairs; })
-        return r.kept.place != 0 && op.field >= 0 && op.field < kKeptAbsentBits && !((r.kept.pairs >> (kKeptAbsentShift + op.field)) & 1);
-    return false;
+bool PresentAsRead(const WriteOp<R>& op, bool read, uint32_t pairs) {
+    return read && ((pairs & op.note) != 0 || (op.field >= 0 && op.field < kKeptAbsentBits && !((pairs >> (kKeptAbsentShift + op.field)) & 1)));
 }
+
+// A typed table entry read by a preserving load: the first of its kept pairs
+// has this code and the entry's absent fields, as KeptSlot::pairs, in its text.
+inline constexpr int32_t kEntryReadCode = INT32_MIN;
 
 }  // namespace fields_detail
 
@@ -695,12 +728,22 @@ void WriteByOrder(Save& save, const WriteOrder<R>& order, const R& r) {
     // A typed table entry: the pairs kept for the name it was offered under,
     // viewed as a set's kept pairs.
     std::vector<KeptPair> entryPairs;
+    bool entryRead = false;
+    uint32_t entryBits = 0;
     if constexpr (requires { save.entryExtras; })
         if (kept.empty() && writer.IsStandard())
             if (const std::vector<DxfEntry>* x = std::exchange(save.entryExtras, nullptr)) {
-                for (const DxfEntry& e : *x) entryPairs.push_back({e.Code, static_cast<uint32_t>(e.Value.size()), e.Value.data()});
+                for (const DxfEntry& e : *x)
+                    if (e.Code == fields_detail::kEntryReadCode)
+                        entryRead = true, std::from_chars(e.Value.data(), e.Value.data() + e.Value.size(), entryBits);
+                    else
+                        entryPairs.push_back({e.Code, static_cast<uint32_t>(e.Value.size()), e.Value.data()});
                 kept = entryPairs;
             }
+    // A read entry's constant pairs: its own where it had them (a pointer
+    // into objects not written aside), none where it had none.
+    const auto keptHas = [&](int32_t code) { return std::any_of(kept.begin(), kept.end(), [&](const KeptPair& e) { return e.Code == code; }); };
+    const auto entryOwn = [&](int32_t code) { return entryRead && code != 0 && code != 100 && (code < 390 || code > 399); };
     std::vector<bool> done(kept.size());
     bool objectsKept = false;
     if constexpr (requires { save.objectsKept; }) objectsKept = save.objectsKept;
@@ -713,7 +756,7 @@ void WriteByOrder(Save& save, const WriteOrder<R>& order, const R& r) {
     std::vector<int32_t> constant;  // codes the order writes as constants (66, ...), or whose kept pairs no longer stand
     if (!kept.empty())
         for (const WriteOp<R>& op : order) {
-            if (op.kind == WriteOp<R>::Kind::Text && op.code != 0 && op.code != 100 && op.code != 6 && !keptPointer(op.code))
+            if (op.kind == WriteOp<R>::Kind::Text && op.code != 0 && op.code != 100 && op.code != 6 && !keptPointer(op.code) && !entryOwn(op.code))
                 constant.push_back(op.code);
             if (op.keptGives && op.keptGives(r, kept) == 0)
                 for (int32_t c : op.keptCodes) constant.push_back(c);
@@ -724,22 +767,26 @@ void WriteByOrder(Save& save, const WriteOrder<R>& order, const R& r) {
     if constexpr (requires { save.paperSpaceRecord; })
         if (!kept.empty() && owner == save.modelSpaceRecord && save.paperSpaceRecord && fields_detail::InPaperSpace(kept))
             save.SetOwner(save.paperSpaceRecord);
-    bool absent = false, wasRead = false;
+    bool wasRead = entryRead;
+    uint32_t readNotes = entryBits;
     if constexpr (requires { r.kept.pairs; }) {
-        absent = writer.IsStandard() && (r.kept.pairs >> kKeptAbsentShift) != 0;
         wasRead = writer.IsStandard() && r.kept.place != 0;
+        readNotes = r.kept.pairs;
     }
+    const bool absent = wasRead && (readNotes >> kKeptAbsentShift) != 0;
     for (const WriteOp<R>& op : order) {
         if (op.madeOnly && wasRead) continue;
-        if (op.readOnly && !(wasRead && fields_detail::PresentAsRead(op, r))) continue;
-        if (op.when && !op.when(r) && !(wasRead && fields_detail::PresentAsRead(op, r))) continue;
-        if (absent && fields_detail::AbsentAsRead(op, r)) continue;
-        if (op.keptGives && !kept.empty() && !fields_detail::PresentAsRead(op, r) && op.keptGives(r, kept) == 1) continue;
+        if (op.readOnly && !(wasRead && fields_detail::PresentAsRead(op, wasRead, readNotes))) continue;
+        if (op.note && wasRead && !(readNotes & op.note) && !(op.changed && op.changed(r))) continue;
+        if (op.when && !op.when(r) && !(wasRead && fields_detail::PresentAsRead(op, wasRead, readNotes))) continue;
+        if (absent && fields_detail::AbsentAsRead(op, r, readNotes)) continue;
+        if (op.keptGives && !kept.empty() && !fields_detail::PresentAsRead(op, wasRead, readNotes) && op.keptGives(r, kept) == 1) continue;
         switch (op.kind) {
         case WriteOp<R>::Kind::Text:
             // A constant line type only for a record the host made: a read one
             // gives back its own, if it had one.
-            if ((op.code == 6 && wasRead) || keptPointer(op.code)) break;
+            if ((op.code == 6 && wasRead) || keptPointer(op.code) || entryOwn(op.code) || (entryRead && op.code != 0 && op.code != 100 && !keptHas(op.code)))
+                break;
             writer.WriteString(op.code, op.text);
             break;
         case WriteOp<R>::Kind::Handle:
@@ -754,13 +801,29 @@ void WriteByOrder(Save& save, const WriteOrder<R>& order, const R& r) {
             if constexpr (requires { r.kept.pairs; })
                 if (op.code == 6 && (r.kept.pairs & kKeptNoLineType) && writer.IsStandard() && (s.empty() || s == op.text)) break;
             // An empty text the file gave stays empty.
-            const bool fallback = op.fallback && s.empty() && !(wasRead && fields_detail::PresentAsRead(op, r));
+            const bool fallback = op.fallback && s.empty() && !(wasRead && fields_detail::PresentAsRead(op, wasRead, readNotes));
             writer.WriteString(op.code, fallback ? op.text : std::string_view(s));
             break;
         }
         case WriteOp<R>::Kind::Double: writer.WriteDouble(op.code, op.xyz ? (r.*op.xyz).*op.axis : r.*op.dbl); break;
         case WriteOp<R>::Kind::Int: writer.WriteInteger(op.code, r.*op.i32); break;
-        case WriteOp<R>::Kind::Custom: op.custom(writer, r); break;
+        case WriteOp<R>::Kind::Custom:
+            if (op.customKept) {
+                struct State {
+                    DXFWriter& w;
+                    std::span<const KeptPair> kept;
+                    std::vector<bool>& done;
+                    const std::vector<int32_t>& constant;
+                    bool objectsKept;
+                } state{writer, kept, done, constant, objectsKept};
+                op.customKept(writer, r, KeptCursor{wasRead, &state, [](const void* p, int32_t code) {
+                                                        const State& s = *static_cast<const State*>(p);
+                                                        return fields_detail::WriteKeptAt(s.w, s.kept, s.done, code, {}, s.constant, s.objectsKept, true);
+                                                    }});
+            } else {
+                op.custom(writer, r);
+            }
+            break;
         }
         if (!kept.empty() && op.code != 0 && op.kind != WriteOp<R>::Kind::Custom)
             fields_detail::WriteKeptAt(writer, kept, done, op.code, op.text, constant, objectsKept);

@@ -8,15 +8,17 @@ namespace {
 
 bool sameLower(std::string_view name, std::string_view lower) { return LowerCase(name) == lower; }
 
-// The stored count decides how many elements are written.
-void writePattern(DXFWriter& w, const LTYPES_TAB& r) {
+// The stored count decides how many elements are written; a read entry's
+// elements take back the pairs that followed their 49 (74 and those of a
+// shape or text element), none where the file had none.
+void writePattern(DXFWriter& w, const LTYPES_TAB& r, const KeptCursor& kept) {
     for (int32_t k = 0; k < r.LineElementCount; ++k) {
         if (static_cast<std::size_t>(k) >= r.Pattern.size())
             RaiseError(err::SubscriptOutOfRange, LTYPES::kClassName,
                        "Subscript out of range: line type " + r.LineTypeName + " has " + std::to_string(r.Pattern.size()) +
                            " pattern elements, LineElementCount is " + std::to_string(r.LineElementCount));
         w.WriteDouble(49, r.Pattern[static_cast<std::size_t>(k)].Value);
-        w.WriteInteger(74, 0);
+        if (!kept.After(49) && !kept.read) w.WriteInteger(74, 0);
     }
 }
 

@@ -85,7 +85,7 @@ struct Census {
                 else if (section == "OBJECTS" && value != "ENDSEC") ++objects;
                 else if (section == "CLASSES" && value != "ENDSEC") ++classes;
                 else if (section == "TABLES" && value == "TABLE" && std::getline(in, code) && std::getline(in, table)) trim(table), tables[table] += 0;
-                else if (section == "TABLES" && value != "ENDTAB" && value != "ENDSEC" && ++tables[table] && (table == "LAYER" || table == "STYLE"))
+                else if (section == "TABLES" && value != "ENDTAB" && value != "ENDSEC" && ++tables[table] && (table == "LAYER" || table == "STYLE" || table == "LTYPE"))
                     current = &entries[table + " #" + std::to_string(tables[table])];
                 else if ((section == "ENTITIES" || section == "BLOCKS") && value != "ENDSEC" && value != "BLOCK" && value != "ENDBLK" &&
                          value != "SEQEND" && value != "VERTEX" && value != "ATTRIB")
@@ -298,7 +298,7 @@ TEST(CorpusTest, RoundTripsEveryFile) {
     const int64_t differ = std::accumulate(differing.begin(), differing.end(), int64_t{0}, [](int64_t n, const auto& d) { return n + d.second; });
     std::printf("entity pairs: %lld compared, %lld equal, %lld differ\n", (long long)compared, (long long)(compared - differ), (long long)differ);
     for (const auto& [why, n] : differing) std::printf("  %lld %s\n", (long long)n, why.c_str());
-    std::printf("layer and style entry pairs: %lld compared, %lld differ\n", (long long)entriesCompared,
+    std::printf("layer, style and line type entry pairs: %lld compared, %lld differ\n", (long long)entriesCompared,
                 (long long)std::accumulate(entriesDiffering.begin(), entriesDiffering.end(), int64_t{0}, [](int64_t n, const auto& d) { return n + d.second; }));
     for (const auto& [why, n] : entriesDiffering) std::printf("  %lld %s\n", (long long)n, why.c_str());
     for (int m = 0; m < 3; ++m) std::ofstream(kSaved[m] / "counts.json", std::ios::binary) << counts[m ? 1 : 0] << "]\n";

@@ -414,8 +414,12 @@ TEST(Preserving, TypedRecordsKeepTheirPairsAndHandles) {
 // writes for a record the host made: TEXT without its alignment point, with a
 // width factor of 1 and an empty text, with a point of its own; MTEXT without
 // 42 or 62, with a direction (no rotation of its own) and with an embedded
-// object's pairs; a closed polygon mesh's flags and counts. Numbers by value; 5, 330
-// and 100 aside.
+// object's pairs; a closed polygon mesh's flags and counts; polyline vertices with a
+// Z, widths where they change or on every vertex, bulges of 0; a polyline
+// without 66 at an elevation; a face without edge flags; an insert's empty
+// sequence; a solid's extrusion; a layer without colour or plot style, a
+// style's big font; line types without 74, with a text element. Numbers by
+// value; 5, 330 and 100 aside (and the fixed line types a save adds).
 TEST(Preserving, ReadPairsComeBackAsGiven) {
     TempDir dir;
     const std::string entities =
@@ -426,8 +430,20 @@ TEST(Preserving, ReadPairsComeBackAsGiven) {
         "11 3\n21 4\n40 20\n41 0\n42 15\n43 15\n71 2\n72 1\n44 20\n45 12.5\n73 0\n74 0\n46 0\n"
         "0 POLYLINE\n8 0\n66 1\n10 0\n20 0\n30 0\n70 17\n71 2\n72 2\n"
         "0 VERTEX\n8 0\n10 0\n20 0\n30 0\n70 64\n0 VERTEX\n8 0\n10 1\n20 0\n30 0\n70 64\n"
-        "0 VERTEX\n8 0\n10 0\n20 1\n30 0\n70 64\n0 VERTEX\n8 0\n10 1\n20 1\n30 1\n70 64\n0 SEQEND\n8 0\n";
-    WriteFile(dir / "in.dxf", Dxf("0 SECTION\n2 HEADER\n9 $ACADVER\n1 AC1015\n0 ENDSEC\n0 SECTION\n2 ENTITIES\n" + entities + "0 ENDSEC\n0 EOF\n"));
+        "0 VERTEX\n8 0\n10 0\n20 1\n30 0\n70 64\n0 VERTEX\n8 0\n10 1\n20 1\n30 1\n70 64\n0 SEQEND\n8 0\n"
+        "0 LWPOLYLINE\n8 0\n90 3\n70 1\n10 0\n20 0\n30 0\n40 0.2\n41 0.2\n10 5\n20 0\n30 0\n42 0.5\n10 5\n20 5\n30 0\n"
+        "0 LWPOLYLINE\n8 0\n90 2\n70 0\n10 0\n20 0\n40 0\n41 0\n42 0\n10 1\n20 1\n40 0\n41 0\n42 0\n"
+        "0 POLYLINE\n8 0\n10 0\n20 0\n30 2.5\n70 0\n0 VERTEX\n8 0\n10 0\n20 0\n30 0\n0 VERTEX\n8 0\n10 1\n20 0\n30 0\n0 SEQEND\n8 0\n"
+        "0 3DFACE\n8 0\n10 0\n20 0\n30 0\n11 1\n21 0\n31 0\n12 1\n22 1\n32 0\n13 0\n23 1\n33 0\n"
+        "0 INSERT\n8 0\n66 1\n2 B\n10 0\n20 0\n30 0\n0 SEQEND\n8 0\n"
+        "0 SOLID\n8 0\n10 0\n20 0\n30 0\n11 1\n21 0\n31 0\n12 0\n22 1\n32 0\n13 1\n23 1\n33 0\n210 0\n220 0\n230 -1\n";
+    const std::string tables =
+        "0 TABLE\n2 LTYPE\n0 LTYPE\n2 CONTINUOUS\n70 64\n3 Solid\n72 65\n73 0\n40 0\n0 LTYPE\n2 DASHED\n70 0\n3 __ __\n72 65\n73 2\n"
+        "40 0.75\n49 0.5\n49 -0.25\n0 LTYPE\n2 TEXTED\n70 0\n3 T\n72 65\n73 2\n40 1\n49 0.5\n74 2\n75 0\n340 11\n46 0.1\n50 0\n44 0\n"
+        "45 0\n9 T\n49 -0.5\n74 0\n0 ENDTAB\n0 TABLE\n2 LAYER\n0 LAYER\n2 0\n70 0\n6 CONTINUOUS\n0 ENDTAB\n0 TABLE\n2 STYLE\n0 STYLE\n"
+        "2 Standard\n70 0\n40 0\n41 1\n50 0\n71 0\n42 2.5\n3 txt\n4 big.shx\n0 ENDTAB\n";
+    WriteFile(dir / "in.dxf", Dxf("0 SECTION\n2 HEADER\n9 $ACADVER\n1 AC1015\n0 ENDSEC\n0 SECTION\n2 TABLES\n" + tables +
+                                  "0 ENDSEC\n0 SECTION\n2 ENTITIES\n" + entities + "0 ENDSEC\n0 EOF\n"));
     DXFDocument doc;
     doc.SetPreserve(true);
     doc.SetSaveMode(SaveMode::Standard);
@@ -444,16 +460,17 @@ TEST(Preserving, ReadPairsComeBackAsGiven) {
         for (std::size_t i = 0; i + 1 < lines.size(); i += 2) {
             const int code = std::atoi(lines[i].c_str());
             std::string v = lines[i + 1];
-            if (code == 0) head = v == "TEXT" || v == "MTEXT" || v == "POLYLINE";
+            if (code == 0) head = std::set<std::string>{"TEXT", "MTEXT", "POLYLINE", "LWPOLYLINE", "3DFACE", "INSERT", "SOLID", "LAYER", "STYLE", "LTYPE"}.contains(v);
             if (code == 0 && head) out.emplace_back();
             double x;
             if (const auto r = std::from_chars(v.data(), v.data() + v.size(), x); r.ec == std::errc() && r.ptr == v.data() + v.size() && code != 1)
                 v = std::to_string(x);
             if (head && code != 0 && code != 5 && code != 330 && code != 100) out.back().emplace(code, v);
         }
+        std::erase_if(out, [](const Entity& e) { return e.contains({2, "ByBlock"}) || e.contains({2, "ByLayer"}); });
         return out;
     };
-    const std::vector<Entity> given = heads(PairLines(entities)), saved = heads(SplitCrLf(ReadFile(dir / "out.dxf")));
+    const std::vector<Entity> given = heads(PairLines(tables + entities)), saved = heads(SplitCrLf(ReadFile(dir / "out.dxf")));
     ASSERT_EQ(given.size(), saved.size());
     for (std::size_t i = 0; i < given.size(); ++i) EXPECT_EQ(given[i], saved[i]) << "entity " << i;
 }
