@@ -737,7 +737,7 @@ void WriteByOrder(Save& save, const WriteOrder<R>& order, const R& r) {
                     if (e.Code == fields_detail::kEntryReadCode)
                         entryRead = true, std::from_chars(e.Value.data(), e.Value.data() + e.Value.size(), entryBits);
                     else
-                        entryPairs.push_back({e.Code, static_cast<uint32_t>(e.Value.size()), e.Value.data()});
+                        entryPairs.push_back({e.Code, static_cast<uint32_t>(e.Value.size()), {e.Value.data()}});
                 kept = entryPairs;
             }
     // A read entry's constant pairs: its own where it had them (a pointer
