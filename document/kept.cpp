@@ -53,7 +53,7 @@ bool realCode(int32_t c) noexcept {
 // The pair as a number when its text is the value written with the text's
 // own decimals; otherwise a pair without the number flag.
 KeptPair keptNumber(int32_t code, std::string_view text) noexcept {
-    KeptPair p{code, 0, nullptr};
+    KeptPair p{code, 0, {nullptr}};
     if (!realCode(code) || text.empty() || text.size() > 24) return p;
     const std::size_t point = text.find('.');
     const std::size_t decimals = point == std::string_view::npos ? 0 : text.size() - point - 1;
@@ -61,7 +61,7 @@ KeptPair keptNumber(int32_t code, std::string_view text) noexcept {
         if (!(text[i] >= '0' && text[i] <= '9') && !(i == 0 && text[i] == '-') && i != point) return p;
     double v = 0;
     if (ParseDouble(text, v) != ParseStatus::Ok) return p;
-    KeptPair n{code, KeptPair::kNumber | (point != std::string_view::npos ? KeptPair::kPoint : 0) | static_cast<uint32_t>(decimals), nullptr};
+    KeptPair n{code, KeptPair::kNumber | (point != std::string_view::npos ? KeptPair::kPoint : 0) | static_cast<uint32_t>(decimals), {nullptr}};
     n.Num = v;
     char buf[48];
     return n.Format(buf) == text ? n : p;
@@ -107,12 +107,12 @@ void KeptEntities::KeepTyped(uint32_t place, std::string_view handle, std::vecto
             continue;
         }
         KeptPair p = keptNumber(e.Code, e.Value);
-        if (!p.IsNumber()) p = {e.Code, static_cast<uint32_t>(e.Value.size()), storeText(e.Value)};
+        if (!p.IsNumber()) p = {e.Code, static_cast<uint32_t>(e.Value.size()), {storeText(e.Value)}};
         if (after >= 0) {
             if (p.IsNumber() || p.Size < (1u << KeptPair::kAfterShift))
                 p.Size |= KeptPair::kAfter | static_cast<uint32_t>(after) << KeptPair::kAfterShift;
             else
-                chunk.push_back({-1 - after, 0, ""});
+                chunk.push_back({-1 - after, 0, {""}});
             after = -1;
         }
         chunk.push_back(p);
