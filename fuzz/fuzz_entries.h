@@ -139,7 +139,7 @@ inline std::string RoundTripEntry(const uint8_t* data, size_t size) {
     }
     if (standard) {
         // A Standard save may declare a later version and define the text
-        // styles, line types and layers that records name; the rest must come
+        // styles, line types, layers and blocks that records name; the rest must come
         // back as it was (the fixed line types and layer 0 are the comparer's).
         second.HEADER()->SetAcadVer(first.HEADER()->AcadVer());
         const auto dropAdded = [](auto& added, const auto& had) {
@@ -151,6 +151,12 @@ inline std::string RoundTripEntry(const uint8_t* data, size_t size) {
         dropAdded(*second.TABLES()->STYLES(), *first.TABLES()->STYLES());
         dropAdded(*second.TABLES()->LTYPES(), *first.TABLES()->LTYPES());
         dropAdded(*second.TABLES()->LAYERS(), *first.TABLES()->LAYERS());
+        // And an empty definition of each block that inserts name and BLOCKS lacks.
+        BLOCKS& blocks = *second.BLOCKS();
+        for (int32_t i = blocks.Count() - 1; i >= 0; --i)
+            if (const std::string name(BLOCKS::NameOf(blocks.ItemRef(i)));
+                first.BLOCKS()->FindByName(name) < 0 && !EqualsNoCase(name, "*Model_Space") && !EqualsNoCase(name, "*Paper_Space"))
+                blocks.Delete(i);
     }
     testing::CompareOptions options;
     options.textKept = standard;
