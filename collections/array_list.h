@@ -137,6 +137,9 @@ public:
     // The stored record without a copy; valid until the list changes.
     const T& ItemRef(int32_t index) const { return storage_[checkIndex(index)]; }
     void LetItem(int32_t index, const T& record) { storage_[checkIndex(index)] = record; }
+    // The stored record to finish in place (a reader's notes on what it
+    // just added); valid until the list changes.
+    T& SlotOf(int64_t index) { return storage_[checkIndex(static_cast<int32_t>(index))]; }
 
     void AddItem(const T& record) { Add(record); }
     void Add(const T& record) {

@@ -6,6 +6,8 @@
 #include <algorithm>
 #include <array>
 #include <cstdint>
+#include <span>
+#include <type_traits>
 #include <vector>
 
 #include "document/blocks.h"
@@ -18,28 +20,78 @@ int32_t CurrentVersionMode() noexcept;
 
 namespace entity_sets {
 
+// The notes of a preserving read on a record: the values of absent fields,
+// which were absent, whether it carried pairs no field took.
+template <class R>
+void noteRead(R& record, uint64_t seen, bool extras) {
+    ApplyKeptDefaults(record, kCodedFields<R> & ~seen);
+    const uint64_t absent = kCodedFields<R> & ~seen & ((uint64_t{1} << kKeptAbsentBits) - 1);
+    record.kept.pairs |= static_cast<uint32_t>(absent) << kKeptAbsentShift;
+    if (extras) record.kept.pairs |= kKeptExtras;
+}
+
+inline void keepAt(ReadScratch& scratch, uint32_t place, std::string_view handle, std::vector<DxfEntry>& extras) {
+    if ((handle.empty() && extras.empty()) || !scratch.kept) return;
+    if (!*scratch.kept) *scratch.kept = std::make_shared<KeptEntities>();
+    (*scratch.kept)->KeepTyped(place, handle, &extras);
+}
+
+// The records read nested in the one at place (tKeptRead.nested), at the m
+// places after it, the SEQEND at the last.
+template <class R>
+void keepNested(R& record, uint32_t place, uint32_t m, ReadScratch& scratch) {
+    KeptRead& k = tKeptRead;
+    const std::span<KeptRead::Nested> nested(k.nested.data(), k.nestedCount);
+    record.keptNested.value = m;
+    uint32_t at = place;
+    if constexpr (std::is_same_v<R, INSERT_ENT>) {
+        int64_t i = 0;
+        for (KeptRead::Nested& n : nested) {
+            ++at;
+            if (n.kind == kNestedAttrib && record.ATTRIBS && i < record.ATTRIBS->Count()) {
+                ATTRIB_ENT& a = record.ATTRIBS->SlotOf(i++);
+                a.kept.place = at;
+                noteRead(a, n.seen, !n.extras.empty());
+            }
+            keepAt(scratch, n.kind == kNestedSeqEnd ? place + m : at, n.handle, n.extras);
+        }
+    } else {
+        // Vertices, then faces, as the model holds them.
+        uint32_t form = ~0u;
+        for (int kind : {kNestedVertex, kNestedFace})
+            for (KeptRead::Nested& n : nested)
+                if (n.kind == kind) {
+                    form &= static_cast<uint32_t>(n.seen);
+                    keepAt(scratch, ++at, n.handle, n.extras);
+                }
+        record.keptVertexForm.value = form;
+        for (KeptRead::Nested& n : nested)
+            if (n.kind == kNestedSeqEnd) keepAt(scratch, place + m, n.handle, n.extras);
+    }
+}
+
 template <Kind K, class Set>
 void readOne(DXFReader& reader, const Set& set, ReadScratch& scratch) {
     // A failing read leaves the list as it was.
     KindRecord<K> record;
     tLineTypeSeen = {scratch.preserve, false};
-    if (scratch.preserve) tKeptRead.Arm();
+    if (scratch.preserve) tKeptRead.Arm(), tKeptRead.nestedCount = 0;
     ReadEntity(reader, record, scratch);
     // A picture draws in the order read (SPLINEs and HATCHes kept raw among the typed).
     if (scratch.keepSplines && !scratch.preserve) record.kept.place = scratch.NextPlace();
     if (scratch.preserve) {
-        using R = KindRecord<K>;
         KeptRead& k = tKeptRead;
-        record.kept.place = scratch.NextPlace();
+        // Records read nested take the places after the record's own, the
+        // SEQEND's always reserved.
+        uint32_t m = 0;
+        if constexpr (requires { record.keptNested; })
+            if (k.nestedCount) m = static_cast<uint32_t>(k.nestedCount) + (k.nested[k.nestedCount - 1].kind == kNestedSeqEnd ? 0 : 1);
+        record.kept.place = scratch.NextPlaces(1 + m);
         if (!tLineTypeSeen.seen) record.kept.pairs |= kKeptNoLineType;
-        ApplyKeptDefaults(record, kCodedFields<R> & ~k.seen);
-        const uint64_t absent = kCodedFields<R> & ~k.seen & ((uint64_t{1} << kKeptAbsentBits) - 1);
-        record.kept.pairs |= static_cast<uint32_t>(absent) << kKeptAbsentShift;
-        if (!k.extras.empty()) record.kept.pairs |= kKeptExtras;
-        if ((!k.handle.empty() || !k.extras.empty()) && scratch.kept) {
-            if (!*scratch.kept) *scratch.kept = std::make_shared<KeptEntities>();
-            (*scratch.kept)->KeepTyped(record.kept.place, k.handle, &k.extras);
-        }
+        noteRead(record, k.seen, !k.extras.empty());
+        if (scratch.kept) keepAt(scratch, record.kept.place, k.handle, k.extras);
+        if constexpr (requires { record.keptNested; })
+            if (m) keepNested(record, record.kept.place, m, scratch);
     }
     ListIn<K>(set)->Add(std::move(record));
 }

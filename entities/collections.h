@@ -2,6 +2,7 @@
 // members that write all records and measure their extent.
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 #include <memory>
 #include <vector>
@@ -80,6 +81,17 @@ public:
         }
         return ++place;
     }
+    // The first of n places in a row (a record and those read nested in it).
+    uint32_t NextPlaces(uint32_t n) noexcept {
+        if (placeEnd_ - place < n) {
+            const uint32_t size = std::max(kPlaceBlock, n);
+            place = TakePlaces(size) - 1;
+            placeEnd_ = place + size;
+        }
+        const uint32_t first = place + 1;
+        place += n;
+        return first;
+    }
 
 private:
     std::unique_ptr<LWVERTEXES> vertices_;
@@ -87,6 +99,26 @@ private:
     static constexpr uint32_t kPlaceBlock = 256;
     uint32_t placeEnd_ = 0;
 };
+
+// What a preserving read notes of the records nested in an insert or a
+// polyline (KeptRead::Nested::kind), kept by place after the record's own:
+// an insert's attributes, a polyline's vertices then its faces, and last the
+// SEQEND, whose place is always reserved (the record's keptNested counts
+// them all).
+enum NestedKind : int { kNestedAttrib = 1, kNestedVertex, kNestedFace, kNestedSeqEnd };
+// A note of an insert or polyline: its SEQEND gave the record's layer as its 8.
+inline constexpr uint32_t kKeptSeqEndLayer = kKeptNote(2);
+// A polyline's keptVertexForm: bit i, every vertex had the pair of VERTEX_ENT
+// field i; kVertexHadLayer, every vertex had an 8 (one naming another
+// layer than the polyline's is kept as the vertex's pair).
+inline constexpr uint32_t kVertexHadLayer = 1u << 12;
+
+// A SEQEND's pairs after its 0/SEQEND, read as the nested record of a
+// preserving read: an 8 naming layer is noted in notes, the rest kept.
+void ReadSeqEnd(DXFReader& reader, const std::string& layer, uint32_t& notes);
+// The SEQEND after an insert's attributes or a polyline's vertices; a
+// Standard save of a read record gives back its handle and pairs.
+void WriteSeqEnd(SaveContext& save, const std::string& layer, const KeptSlot& kept, uint32_t nested, int32_t owner);
 
 // Every kind read alike: with the scratch lists at hand.
 template <class R>

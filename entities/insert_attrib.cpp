@@ -19,14 +19,24 @@ const WriteOrder<ATTDEF_ENT>& attdefOrder() {
 }
 
 // After the entity name, the handle and the owner, which an attribute writes
-// in every save.
+// in every save. A Standard save also writes the fields the fixed layout
+// leaves out: where a read attribute had them, or where they hold more than
+// their defaults.
 const WriteOrder<ATTRIB_ENT>& attribOrder() {
     using R = ATTRIB_ENT;
     using O = W<R>;
-    static const WriteOrder<R> order{O::Text(100, "AcDbEntity"), O::Of(&R::Layer),          O::Text(100, "AcDbText"),
-                                     O::Of(&R::X),                O::Of(&R::Y),              O::Of(&R::Z),
-                                     O::Of(&R::TextHeight),       O::Of(&R::DefaultValue),   O::Text(100, "AcDbAttribute"),
-                                     O::Of(&R::TagString),        O::Of(&R::AttributeFlag)};
+    static const WriteOrder<R> order{
+        O::Text(100, "AcDbEntity"), O::Of(&R::Layer),
+        O::Of(&R::LineType).InStandard().If([](const R& r) { return !r.LineType.empty() && r.LineType != "Continuous"; }),
+        O::Of(&R::ColorNumber).InStandard().If([](const R& r) { return r.ColorNumber != 0 && r.ColorNumber != 256; }),
+        O::Text(100, "AcDbText"), O::Of(&R::X), O::Of(&R::Y), O::Of(&R::Z), O::Of(&R::TextHeight), O::Of(&R::DefaultValue),
+        O::Of(&R::Rotation).InStandard().If([](const R& r) { return r.Rotation != 0.0; }),
+        O::Of(&R::XScaleFactor).InStandard().If([](const R& r) { return r.XScaleFactor != 1.0 && r.XScaleFactor != 0.0; }),
+        O::Of(&R::ObliqueAngle).InStandard().If([](const R& r) { return r.ObliqueAngle != 0.0; }),
+        O::Of(&R::TextStyleName).InStandard().If([](const R& r) { return !r.TextStyleName.empty() && r.TextStyleName != "STANDARD"; }),
+        O::Of(&R::HorTextJust).InStandard().If([](const R& r) { return r.HorTextJust != 0; }),
+        O::Text(100, "AcDbAttribute"), O::Of(&R::TagString), O::Of(&R::AttributeFlag),
+        O::Of(&R::VertTextJust).InStandard().If([](const R& r) { return r.VertTextJust != 0; })};
     return order;
 }
 
@@ -48,13 +58,24 @@ const WriteOrder<INSERT_ENT>& insertOrder() {
     return order;
 }
 
+// Reads an attribute after its 0/ATTRIB; true when a SEQEND closed it.
+bool ReadAttribute(DXFReader& reader, ATTRIB_ENT& record) {
+    bool closed = false;
+    ReadRecord(reader, record, [&closed](const DXFReader::Pair& p, ATTRIB_ENT&) {
+        if (p.Code != 0) return PairIs::Field;
+        // SEQEND closes the insert's attributes and belongs to them; anything
+        // else is the next attribute or the next entity.
+        closed = EqualsNoCase(p.Value, "SEQEND");
+        return closed ? PairIs::EndTaken : PairIs::End;
+    });
+    return closed;
+}
+
 }  // namespace
 
 void ReadEntity(DXFReader& reader, INSERT_ENT& record) {
     const bool preserving = tKeptRead.armed;
-    bool emptyEnd = false;
-    ReadRecord(reader, record, [&reader, preserving, &emptyEnd](const DXFReader::Pair& p, INSERT_ENT& r) {
-        if (emptyEnd && p.Code != 0) return PairIs::Taken;  // the SEQEND's own
+    ReadRecord(reader, record, [&reader, preserving](const DXFReader::Pair& p, INSERT_ENT& r) {
         if (p.Code == 66) {  // written when there are attributes
             if (reader.ToInt32(p.Value) == 1) r.kept.pairs |= kKeptNote(0);
             return PairIs::Taken;
@@ -64,16 +85,25 @@ void ReadEntity(DXFReader& reader, INSERT_ENT& record) {
         // of an empty sequence.
         if (preserving && !r.ATTRIBS && (r.kept.pairs & kKeptNote(0)) && EqualsNoCase(p.Value, "SEQEND")) {
             r.ATTRIBS = std::make_shared<ATTRIBS>();
-            emptyEnd = true;
+            ReadSeqEnd(reader, r.Layer, r.kept.pairs);
             return PairIs::Taken;
         }
         if (!EqualsNoCase(p.Value, "ATTRIB")) return PairIs::End;
-        // The attribute consumes the closing SEQEND; the SEQEND's own pairs
-        // then come here as the insert's pairs (its 8 sets the layer).
         if (!r.ATTRIBS) r.ATTRIBS = std::make_shared<ATTRIBS>();
         ATTRIB_ENT attribute;
-        ReadEntity(reader, attribute);
+        if (!preserving) {
+            // The attribute consumes the closing SEQEND; the SEQEND's own pairs
+            // then come here as the insert's pairs (its 8 sets the layer).
+            ReadAttribute(reader, attribute);
+            r.ATTRIBS->Add(std::move(attribute));
+            return PairIs::Taken;
+        }
+        // A preserving read keeps the attribute's handle and pairs, and the
+        // SEQEND's, as those of records of their own.
+        bool closed = false;
+        tKeptRead.ReadNested(kNestedAttrib, [&] { closed = ReadAttribute(reader, attribute); });
         r.ATTRIBS->Add(std::move(attribute));
+        if (closed) ReadSeqEnd(reader, r.Layer, r.kept.pairs);
         return PairIs::Taken;
     });
 }
@@ -87,6 +117,7 @@ void WriteEntity(SaveContext& save, const INSERT_ENT& record) {
         OwnerScope owned(save, insert);
         for (const ATTRIB_ENT& attribute : *record.ATTRIBS) WriteEntity(save, attribute);
     }
+    if (save.Standard() && record.keptNested.value) return WriteSeqEnd(save, record.Layer, record.kept, record.keptNested.value, insert);
     writer.WriteString(0, "SEQEND");
     writer.WriteHandle(5, save.TakeHandle());
     writer.WriteHandle(330, insert);
@@ -114,19 +145,14 @@ void ReadEntity(DXFReader& reader, ATTDEF_ENT& record) { ReadRecord(reader, reco
 void WriteEntity(SaveContext& save, const ATTDEF_ENT& record) { WriteByOrder(save, attdefOrder(), record); }
 int64_t HandleCount(const ATTDEF_ENT&) noexcept { return OrderHandles(attdefOrder); }
 
-void ReadEntity(DXFReader& reader, ATTRIB_ENT& record) {
-    ReadRecord(reader, record, [](const DXFReader::Pair& p, ATTRIB_ENT&) {
-        if (p.Code != 0) return PairIs::Field;
-        // SEQEND closes the insert's attributes and belongs to them; anything
-        // else is the next attribute or the next entity.
-        return EqualsNoCase(p.Value, "SEQEND") ? PairIs::EndTaken : PairIs::End;
-    });
-}
+void ReadEntity(DXFReader& reader, ATTRIB_ENT& record) { ReadAttribute(reader, record); }
 
 void WriteEntity(SaveContext& save, const ATTRIB_ENT& record) {
     DXFWriter& writer = save.Writer();
     writer.WriteString(0, "ATTRIB");
-    writer.WriteHandle(5, save.TakeHandle());
+    // A Standard save gives a read attribute back its handle.
+    const uint32_t source = save.Standard() && save.keptSet && record.kept.place ? save.keptSet->HandleOf(record.kept.place) : 0;
+    writer.WriteHandle(5, save.KeepHandle(source));
     writer.WriteHandle(330, save.Owner());
     WriteByOrder(save, attribOrder(), record);
 }

@@ -1,9 +1,22 @@
+#include <algorithm>
+#include <span>
+#include <type_traits>
 #include <vector>
 
 #include "entities/collections.h"
 #include "io/text.h"
 
 namespace ormavec {
+
+// A SEQEND read by a preserving load: no fields, every pair is kept (its
+// handle, owner and marker as any record's).
+struct SEQEND_PAIRS {
+    static constexpr std::string_view kTypeName = "SEQEND";
+};
+template <>
+struct Fields<SEQEND_PAIRS> {
+    static constexpr auto list = std::make_tuple();
+};
 
 namespace {
 
@@ -84,7 +97,7 @@ const WriteOrder<VERTEX_ENT>& vertexOrder() {
                                      O::Of(&R::Z),        O::Of(&R::StartWidth),
                                      O::Of(&R::EndWidth),
                                      O::Custom([](DXFWriter& w, const R& r) {
-                                         if (w.IsR12() && r.Bulge != 0.0) w.WriteDouble(42, r.Bulge);
+                                         if ((w.IsR12() || w.IsStandard()) && r.Bulge != 0.0) w.WriteDouble(42, r.Bulge);
                                      }),
                                      O::Of(&R::CurveFitTangentDirection),
                                      O::Of(&R::VertexFlag), O::Of(&R::PolyFaceMesh1).If(face),
@@ -93,29 +106,80 @@ const WriteOrder<VERTEX_ENT>& vertexOrder() {
     return order;
 }
 
-void WriteVertex(SaveContext& save, const VERTEX_ENT& vertex, const POLYLINE_ENT& owner) {
+// A read vertex of a Standard save: where the kept pairs go (after the pair
+// they followed) and how the polyline's vertices gave their pairs.
+struct VertexKept {
+    std::span<const KeptPair> pairs;
+    std::vector<bool> done;
+    uint32_t form = 0;
+    bool read = false;
+    void After(DXFWriter& w, int32_t code, std::string_view marker = {}) {
+        if (!pairs.empty()) fields_detail::WriteKeptAt(w, pairs, done, code, marker, {}, false);
+    }
+};
+
+void WriteVertex(SaveContext& save, const VERTEX_ENT& vertex, const POLYLINE_ENT& owner, uint32_t place) {
     DXFWriter& writer = save.Writer();
+    VertexKept kept;
+    if (place) {
+        kept.read = true;
+        kept.form = owner.keptVertexForm.value;
+        if (save.keptSet) {
+            kept.pairs = save.keptSet->ExtrasOf(place);
+            kept.done.resize(kept.pairs.size());
+            save.OfferHandle(save.keptSet->HandleOf(place));
+        }
+    }
     writer.WriteString(0, "VERTEX");
     save.WriteHandle();
     writer.WriteString(100, "AcDbEntity");
-    writer.WriteString(8, owner.Layer.empty() ? std::string_view("0") : std::string_view(owner.Layer));
-    writer.WriteString(6, owner.LineType.empty() ? std::string_view("Continuous") : std::string_view(owner.LineType));
+    kept.After(writer, 100, "AcDbEntity");
+    // A read vertex gives back its own layer and line type, if it had them.
+    const bool ownLayer = std::any_of(kept.pairs.begin(), kept.pairs.end(), [](const KeptPair& p) { return p.Code == 8; });
+    if (!kept.read || ((kept.form & kVertexHadLayer) && !ownLayer))
+        writer.WriteString(8, owner.Layer.empty() ? std::string_view("0") : std::string_view(owner.Layer));
+    if (!kept.read) writer.WriteString(6, owner.LineType.empty() ? std::string_view("Continuous") : std::string_view(owner.LineType));
+    kept.After(writer, 8);
+    const auto marker = [&](std::string_view name) {
+        writer.WriteString(100, name);
+        kept.After(writer, 100, name);
+    };
     if (vertex.VertexFlag == kFaceRecord) {
-        writer.WriteString(100, "AcDbFaceRecord");
+        marker("AcDbFaceRecord");
     } else {
-        writer.WriteString(100, "AcDbVertex");
+        marker("AcDbVertex");
         if (vertex.VertexFlag == kPolyFaceMeshVertex)
-            writer.WriteString(100, "AcDbPolyFaceMeshVertex");
+            marker("AcDbPolyFaceMeshVertex");
         else
-            writer.WriteString(100, owner.Is3DPolyLine ? "AcDb3dPolylineVertex" : "AcDb2dVertex");
+            marker(owner.Is3DPolyLine ? "AcDb3dPolylineVertex" : "AcDb2dVertex");
     }
-    WriteByOrder(save, vertexOrder(), vertex);
+    if (!kept.read) {
+        WriteByOrder(save, vertexOrder(), vertex);
+        return;
+    }
+    // A pair every vertex had is written; one some lacked where it is not 0.
+    int32_t field = 0;
+    const auto put = [&](int32_t code, auto value) {
+        if (field < 2 || value != 0 || (kept.form & (1u << field))) {
+            if constexpr (std::is_integral_v<decltype(value)>)
+                writer.WriteInteger(code, value);
+            else
+                writer.WriteDouble(code, value);
+            kept.After(writer, code);
+        }
+        ++field;
+    };
+    put(10, vertex.X), put(20, vertex.Y), put(30, vertex.Z), put(40, vertex.StartWidth), put(41, vertex.EndWidth);
+    put(42, vertex.Bulge), put(50, vertex.CurveFitTangentDirection), put(70, vertex.VertexFlag);
+    put(71, vertex.PolyFaceMesh1), put(72, vertex.PolyFaceMesh2), put(73, vertex.PolyFaceMesh3), put(74, vertex.PolyFaceMesh4);
+    kept.After(writer, 0);
 }
 
 }  // namespace
 
 void ReadEntity(DXFReader& reader, POLYLINE_ENT& record) {
     ResetToDefaults(record);
+    const bool preserving = tKeptRead.armed;
     // Lists kept from one polyline to the next: no growth per polyline.
     thread_local std::vector<VERTEX_ENT> vertices, faces;
     vertices.clear();
@@ -130,15 +194,35 @@ void ReadEntity(DXFReader& reader, POLYLINE_ENT& record) {
         const DXFReader::Pair& p = reader.Read();
         if (EqualsNoCase(p.Value, "VERTEX")) {
             VERTEX_ENT v;
-            ReadVertex(reader, v);
+            if (preserving) {
+                // A preserving read keeps the vertex's handle and pairs; an 8
+                // naming the polyline's layer is noted, not kept.
+                KeptRead::Nested& n = tKeptRead.ReadNested(kNestedVertex, [&] {
+                    ReadRecord(reader, v, [&record](const DXFReader::Pair& q, VERTEX_ENT&) {
+                        if (q.Code == 0) return PairIs::End;
+                        if (q.Code != 8) return PairIs::Field;
+                        tKeptRead.seen |= kVertexHadLayer;
+                        return q.Value == record.Layer ? PairIs::Taken : PairIs::Field;
+                    });
+                });
+                if (v.VertexFlag == kFaceRecord) n.kind = kNestedFace;
+            } else {
+                ReadVertex(reader, v);
+            }
             (v.VertexFlag == kFaceRecord ? faces : vertices).push_back(v);
         } else if (EqualsNoCase(p.Value, "SEQEND")) {
             closed = true;
             break;
         }
     }
-    // The SEQEND's own pairs count as the polyline's (its 8 sets the layer).
-    if (closed) ReadPolylinePairs(reader, record);
+    // The SEQEND's own pairs count as the polyline's (its 8 sets the layer);
+    // a preserving read keeps them as the SEQEND's.
+    if (closed) {
+        if (preserving)
+            ReadSeqEnd(reader, record.Layer, record.kept.pairs);
+        else
+            ReadPolylinePairs(reader, record);
+    }
 
     // Copied at their exact size: the model keeps many small vertex arrays,
     // and the growth reserve of the lists read into would stay with each.
@@ -146,6 +230,35 @@ void ReadEntity(DXFReader& reader, POLYLINE_ENT& record) {
     record.CommandVertices.assign(faces.begin(), faces.end());
     ReleaseIfLarge(vertices);
     ReleaseIfLarge(faces);
+}
+
+void ReadSeqEnd(DXFReader& reader, const std::string& layer, uint32_t& notes) {
+    SEQEND_PAIRS s;
+    tKeptRead.ReadNested(kNestedSeqEnd, [&] {
+        ReadPairs(reader, s, [&](const DXFReader::Pair& p, SEQEND_PAIRS&) {
+            if (p.Code == 0) return PairIs::End;
+            if (p.Code != 8 || p.Value != layer) return PairIs::Kept;
+            notes |= kKeptSeqEndLayer;
+            return PairIs::Taken;
+        });
+    });
+}
+
+void WriteSeqEnd(SaveContext& save, const std::string& layer, const KeptSlot& kept, uint32_t nested, int32_t owner) {
+    DXFWriter& writer = save.Writer();
+    const uint32_t place = kept.place ? kept.place + nested : 0;
+    VertexKept pairs;
+    if (place && save.keptSet) {
+        pairs.pairs = save.keptSet->ExtrasOf(place);
+        pairs.done.resize(pairs.pairs.size());
+    }
+    writer.WriteString(0, "SEQEND");
+    writer.WriteHandle(5, save.KeepHandle(place && save.keptSet ? save.keptSet->HandleOf(place) : 0));
+    writer.WriteHandle(330, owner);
+    writer.WriteString(100, "AcDbEntity");
+    pairs.After(writer, 100, "AcDbEntity");
+    if (!place || (kept.pairs & kKeptSeqEndLayer)) writer.WriteString(8, layer.empty() ? std::string_view("0") : std::string_view(layer));
+    pairs.After(writer, 0);
 }
 
 void ReadVertex(DXFReader& reader, VERTEX_ENT& record) { ReadRecord(reader, record); }
@@ -156,9 +269,16 @@ void WriteEntity(SaveContext& save, const POLYLINE_ENT& record) {
     WriteByOrder(save, polylineOrder(), record);
     DXFWriter& writer = save.Writer();
     {
-        OwnerScope owned(save, save.WrittenHandle());  // the polyline's own
-        for (const VERTEX_ENT& v : record.Vertices) WriteVertex(save, v, record);
-        for (const VERTEX_ENT& v : record.CommandVertices) WriteVertex(save, v, record);
+        const int32_t polyline = save.WrittenHandle();  // the polyline's own
+        OwnerScope owned(save, polyline);
+        // A Standard save gives read vertices back their handles and pairs,
+        // by position, while the polyline has as many as it was read with.
+        const std::size_t count = record.Vertices.size() + record.CommandVertices.size();
+        uint32_t place = save.Standard() && record.kept.place && record.keptNested.value == count + 1 ? record.kept.place : 0;
+        const auto next = [&place] { return place ? ++place : 0; };
+        for (const VERTEX_ENT& v : record.Vertices) WriteVertex(save, v, record, next());
+        for (const VERTEX_ENT& v : record.CommandVertices) WriteVertex(save, v, record, next());
+        if (save.Standard() && record.keptNested.value) return WriteSeqEnd(save, record.Layer, record.kept, record.keptNested.value, polyline);
         writer.WriteString(0, "SEQEND");
         if (save.Standard() || save.R12()) {
             // Handle and owner first, and the polyline's layer, as for every entity.

@@ -37,6 +37,14 @@ struct KeptSlot {
     friend constexpr bool operator==(const KeptSlot&, const KeptSlot&) noexcept { return true; }
 };
 
+// More bookkeeping of a preserving load for a record that reads nested ones
+// (an insert's attributes, a polyline's vertices, their SEQEND), placed where
+// the record had padding: it costs no memory. Compares equal, as the slot.
+struct KeptWord {
+    uint32_t value = 0;
+    friend constexpr bool operator==(const KeptWord&, const KeptWord&) noexcept { return true; }
+};
+
 struct LINE_ENT {
     static constexpr std::string_view kTypeName = "LINE_ENT";
     std::string Layer;
@@ -325,6 +333,7 @@ struct INSERT_ENT {
     std::string Layer;
     std::string LineType;
     int32_t ColorNumber = 0;
+    KeptWord keptNested;  // places read after the insert's own: its attributes and SEQEND
     double Thickness = 0;
     double CenterX = 0, CenterY = 0, CenterZ = 0;
     std::string BlockName;
@@ -371,6 +380,7 @@ struct POLYLINE_ENT {
     std::string Layer;
     std::string LineType;
     int32_t ColorNumber = 0;
+    KeptWord keptNested;  // places read after the polyline's own: its vertices and SEQEND
     double Thickness = 0;
     int32_t PolygonMeshMVertexCount = 0;
     int32_t PolygonMeshNVertexCount = 0;
@@ -382,6 +392,7 @@ struct POLYLINE_ENT {
     bool Is3DPolygonMeshClosed = false;
     bool IsPolyFaceMesh = false;
     int32_t SplineMode = 0;
+    KeptWord keptVertexForm;  // how the vertices gave their pairs (kVertexHad* in entities/polyline.cpp)
     std::vector<VERTEX_ENT> Vertices;         // empty: unallocated
     std::vector<VERTEX_ENT> CommandVertices;  // face records of a polyface mesh
     double DefaultStartWidth = 0;

@@ -320,6 +320,41 @@ struct KeptRead {
         handle.clear();
         extras.clear();
     }
+
+    // The notes of the records read nested in the one being read (an
+    // insert's attributes, a polyline's vertices, their SEQEND), in the order
+    // read; the slots keep their room from record to record.
+    struct Nested {
+        std::string handle;
+        std::vector<DxfEntry> extras;
+        uint64_t seen = 0;
+        int kind = 0;  // the reading code's own tag
+    };
+    std::vector<Nested> nested;
+    std::size_t nestedCount = 0;
+
+    // Runs read() as the read of a nested record, its notes going to the
+    // next nested slot; those of the enclosing record stay as they were (its
+    // loop notes nothing after a nested record).
+    template <class F>
+    Nested& ReadNested(int kind, F&& read) {
+        if (nestedCount == nested.size()) nested.emplace_back();
+        Nested& slot = nested[nestedCount++];
+        slot.handle.clear();
+        slot.extras.clear();
+        slot.kind = kind;
+        std::swap(handle, slot.handle);
+        std::swap(extras, slot.extras);
+        const uint64_t outerSeen = seen;
+        const bool outerArmed = armed;
+        Arm();
+        read();
+        armed = outerArmed;
+        std::swap(handle, slot.handle);
+        std::swap(extras, slot.extras);
+        slot.seen = std::exchange(seen, outerSeen);
+        return slot;
+    }
 };
 inline thread_local KeptRead tKeptRead;
 
@@ -470,6 +505,7 @@ struct WriteOp {
     std::array<int32_t, 3> keptCodes{};
     bool madeOnly = false;  // written only for a record the host made (a read one keeps its own pair, if any)
     bool readOnly = false;  // written only in a Standard save of a read record that had the pair
+    bool standardOnly = false;  // written only in a Standard save (a field the fixed layout leaves out)
     // A pair the kind reads in code: a Standard save of a read record writes
     // it only when the note says it was present or changed(r) holds.
     uint32_t note = 0;
@@ -487,6 +523,10 @@ struct WriteOp {
     }
     WriteOp& IfRead() {
         readOnly = true;
+        return *this;
+    }
+    WriteOp& InStandard() {
+        standardOnly = true;
         return *this;
     }
     WriteOp& Noted(uint32_t bit, bool (*pred)(const R&) = nullptr) {
@@ -776,6 +816,7 @@ void WriteByOrder(Save& save, const WriteOrder<R>& order, const R& r) {
     const bool absent = wasRead && (readNotes >> kKeptAbsentShift) != 0;
     for (const WriteOp<R>& op : order) {
         if (op.madeOnly && wasRead) continue;
+        if (op.standardOnly && !writer.IsStandard()) continue;
         if (op.readOnly && !(wasRead && fields_detail::PresentAsRead(op, wasRead, readNotes))) continue;
         if (op.note && wasRead && !(readNotes & op.note) && !(op.changed && op.changed(r))) continue;
         if (op.when && !op.when(r) && !(wasRead && fields_detail::PresentAsRead(op, wasRead, readNotes))) continue;
