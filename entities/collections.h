@@ -115,10 +115,10 @@ inline constexpr uint32_t kVertexHadLayer = 1u << 12;
 
 // A SEQEND's pairs after its 0/SEQEND, read as the nested record of a
 // preserving read: an 8 naming layer is noted in notes, the rest kept.
-void ReadSeqEnd(DXFReader& reader, const std::string& layer, uint32_t& notes);
+void ReadSeqEnd(DXFReader& reader, std::string_view layer, uint32_t& notes);
 // The SEQEND after an insert's attributes or a polyline's vertices; a
 // Standard save of a read record gives back its handle and pairs.
-void WriteSeqEnd(SaveContext& save, const std::string& layer, const KeptSlot& kept, uint32_t nested, int32_t owner);
+void WriteSeqEnd(SaveContext& save, std::string_view layer, const KeptSlot& kept, uint32_t nested, int32_t owner);
 
 // Every kind read alike: with the scratch lists at hand.
 template <class R>

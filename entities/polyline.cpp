@@ -118,7 +118,8 @@ struct VertexKept {
     }
 };
 
-void WriteVertex(SaveContext& save, const VERTEX_ENT& vertex, const POLYLINE_ENT& owner, uint32_t place) {
+// layer: the one the vertex before gave (the polyline's for the first).
+void WriteVertex(SaveContext& save, const VERTEX_ENT& vertex, const POLYLINE_ENT& owner, uint32_t place, std::string_view& layer) {
     DXFWriter& writer = save.Writer();
     VertexKept kept;
     if (place) {
@@ -135,9 +136,10 @@ void WriteVertex(SaveContext& save, const VERTEX_ENT& vertex, const POLYLINE_ENT
     writer.WriteString(100, "AcDbEntity");
     kept.After(writer, 100, "AcDbEntity");
     // A read vertex gives back its own layer and line type, if it had them.
-    const bool ownLayer = std::any_of(kept.pairs.begin(), kept.pairs.end(), [](const KeptPair& p) { return p.Code == 8; });
-    if (!kept.read || ((kept.form & kVertexHadLayer) && !ownLayer))
-        writer.WriteString(8, owner.Layer.empty() ? std::string_view("0") : std::string_view(owner.Layer));
+    const auto own = std::find_if(kept.pairs.begin(), kept.pairs.end(), [](const KeptPair& p) { return p.Code == 8; });
+    if (own != kept.pairs.end()) layer = own->Value();
+    if (!kept.read || ((kept.form & kVertexHadLayer) && own == kept.pairs.end()))
+        writer.WriteString(8, layer.empty() ? std::string_view("0") : layer);
     if (!kept.read) writer.WriteString(6, owner.LineType.empty() ? std::string_view("Continuous") : std::string_view(owner.LineType));
     kept.After(writer, 8);
     const auto marker = [&](std::string_view name) {
@@ -177,6 +179,11 @@ void WriteVertex(SaveContext& save, const VERTEX_ENT& vertex, const POLYLINE_ENT
 
 }  // namespace
 
+namespace {
+// The layer the last vertex read gave (or the polyline's).
+thread_local std::string vertexLayer;
+}  // namespace
+
 void ReadEntity(DXFReader& reader, POLYLINE_ENT& record) {
     ResetToDefaults(record);
     const bool preserving = tKeptRead.armed;
@@ -186,6 +193,7 @@ void ReadEntity(DXFReader& reader, POLYLINE_ENT& record) {
     faces.clear();
 
     ReadPolylinePairs(reader, record);
+    vertexLayer = record.Layer;
 
     // Only the values matter here: whatever is neither VERTEX nor SEQEND is
     // passed over, so a foreign entity inside the sequence is skipped.
@@ -196,13 +204,16 @@ void ReadEntity(DXFReader& reader, POLYLINE_ENT& record) {
             VERTEX_ENT v;
             if (preserving) {
                 // A preserving read keeps the vertex's handle and pairs; an 8
-                // naming the polyline's layer is noted, not kept.
+                // naming the layer of the vertex before (the polyline's for
+                // the first) is noted, not kept.
                 KeptRead::Nested& n = tKeptRead.ReadNested(kNestedVertex, [&] {
-                    ReadRecord(reader, v, [&record](const DXFReader::Pair& q, VERTEX_ENT&) {
+                    ReadRecord(reader, v, [](const DXFReader::Pair& q, VERTEX_ENT&) {
                         if (q.Code == 0) return PairIs::End;
                         if (q.Code != 8) return PairIs::Field;
                         tKeptRead.seen |= kVertexHadLayer;
-                        return q.Value == record.Layer ? PairIs::Taken : PairIs::Field;
+                        if (q.Value == vertexLayer) return PairIs::Taken;
+                        vertexLayer.assign(q.Value);
+                        return PairIs::Field;
                     });
                 });
                 if (v.VertexFlag == kFaceRecord) n.kind = kNestedFace;
@@ -219,7 +230,7 @@ void ReadEntity(DXFReader& reader, POLYLINE_ENT& record) {
     // a preserving read keeps them as the SEQEND's.
     if (closed) {
         if (preserving)
-            ReadSeqEnd(reader, record.Layer, record.kept.pairs);
+            ReadSeqEnd(reader, vertexLayer, record.kept.pairs);
         else
             ReadPolylinePairs(reader, record);
     }
@@ -232,7 +243,7 @@ void ReadEntity(DXFReader& reader, POLYLINE_ENT& record) {
     ReleaseIfLarge(faces);
 }
 
-void ReadSeqEnd(DXFReader& reader, const std::string& layer, uint32_t& notes) {
+void ReadSeqEnd(DXFReader& reader, std::string_view layer, uint32_t& notes) {
     SEQEND_PAIRS s;
     tKeptRead.ReadNested(kNestedSeqEnd, [&] {
         ReadPairs(reader, s, [&](const DXFReader::Pair& p, SEQEND_PAIRS&) {
@@ -244,7 +255,7 @@ void ReadSeqEnd(DXFReader& reader, const std::string& layer, uint32_t& notes) {
     });
 }
 
-void WriteSeqEnd(SaveContext& save, const std::string& layer, const KeptSlot& kept, uint32_t nested, int32_t owner) {
+void WriteSeqEnd(SaveContext& save, std::string_view layer, const KeptSlot& kept, uint32_t nested, int32_t owner) {
     DXFWriter& writer = save.Writer();
     const uint32_t place = kept.place ? kept.place + nested : 0;
     VertexKept pairs;
@@ -257,7 +268,7 @@ void WriteSeqEnd(SaveContext& save, const std::string& layer, const KeptSlot& ke
     writer.WriteHandle(330, owner);
     writer.WriteString(100, "AcDbEntity");
     pairs.After(writer, 100, "AcDbEntity");
-    if (!place || (kept.pairs & kKeptSeqEndLayer)) writer.WriteString(8, layer.empty() ? std::string_view("0") : std::string_view(layer));
+    if (!place || (kept.pairs & kKeptSeqEndLayer)) writer.WriteString(8, layer.empty() ? std::string_view("0") : layer);
     pairs.After(writer, 0);
 }
 
@@ -276,9 +287,10 @@ void WriteEntity(SaveContext& save, const POLYLINE_ENT& record) {
         const std::size_t count = record.Vertices.size() + record.CommandVertices.size();
         uint32_t place = save.Standard() && record.kept.place && record.keptNested.value == count + 1 ? record.kept.place : 0;
         const auto next = [&place] { return place ? ++place : 0; };
-        for (const VERTEX_ENT& v : record.Vertices) WriteVertex(save, v, record, next());
-        for (const VERTEX_ENT& v : record.CommandVertices) WriteVertex(save, v, record, next());
-        if (save.Standard() && record.keptNested.value) return WriteSeqEnd(save, record.Layer, record.kept, record.keptNested.value, polyline);
+        std::string_view layer = record.Layer;
+        for (const VERTEX_ENT& v : record.Vertices) WriteVertex(save, v, record, next(), layer);
+        for (const VERTEX_ENT& v : record.CommandVertices) WriteVertex(save, v, record, next(), layer);
+        if (save.Standard() && record.keptNested.value) return WriteSeqEnd(save, layer, record.kept, record.keptNested.value, polyline);
         writer.WriteString(0, "SEQEND");
         if (save.Standard() || save.R12()) {
             // Handle and owner first, and the polyline's layer, as for every entity.
