@@ -47,6 +47,11 @@
 //   the kind's own notes of how the file gave what its read code takes (a
 //   polyline's vertex Z, widths and bulges, a face's edge flags, a 66), so
 //   that such pairs come back as given.
+// - Records read nested in a typed one (an insert's attributes, a
+//   polyline's vertices, their SEQEND) take the places right after it and
+//   keep their handles and pairs alike; the record counts them (keptNested),
+//   so that a save finds its SEQEND and, while the polyline has as many
+//   vertices as it was read with, each vertex's (by position).
 // - Typed table entries (layers, styles, line types) keep, by name, that
 //   they were read and which fields were absent, and the pairs no field took
 //   (a line type's per-element pairs after the 49 they followed); a read

@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <span>
 
 #include "entities/collections.h"
 
@@ -19,6 +20,23 @@ struct EraseOnExit {
     ~EraseOnExit() { list.EraseArray(); }
 };
 
+// The two flags a value of 70 gives, as a read takes them.
+void DecodeFlags(int32_t flags, bool& closed, bool& plineGen) {
+    plineGen = flags >= 128;
+    closed = flags - (plineGen ? 128 : 0) >= 1;
+}
+
+// A kept 70 (flags beyond the two the model holds) still gives the record's.
+int flagsGive(const LWPOLYLINE_ENT& r, std::span<const KeptPair> kept) {
+    for (const KeptPair& p : kept)
+        if (p.Code == 70) {
+            bool closed = false, plineGen = false;
+            DecodeFlags(static_cast<int32_t>(p.Number()), closed, plineGen);
+            return closed == r.IsClosed && plineGen == r.PlineGen ? 1 : 0;
+        }
+    return -1;
+}
+
 const WriteOrder<LWPOLYLINE_ENT>& writeOrder() {
     using R = LWPOLYLINE_ENT;
     using O = W<R>;
@@ -26,7 +44,8 @@ const WriteOrder<LWPOLYLINE_ENT>& writeOrder() {
         O::Text(0, "LWPOLYLINE"), O::Handle(), O::Text(100, "AcDbEntity"), O::Of(&R::Layer), O::Of(&R::LineType),
         O::Of(&R::ColorNumber), O::Text(100, "AcDbPolyline"), O::Of(&R::Thickness).If([](const R& r) { return r.Thickness != 0.0; }),
         O::Custom([](DXFWriter& w, const R& r) { w.WriteInteger(90, static_cast<int32_t>(r.POINTS.size())); }),
-        O::Custom([](DXFWriter& w, const R& r) { w.WriteInteger(70, (r.IsClosed ? 1 : 0) + (r.PlineGen ? 128 : 0)); }),
+        O::Custom([](DXFWriter& w, const R& r) { w.WriteInteger(70, (r.IsClosed ? 1 : 0) + (r.PlineGen ? 128 : 0)); })
+            .UnlessKept(flagsGive, {70}),
         O::Of(&R::ConstWidth).If(HasConstWidth), O::Of(&R::Elevation).If([](const R& r) { return r.Elevation != 0.0; }),
         O::Custom([](DXFWriter& w, const R& r) {
             // A Standard save writes bulges, and widths only for a polyline
@@ -66,6 +85,7 @@ void ReadEntity(DXFReader& reader, LWVERTEXES& vertexList, LWPOLYLINE_ENT& recor
     // at their exact size.
     thread_local std::vector<LWVERTEX> vertices;
     vertices.clear();
+    const bool preserving = tKeptRead.armed;
     LWVERTEX current;
     bool pending = false;
     int32_t flags = 0;
@@ -74,7 +94,11 @@ void ReadEntity(DXFReader& reader, LWVERTEXES& vertexList, LWPOLYLINE_ENT& recor
     ReadRecord(reader, record, [&](const DXFReader::Pair& p, LWPOLYLINE_ENT&) {
         switch (p.Code) {
         case 0: return PairIs::End;
-        case 70: flags = reader.ToInt32(p.Value); break;
+        case 70:
+            flags = reader.ToInt32(p.Value);
+            // A preserving read keeps a value with flags the model does not hold.
+            if (preserving && flags != 0 && flags != 1 && flags != 128 && flags != 129) return PairIs::Kept;
+            break;
         case 90: break;  // the vertex count, written from the vertices
         case 10: {
             const double x = reader.ToDouble(p.Value);
@@ -104,11 +128,7 @@ void ReadEntity(DXFReader& reader, LWVERTEXES& vertexList, LWPOLYLINE_ENT& recor
     const std::size_t n = vertices.size();
     record.kept.pairs |= (z ? kVertexZ : 0) | (n && bulges == n ? kVertexBulges : 0) | (n && widths == n ? kVertexWidths : 0);
 
-    if (flags >= 128) {
-        record.PlineGen = true;
-        flags -= 128;
-    }
-    if (flags >= 1) record.IsClosed = true;
+    DecodeFlags(flags, record.IsClosed, record.PlineGen);
 
     record.POINTS.assign(vertices.begin(), vertices.end());
     ReleaseIfLarge(vertices);
