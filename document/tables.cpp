@@ -124,7 +124,8 @@ void readHead(DXFReader& reader, RawEntity& head) {
 // name is taken) is counted in lost.
 template <class Table>
 void readTypedTable(DXFReader& reader, Table& table, std::string_view entry, std::unordered_map<std::string, uint32_t>& handles,
-                    NotKept* lost, std::unordered_map<std::string, std::vector<DxfEntry>>* extras) {
+                    NotKept* lost, std::unordered_map<std::string, std::vector<DxfEntry>>* extras,
+                    std::vector<KeptStyleEntry>* shapes = nullptr) {
     while (!reader.AtEnd()) {
         const DXFReader::Pair& p = reader.Read();
         if (EqualsNoCase(p.Value, entry)) {
@@ -132,15 +133,26 @@ void readTypedTable(DXFReader& reader, Table& table, std::string_view entry, std
             if (extras) tKeptRead.Arm();
             auto r = Table::ReadEntity(reader);
             tKeptRead.armed = false;
-            handles.emplace(SaveContext::SourceKey(entry, Table::NameOf(r)), ParseHandle(tHandleSeen.text));
+            std::vector<DxfEntry> x;
             if (extras) {  // that it was read and its absent fields first, then its pairs
                 using R = decltype(r);
                 const uint64_t absent = kCodedFields<R> & ~tKeptRead.seen & ((uint64_t{1} << kKeptAbsentBits) - 1);
-                std::vector<DxfEntry> x{{fields_detail::kEntryReadCode, std::to_string(absent << kKeptAbsentShift)}};
+                x = {{fields_detail::kEntryReadCode, std::to_string(absent << kKeptAbsentShift)}};
                 x.insert(x.end(), std::make_move_iterator(tKeptRead.extras.begin()), std::make_move_iterator(tKeptRead.extras.end()));
-                extras->emplace(SaveContext::SourceKey(entry, Table::NameOf(r)), std::move(x));
             }
-            if (lost && table.IndexOfName(Table::NameOf(r)) >= 0) ++lost->tableEntries[std::string(entry)];
+            if (table.IndexOfName(Table::NameOf(r)) >= 0) {
+                // A repeated name: a shape file's nameless entry is kept beside
+                // the table; any other is counted.
+                if constexpr (std::is_same_v<Table, STYLES>)
+                    if (shapes && r.StyleName.empty()) {
+                        shapes->push_back({std::move(r), ParseHandle(tHandleSeen.text), std::move(x)});
+                        continue;
+                    }
+                if (lost) ++lost->tableEntries[std::string(entry)];
+                continue;
+            }
+            handles.emplace(SaveContext::SourceKey(entry, Table::NameOf(r)), ParseHandle(tHandleSeen.text));
+            if (extras) extras->emplace(SaveContext::SourceKey(entry, Table::NameOf(r)), std::move(x));
             table.Add(std::move(r));
         } else if (EqualsNoCase(p.Value, "ENDTAB")) {
             return;
@@ -158,7 +170,7 @@ const KeptTable* TABLES::Kept(std::string_view name) const noexcept {
 int64_t TABLES::KeptCount() const noexcept {
     int64_t n = 0;
     for (const KeptTable& t : keptTables_) n += 1 + t.entries.Count();
-    return n;
+    return n + std::ssize(keptShapes_) * STYLES::EntryHandles();
 }
 
 uint32_t TABLES::KeptMaxHandle() const noexcept {
@@ -167,6 +179,7 @@ uint32_t TABLES::KeptMaxHandle() const noexcept {
         m = std::max({m, t.head.Handle(), t.entries.MaxHandle(t.head.Name == "DIMSTYLE" ? 105 : 5)});
     }
     for (const auto& [key, h] : sourceHandles_) m = std::max(m, h);
+    for (const KeptStyleEntry& e : keptShapes_) m = std::max(m, e.handle);
     return m;
 }
 
@@ -190,7 +203,7 @@ void TABLES::ReadSection(DXFReader& reader, bool preserve, NotKept* lost) {
         else if (name == "LTYPE")
             kept ? readTypedTable(reader, *ltypes_, "LTYPE", sourceHandles_, lost, &sourceExtras_) : ltypes_->ReadTable(reader);
         else if (name == "STYLE")
-            kept ? readTypedTable(reader, *styles_, "STYLE", sourceHandles_, lost, &sourceExtras_) : styles_->ReadTable(reader);
+            kept ? readTypedTable(reader, *styles_, "STYLE", sourceHandles_, lost, &sourceExtras_, &keptShapes_) : styles_->ReadTable(reader);
         else if (kept)
             kept->entries.ReadUpTo(reader, "ENDTAB");
         else if (lost) {
@@ -240,7 +253,7 @@ void TABLES::WriteOut(SaveContext& save, const BLOCKS& blocks, double viewCenter
     Trace("Tables.WriteOut 5");
     BeginTable(w);
     offerHead("STYLE");
-    styles_->WriteOut(save);
+    styles_->WriteOut(save, save.Standard() ? std::span<const KeptStyleEntry>(keptShapes_) : std::span<const KeptStyleEntry>());
     EndTable(w);
     Trace("Tables.WriteOut 6");
     BeginTable(w);

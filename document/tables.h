@@ -60,6 +60,7 @@ private:
     std::unordered_map<std::string, uint32_t> sourceHandles_;
     // The pairs those entries' fields did not take (see KeptRead), by the same key.
     std::unordered_map<std::string, std::vector<DxfEntry>> sourceExtras_;
+    std::vector<KeptStyleEntry> keptShapes_;
     std::shared_ptr<::ormavec::LAYERS> layers_;
     std::shared_ptr<::ormavec::LTYPES> ltypes_;
     std::shared_ptr<::ormavec::STYLES> styles_;

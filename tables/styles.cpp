@@ -26,11 +26,16 @@ void STYLES::ReadTable(DXFReader& reader) { ReadTableEntries(reader, *this, "STY
 
 int64_t STYLES::EntryHandles() noexcept { return HandlesIn(writeOrder()); }
 
-void STYLES::WriteOut(SaveContext& save) const {
-    OwnerScope entries(save, WriteTableHead(save, "STYLE", Count()));
+void STYLES::WriteOut(SaveContext& save, std::span<const KeptStyleEntry> shapes) const {
+    OwnerScope entries(save, WriteTableHead(save, "STYLE", Count() + std::ssize(shapes)));
     for (const STYLES_TAB& r : *this) {
         save.OfferSourceHandle("STYLE", r.StyleName);
         WriteByOrder(save, writeOrder(), r);
+    }
+    for (const KeptStyleEntry& e : shapes) {
+        save.OfferHandle(e.handle);
+        save.entryExtras = &e.extras;
+        WriteByOrder(save, writeOrder(), e.record);
     }
     // A standard or R12 file defines every style its texts name: those the table
     // lacks get the font txt.shx and a width factor of 1.

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -108,6 +109,15 @@ public:
     static int64_t EntryHandles() noexcept;
 };
 
+// A STYLE entry of a shape file that a preserving load read after another
+// of the same name (shape files' entries have empty names: a drawing may load
+// several). Kept beside the collection, which holds one entry per name.
+struct KeptStyleEntry {
+    STYLES_TAB record;
+    uint32_t handle = 0;
+    std::vector<DxfEntry> extras;  // as SaveContext::entryExtras
+};
+
 class STYLES final : public NamedArrayList<STYLES_TAB, STYLES> {
 public:
     static constexpr std::string_view kClassName = "STYLES";
@@ -115,9 +125,9 @@ public:
 
     static STYLES_TAB ReadEntity(DXFReader& reader);
     void ReadTable(DXFReader& reader);
-    // In a Standard save, followed by the styles entities name that the
-    // table lacks (SaveContext::extraStyles).
-    void WriteOut(SaveContext& save) const;
+    // In a Standard save, followed by the kept shape-file entries and the
+    // styles entities name that the table lacks (SaveContext::extraStyles).
+    void WriteOut(SaveContext& save, std::span<const KeptStyleEntry> shapes = {}) const;
     static int64_t EntryHandles() noexcept;
 };
 
