@@ -30,8 +30,8 @@ void noteRead(R& record, uint64_t seen, bool extras) {
     if (extras) record.kept.pairs |= kKeptExtras;
 }
 
-inline void keepAt(ReadScratch& scratch, uint32_t place, std::string_view handle, std::vector<DxfEntry>& extras) {
-    if ((handle.empty() && extras.empty()) || !scratch.kept) return;
+inline void keepAt(ReadScratch& scratch, uint32_t place, uint32_t handle, std::vector<DxfEntry>& extras) {
+    if ((handle == 0 && extras.empty()) || !scratch.kept) return;
     if (!*scratch.kept) *scratch.kept = std::make_shared<KeptEntities>();
     (*scratch.kept)->KeepTyped(place, handle, &extras);
 }

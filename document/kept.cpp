@@ -82,8 +82,8 @@ double KeptPair::Number() const noexcept {
     return ParseDouble(Value(), v) == ParseStatus::Ok ? v : 0;
 }
 
-void KeptEntities::KeepTyped(uint32_t place, std::string_view handle, std::vector<DxfEntry>* extras) {
-    if (const uint32_t h = ParseHandle(handle)) {
+void KeptEntities::KeepTyped(uint32_t place, uint32_t handle, std::vector<DxfEntry>* extras) {
+    if (const uint32_t h = handle) {
         maxTyped_ = std::max(maxTyped_, h);
         HandleRun* last = handles_.empty() ? nullptr : &handles_.back();
         if (last && place == last->place + last->count && h == last->handle + last->count)

@@ -150,7 +150,8 @@ public:
     // KeptRead in io/fields.h): its handle, and its pairs no field took.
     // Places are unique in the process, so a record copied from another
     // set finds nothing here.
-    void KeepTyped(uint32_t place, std::string_view handle, std::vector<DxfEntry>* extras);
+    // (handle: as ParseHandle gives it, 0 for none)
+    void KeepTyped(uint32_t place, uint32_t handle, std::vector<DxfEntry>* extras);
     std::span<const KeptPair> ExtrasOf(uint32_t place) const noexcept;  // empty for none
     uint32_t HandleOf(uint32_t place) const noexcept;
     bool Empty() const noexcept { return items_.empty() && handles_.empty() && extras_.empty(); }

@@ -193,7 +193,9 @@ void ReadEntity(DXFReader& reader, POLYLINE_ENT& record) {
     faces.clear();
 
     ReadPolylinePairs(reader, record);
-    vertexLayer = record.Layer;
+    KeptRead& kept = tKeptRead;
+    std::string& layerBefore = vertexLayer;  // one lookup of each thread's own
+    if (preserving) layerBefore = record.Layer;
 
     // Only the values matter here: whatever is neither VERTEX nor SEQEND is
     // passed over, so a foreign entity inside the sequence is skipped.
@@ -206,13 +208,13 @@ void ReadEntity(DXFReader& reader, POLYLINE_ENT& record) {
                 // A preserving read keeps the vertex's handle and pairs; an 8
                 // naming the layer of the vertex before (the polyline's for
                 // the first) is noted, not kept.
-                KeptRead::Nested& n = tKeptRead.ReadNested(kNestedVertex, [&] {
-                    ReadRecord(reader, v, [](const DXFReader::Pair& q, VERTEX_ENT&) {
+                KeptRead::Nested& n = kept.ReadNested(kNestedVertex, [&] {
+                    ReadRecord(reader, v, [&kept, &layerBefore](const DXFReader::Pair& q, VERTEX_ENT&) {
                         if (q.Code == 0) return PairIs::End;
                         if (q.Code != 8) return PairIs::Field;
-                        tKeptRead.seen |= kVertexHadLayer;
-                        if (q.Value == vertexLayer) return PairIs::Taken;
-                        vertexLayer.assign(q.Value);
+                        kept.seen |= kVertexHadLayer;
+                        if (q.Value == layerBefore) return PairIs::Taken;
+                        layerBefore.assign(q.Value);
                         return PairIs::Field;
                     });
                 });
@@ -230,7 +232,7 @@ void ReadEntity(DXFReader& reader, POLYLINE_ENT& record) {
     // a preserving read keeps them as the SEQEND's.
     if (closed) {
         if (preserving)
-            ReadSeqEnd(reader, vertexLayer, record.kept.pairs);
+            ReadSeqEnd(reader, layerBefore, record.kept.pairs);
         else
             ReadPolylinePairs(reader, record);
     }

@@ -307,17 +307,21 @@ inline thread_local LineTypeSeen tLineTypeSeen;
 // a marker's name for c = 100) naming the pair it followed, so that a save
 // writes it back in that place; anchor 0 is the record's end (XDATA). The
 // loop stops noting at a code-0 pair its hook takes (a nested record).
+uint32_t ParseHandle(std::string_view text) noexcept;  // document/kept.h
+
 struct KeptRead {
     bool armed = false;
     uint64_t seen = 0;
-    std::string handle;
+    uint32_t handle = 0;  // 0: none, or no handle
+    bool handleSeen = false;
     std::vector<DxfEntry> extras;
     std::string marker;  // the last subclass marker's name
 
     void Arm() {
         armed = true;
         seen = 0;
-        handle.clear();
+        handle = 0;
+        handleSeen = false;
         extras.clear();
     }
 
@@ -325,7 +329,7 @@ struct KeptRead {
     // insert's attributes, a polyline's vertices, their SEQEND), in the order
     // read; the slots keep their room from record to record.
     struct Nested {
-        std::string handle;
+        uint32_t handle = 0;
         std::vector<DxfEntry> extras;
         uint64_t seen = 0;
         int kind = 0;  // the reading code's own tag
@@ -340,17 +344,17 @@ struct KeptRead {
     Nested& ReadNested(int kind, F&& read) {
         if (nestedCount == nested.size()) nested.emplace_back();
         Nested& slot = nested[nestedCount++];
-        slot.handle.clear();
         slot.extras.clear();
         slot.kind = kind;
-        std::swap(handle, slot.handle);
         std::swap(extras, slot.extras);
         const uint64_t outerSeen = seen;
-        const bool outerArmed = armed;
+        const uint32_t outerHandle = handle;
+        const bool outerArmed = armed, outerHandleSeen = handleSeen;
         Arm();
         read();
         armed = outerArmed;
-        std::swap(handle, slot.handle);
+        slot.handle = std::exchange(handle, outerHandle);
+        handleSeen = outerHandleSeen;
         std::swap(extras, slot.extras);
         slot.seen = std::exchange(seen, outerSeen);
         return slot;
@@ -363,6 +367,7 @@ namespace fields_detail {
 // The notes of one read loop, on the stack: cheap for a record whose every
 // pair a field takes.
 struct KeptNotes {
+    KeptRead& k;
     int32_t anchor = -1;  // code of the last pair taken; -1: none yet
     bool anchored = false;  // an anchor entry for it is in extras
     bool inClass = false, ownerSeen = false, in102 = false, xdata = false;
@@ -372,7 +377,6 @@ struct KeptNotes {
         anchor = code;
     }
     void Extra(DXFReader& reader, const DXFReader::Pair& p) {
-        KeptRead& k = tKeptRead;
         const int32_t code = p.Code;
         if (code == 100) {
             inClass = true;
@@ -380,8 +384,9 @@ struct KeptNotes {
             Taken(100);
             return;
         }
-        if (code == 5 && k.handle.empty() && !in102) {
-            k.handle.assign(p.Value);
+        if (code == 5 && !k.handleSeen && !in102) {
+            k.handleSeen = true;
+            k.handle = ParseHandle(p.Value);
             Taken(5);
             return;
         }
@@ -422,8 +427,9 @@ template <class R, class Hook = EndAtCodeZero>
 void ReadPairs(DXFReader& reader, R& record, Hook&& hook = {}) {
     const auto& table = ReadTableOf<R>();
     const bool noteLineType = std::exchange(tLineTypeSeen.armed, false);
-    bool note = std::exchange(tKeptRead.armed, false);
-    fields_detail::KeptNotes notes;
+    KeptRead& kept = tKeptRead;  // one lookup of the thread's own per record
+    bool note = std::exchange(kept.armed, false);
+    fields_detail::KeptNotes notes{kept};
     const bool noteHandle = std::exchange(tHandleSeen.armed, false);
     while (!reader.AtEnd()) {
         const DXFReader::Pair& p = reader.Read();
@@ -436,7 +442,7 @@ void ReadPairs(DXFReader& reader, R& record, Hook&& hook = {}) {
             if (field == 0) {
                 notes.Extra(reader, p);
             } else {
-                if (field <= 64) tKeptRead.seen |= uint64_t{1} << (field - 1);
+                if (field <= 64) kept.seen |= uint64_t{1} << (field - 1);
                 notes.Taken(p.Code);
             }
             break;
