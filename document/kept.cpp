@@ -93,10 +93,13 @@ void KeptEntities::KeepTyped(uint32_t place, uint32_t handle, std::vector<DxfEnt
     }
     if (!extras || extras->empty()) return;
     const std::size_t n = extras->size();
-    if (extrasChunks_.empty() || extrasChunks_.back().capacity() - extrasChunks_.back().size() < n) {
+    const bool inOrder = extras_.empty() || extras_.back().place < place;
+    if (extrasChunks_.empty() || chunkClosed_ || !inOrder || extrasChunks_.back().capacity() - extrasChunks_.back().size() < n) {
         // Chunks grow from small ones: a block's set often keeps a few pairs.
         const std::size_t grown = std::min(kExtrasChunk, std::size_t{16} << std::min<std::size_t>(extrasChunks_.size(), 8));
-        extrasChunks_.emplace_back().reserve(std::max(grown, n));
+        extrasChunks_.emplace_back().reserve(inOrder ? std::max(grown, n) : n);
+        // One larger than a chunk, or aside, is the only one in its chunk.
+        chunkClosed_ = !inOrder || n > kExtrasChunk;
     }
     std::vector<KeptPair>& chunk = extrasChunks_.back();
     const auto begin = static_cast<uint32_t>(chunk.size());
@@ -118,14 +121,9 @@ void KeptEntities::KeepTyped(uint32_t place, uint32_t handle, std::vector<DxfEnt
         chunk.push_back(p);
     }
     extras->clear();  // the reader's buffer keeps its room for the next record
-    const ExtrasAt at{place, static_cast<uint32_t>(extrasChunks_.size() - 1), begin, static_cast<uint32_t>(chunk.size())};
-    if (extras_.empty() || extras_.back().place < place) return extras_.push_back(at);
-    // Out of reading order (not seen from the readers, but cheap to allow).
-    const auto it = std::lower_bound(extras_.begin(), extras_.end(), place, [](const ExtrasAt& x, uint32_t p) { return x.place < p; });
-    if (it != extras_.end() && it->place == place)
-        *it = at;
-    else
-        extras_.insert(it, at);
+    const uint32_t where = static_cast<uint32_t>(extrasChunks_.size() - 1) << kBeginBits | begin;
+    if (inOrder) return extras_.push_back({place, where});
+    extrasAside_[place] = where;
 }
 
 const char* KeptEntities::storeText(std::string_view text) {
@@ -154,9 +152,18 @@ const char* KeptEntities::storeText(std::string_view text) {
 }
 
 std::span<const KeptPair> KeptEntities::ExtrasOf(uint32_t place) const noexcept {
+    constexpr uint32_t kBegin = (1u << kBeginBits) - 1;
+    const auto run = [&](uint32_t where, uint32_t end) {
+        const std::vector<KeptPair>& chunk = extrasChunks_[where >> kBeginBits];
+        const uint32_t begin = where & kBegin;
+        return std::span<const KeptPair>(chunk).subspan(begin, std::min<std::size_t>(end, chunk.size()) - begin);
+    };
+    if (!extrasAside_.empty())
+        if (const auto aside = extrasAside_.find(place); aside != extrasAside_.end()) return run(aside->second, UINT32_MAX);
     const auto it = std::lower_bound(extras_.begin(), extras_.end(), place, [](const ExtrasAt& x, uint32_t p) { return x.place < p; });
     if (it == extras_.end() || it->place != place) return {};
-    return std::span<const KeptPair>(extrasChunks_[it->chunk]).subspan(it->begin, it->end - it->begin);
+    const auto next = it + 1;
+    return run(it->where, next != extras_.end() && next->where >> kBeginBits == it->where >> kBeginBits ? next->where & kBegin : UINT32_MAX);
 }
 
 uint32_t KeptEntities::HandleOf(uint32_t place) const noexcept {

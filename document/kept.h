@@ -154,7 +154,7 @@ public:
     void KeepTyped(uint32_t place, uint32_t handle, std::vector<DxfEntry>* extras);
     std::span<const KeptPair> ExtrasOf(uint32_t place) const noexcept;  // empty for none
     uint32_t HandleOf(uint32_t place) const noexcept;
-    bool Empty() const noexcept { return items_.empty() && handles_.empty() && extras_.empty(); }
+    bool Empty() const noexcept { return items_.empty() && handles_.empty() && extras_.empty() && extrasAside_.empty(); }
 
 private:
     std::vector<RawEntity> items_;
@@ -177,10 +177,18 @@ private:
     std::size_t textSize_ = 0, textUsed_ = 0;  // of the piece texts go to
     std::array<std::string_view, 8> recentTexts_{};
     std::size_t recentNext_ = 0;
+    // Where a record's pairs begin: its chunk (above kBeginBits) and the
+    // index in it; they end where the next record's begin in the same chunk,
+    // or at the chunk's end. 8 bytes per record with pairs.
+    static constexpr uint32_t kBeginBits = 10;  // kExtrasChunk pairs
     struct ExtrasAt {
-        uint32_t place, chunk, begin, end;
+        uint32_t place, where;
     };
     std::deque<ExtrasAt> extras_;
+    // A record kept again or out of place order (not seen from the readers):
+    // its pairs fill a chunk of their own.
+    std::map<uint32_t, uint32_t> extrasAside_;
+    bool chunkClosed_ = false;  // the next pairs start a new chunk
     uint32_t maxTyped_ = 0;
 };
 
