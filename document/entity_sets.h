@@ -89,9 +89,13 @@ void readOne(DXFReader& reader, const Set& set, ReadScratch& scratch) {
         record.kept.place = scratch.NextPlaces(1 + m);
         if (!tLineTypeSeen.seen) record.kept.pairs |= kKeptNoLineType;
         noteRead(record, k.seen, !k.extras.empty());
-        if (scratch.kept) keepAt(scratch, record.kept.place, k.handle, k.extras);
+        keepAt(scratch, record.kept.place, k.handle, k.extras);
         if constexpr (requires { record.keptNested; })
-            if (m) keepNested(record, record.kept.place, m, scratch);
+            if (m) {
+                keepNested(record, record.kept.place, m, scratch);
+                // The slots a very long polyline grew are given back.
+                if (k.nested.size() > 4096) k.nested = {}, k.nestedCount = 0;
+            }
     }
     ListIn<K>(set)->Add(std::move(record));
 }
