@@ -15,6 +15,7 @@
 #include <charconv>
 #include <climits>
 #include <cstdint>
+#include <cstring>
 #include <span>
 #include <string>
 #include <string_view>
@@ -315,7 +316,7 @@ struct KeptRead {
     uint32_t handle = 0;  // 0: none, or no handle
     bool handleSeen = false;
     std::vector<DxfEntry> extras;
-    std::string marker;  // the last subclass marker's name
+    std::string marker;  // the last subclass marker's name, when long (KeptNotes)
 
     void Arm() {
         armed = true;
@@ -367,10 +368,16 @@ namespace fields_detail {
 // The notes of one read loop, on the stack: cheap for a record whose every
 // pair a field takes.
 struct KeptNotes {
+    explicit KeptNotes(KeptRead& kept) noexcept : k(kept) {}
     KeptRead& k;
     int32_t anchor = -1;  // code of the last pair taken; -1: none yet
     bool anchored = false;  // an anchor entry for it is in extras
     bool inClass = false, ownerSeen = false, in102 = false, xdata = false;
+    // The last subclass marker's name, on the stack (most are short; a longer
+    // one goes to k.marker): copied for every record, used for few.
+    uint8_t markerSize = 0;  // kLongMarker: in k.marker
+    static constexpr uint8_t kLongMarker = 255;
+    char marker[32];
 
     void Taken(int32_t code) noexcept {
         if (code != anchor || code == 100) anchored = false;
@@ -380,7 +387,13 @@ struct KeptNotes {
         const int32_t code = p.Code;
         if (code == 100) {
             inClass = true;
-            k.marker.assign(p.Value);
+            if (p.Value.size() <= sizeof marker) {
+                std::memcpy(marker, p.Value.data(), p.Value.size());
+                markerSize = static_cast<uint8_t>(p.Value.size());
+            } else {
+                k.marker.assign(p.Value);
+                markerSize = kLongMarker;
+            }
             Taken(100);
             return;
         }
@@ -402,7 +415,8 @@ struct KeptNotes {
             anchored = false;
         }
         if (!anchored) {
-            k.extras.push_back({-1 - (anchor < 0 ? 5 : anchor), anchor == 100 ? k.marker : std::string()});
+            k.extras.push_back({-1 - (anchor < 0 ? 5 : anchor),
+                                anchor != 100 ? std::string() : markerSize == kLongMarker ? k.marker : std::string(marker, markerSize)});
             anchored = true;
         }
         k.extras.push_back({code, std::string(reader.WithText().Value)});
@@ -429,7 +443,7 @@ void ReadPairs(DXFReader& reader, R& record, Hook&& hook = {}) {
     const bool noteLineType = std::exchange(tLineTypeSeen.armed, false);
     KeptRead& kept = tKeptRead;  // one lookup of the thread's own per record
     bool note = std::exchange(kept.armed, false);
-    fields_detail::KeptNotes notes{kept};
+    fields_detail::KeptNotes notes(kept);
     const bool noteHandle = std::exchange(tHandleSeen.armed, false);
     while (!reader.AtEnd()) {
         const DXFReader::Pair& p = reader.Read();
