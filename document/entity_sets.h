@@ -240,24 +240,35 @@ constexpr bool DeclaresCode(int32_t code) {
     return found;
 }
 
+// The name as the writer writes it: an empty text is written as the field's
+// fallback, unless a Standard save (asRead) gives back the empty text a
+// preserving load read.
 template <int32_t Code, class R>
-std::string_view NamedBy(const R& r) {
+std::string_view NamedBy(const R& r, bool asRead) {
     std::string_view name;
+    int32_t i = 0;
     ForEachFieldDecl<R>([&](const auto& f) {
         if constexpr (std::is_same_v<typename std::remove_cvref_t<decltype(f)>::Member, std::string>)
-            if (f.code == Code) name = (r.*f.member).empty() && f.hasFallback ? f.fallback : std::string_view(r.*f.member);
+            if (f.code == Code) {
+                name = r.*f.member;
+                bool readEmpty = false;
+                if constexpr (requires { r.kept.pairs; })
+                    readEmpty = asRead && r.kept.place != 0 && i < kKeptAbsentBits && !((r.kept.pairs >> (kKeptAbsentShift + i)) & 1);
+                if (name.empty() && f.hasFallback && !readEmpty) name = f.fallback;
+            }
+        ++i;
     });
     return name;
 }
 
 // f(name) for the table entry (text style: 7, line type: 6) every written
-// record of the set names, kind after kind in row order.
+// record of the set names, kind after kind in row order; asRead as NamedBy's.
 template <int32_t Code, class Set, class F>
-void ForEachNamed(const Set& set, F&& f) {
+void ForEachNamed(const Set& set, bool asRead, F&& f) {
     kinds::ForEach([&]<Kind K>() {
         if constexpr (Holds<Set, K> && kinds::RowOf(K).write && DeclaresCode<KindRecord<K>>(Code))
             if (const auto& list = ListIn<K>(set))
-                for (const auto& r : *list) f(NamedBy<Code>(r));
+                for (const auto& r : *list) f(NamedBy<Code>(r, asRead));
     });
     if (const KeptEntities* raw = RawOf(set))
         for (const RawEntity& e : raw->Items())
@@ -283,8 +294,8 @@ void ForEachBlockNamed(const Set& set, F&& f) {
         }
 }
 template <class Set, class F>
-void ForEachStyleNamed(const Set& set, F&& f) {
-    ForEachNamed<7>(set, static_cast<F&&>(f));
+void ForEachStyleNamed(const Set& set, bool asRead, F&& f) {
+    ForEachNamed<7>(set, asRead, static_cast<F&&>(f));
 }
 
 }  // namespace entity_sets

@@ -51,11 +51,13 @@ private:
 }  // namespace
 
 int32_t PrepareStandardSave(SaveContext& save, const TABLES& tables, const BLOCKS& blocks, const ENTITIES& e, int64_t keptObjects) {
+    // Empty names read by a preserving load stay empty in a Standard save only.
+    const bool asRead = save.Standard();
     std::vector<std::string>& extra = save.extraStyles;
     extra.clear();
     StyleNames styles(*tables.STYLES(), extra);
     const auto use = [&](std::string_view name) { styles.Use(name); };
-    entity_sets::ForEachStyleNamed(e, use);
+    entity_sets::ForEachStyleNamed(e, asRead, use);
     // Line types that layers and records name; the two fixed ones are
     // written anyway.
     std::vector<std::string>& extraLineTypes = save.extraLineTypes;
@@ -64,7 +66,7 @@ int32_t PrepareStandardSave(SaveContext& save, const TABLES& tables, const BLOCK
     extraLineTypes.clear();
     for (const LAYERS_TAB& l : *tables.LAYERS()) lineTypes.Use(l.LineTypeName);
     const auto useLineType = [&](std::string_view name) { lineTypes.Use(name); };
-    entity_sets::ForEachNamed<6>(e, useLineType);
+    entity_sets::ForEachNamed<6>(e, asRead, useLineType);
     // Layers that records name and the table lacks: a drawing that never
     // defined them, or layers the host removed while kept records (or its
     // own) still name them. A plain layer keeps the file valid.
@@ -73,7 +75,7 @@ int32_t PrepareStandardSave(SaveContext& save, const TABLES& tables, const BLOCK
     layers.Use("0");
     extraLayers.clear();
     const auto useLayer = [&](std::string_view name) { layers.Use(name); };
-    entity_sets::ForEachNamed<8>(e, useLayer);
+    entity_sets::ForEachNamed<8>(e, asRead, useLayer);
 
     // Blocks that records draw and BLOCKS lacks (the host removed them): an
     // empty definition keeps the file valid and the records drawing nothing.
@@ -94,9 +96,9 @@ int32_t PrepareStandardSave(SaveContext& save, const TABLES& tables, const BLOCK
 
     int64_t n = kFixedHandles + entryHandles(tables.LAYERS()) + entryHandles(tables.LTYPES()) + entryHandles(tables.STYLES());
     for (const BLOCK_BLOCK& b : blocks) {
-        entity_sets::ForEachStyleNamed(b, use);
-        entity_sets::ForEachNamed<6>(b, useLineType);
-        entity_sets::ForEachNamed<8>(b, useLayer);
+        entity_sets::ForEachStyleNamed(b, asRead, use);
+        entity_sets::ForEachNamed<6>(b, asRead, useLineType);
+        entity_sets::ForEachNamed<8>(b, asRead, useLayer);
         layers.Use(b.LayerName);
         entity_sets::ForEachBlockNamed(b, useBlock);
         n += kBlockRecordHandles + BLOCKS::HeadHandles() + entity_sets::HandlesOf(b);

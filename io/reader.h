@@ -81,7 +81,7 @@ public:
     // joined, so that an escape or a UTF-8 sequence cut between two pieces is
     // one character. While held (Utf8 and Auto modes only; the classic modes
     // decode each piece), values of codes 1 and 3 come out as in the file,
-    // trimmed; DecodePieces then decodes the joined text in place, keeping
+    // spaces at their ends kept; DecodePieces then decodes the joined text in place, keeping
     // "\\", the formatting codes' own backslash, so that it starts no escape.
     void HoldPieces(bool on) noexcept { holdPieces_ = on && escapes_; }
     void DecodePieces(std::string& text);
@@ -191,8 +191,10 @@ private:
     void decodeInto(std::string& out, std::string_view raw, bool escapes, bool pairs) const;
     void watchHeader(int32_t code, std::string_view value);
     void sniffUtf8(std::string_view raw);
+    // (after pair_.Code is set) A held piece keeps its spaces: writers cut a
+    // long text by length, so a space at a cut belongs to the words around it.
     std::string_view finishValue(std::string_view value, bool trimValue, bool upperCase) {
-        if (trimValue) {
+        if (trimValue && !(holdPieces_ && (pair_.Code == 1 || pair_.Code == 3))) {
             while (!value.empty() && value.front() == ' ') value.remove_prefix(1);
             while (!value.empty() && value.back() == ' ') value.remove_suffix(1);
         }

@@ -554,8 +554,8 @@ void DXFWriter::WriteTextPieces(std::string_view text, std::size_t pieceUnits, i
         std::size_t n = 0;
         while (n < pieceUnits) n += units(NextUtf8(text, pos));
         if (saveMode_ == SaveMode::Standard) {
-            // Readers trim the spaces at both ends of a piece: a cut beside a
-            // space is moved back to a place between two other characters.
+            // Some readers trim the spaces at both ends of a piece: a cut beside
+            // a space is moved back to a place between two other characters.
             std::size_t cut = pos;
             const auto spaceAtCut = [&] { return text[cut - 1] == ' ' || (cut < text.size() && text[cut] == ' '); };
             while (cut > start && spaceAtCut()) {
@@ -579,24 +579,11 @@ void DXFWriter::WriteTextPieces(std::string_view text, std::size_t pieceUnits, i
         return;
     }
     // Whether a backslash reads back as an escape depends on what follows it
-    // once the reader has trimmed and joined the pieces.
-    joined_.clear();
-    for (std::size_t k = 0, start = 0; k < pieces_.size(); start = pieces_[k++]) {
-        std::string_view piece = text.substr(start, pieces_[k] - start);
-        while (!piece.empty() && piece.front() == ' ') piece.remove_prefix(1);
-        while (!piece.empty() && piece.back() == ' ') piece.remove_suffix(1);
-        joined_.append(piece);
-    }
+    // once the reader has joined the pieces.
     bool paired = false;
-    std::size_t from = 0;
     for (std::size_t k = 0, start = 0; k < pieces_.size(); start = pieces_[k++]) {
-        const std::string_view piece = text.substr(start, pieces_[k] - start);
-        const std::size_t lead = std::min(piece.find_first_not_of(' '), piece.size());
-        const std::size_t inner = lead == piece.size() ? 0 : piece.find_last_not_of(' ') + 1 - lead;
-        encoded_.assign(lead, ' ');
-        EncodeProtectedAppend(encoded_, joined_, from, from + inner, codePage_, utf8Output_, true, paired);
-        encoded_.append(piece.size() - lead - inner, ' ');
-        from += inner;
+        encoded_.clear();
+        EncodeProtectedAppend(encoded_, text, start, pieces_[k], codePage_, utf8Output_, true, paired);
         putEncoded(code(k));
     }
 }

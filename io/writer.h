@@ -73,7 +73,7 @@ public:
     // A text in pieces of `pieceUnits` UTF-16 code units (a character outside
     // the BMP that starts at the last unit stays whole in its piece), written
     // with `pieceCode`, and the rest, possibly empty, with `lastCode` (MTEXT).
-    // The reader trims the pieces and decodes them joined, keeping "\\".
+    // Readers decode the pieces joined, keeping "\\".
     void WriteTextPieces(std::string_view text, std::size_t pieceUnits, int32_t pieceCode, int32_t lastCode);
     void WriteInteger(int32_t code, int32_t number);
     void WriteDouble(int32_t code, double number);
@@ -140,7 +140,6 @@ private:
     std::unique_ptr<char[]> spare_;  // filled while the background thread writes buffer_'s last content
     std::size_t spareCapacity_ = 0;
     std::string encoded_;
-    std::string joined_;               // WriteTextPieces: the pieces trimmed and joined
     std::vector<std::size_t> pieces_;  // and the ends of the pieces in the text
 };
 

@@ -290,15 +290,7 @@ TEST(CorpusTest, RoundTripsEveryFile) {
         // layers that records name and the tables lacked may differ after the Standard save, text or binary.
         for (DXFDocument* back : {&standard, &binary}) {
             back->HEADER()->SetAcadVer(source.HEADER()->AcadVer());
-            const auto dropAdded = [](auto& added, const auto& had) {  // the fixed line types are the comparison's
-                for (int32_t i = added.Count() - 1; i >= 0; --i)
-                    if (const std::string name(std::decay_t<decltype(added)>::NameOf(added.ItemRef(i)));
-                        had.IndexOfName(name) < 0 && name != "ByBlock" && name != "ByLayer" && name != "0")
-                        added.Delete(i);
-            };
-            dropAdded(*back->TABLES()->STYLES(), *source.TABLES()->STYLES());
-            dropAdded(*back->TABLES()->LTYPES(), *source.TABLES()->LTYPES());
-            dropAdded(*back->TABLES()->LAYERS(), *source.TABLES()->LAYERS());
+            fuzz::DropAddedDefinitions(*back, source);
             diffs = ModelComparer(CompareOptions{.textKept = true, .exactNumbers = back == &binary}).Compare(source, *back);
             EXPECT_TRUE(diffs.empty()) << "the Standard save " << (back == &binary ? "(binary) " : "") << "loads other than the model saved: " << diffs[0];
         }

@@ -107,8 +107,8 @@ private:
         if (e != a && whole != a) differ(path, e, a);
     }
     // A text; a declared fallback is written in place of an empty one.
-    void value(const std::string& path, const std::string& e, const std::string& a, std::string_view fallback = {}) {
-        if (const std::string want = SavedText(e.empty() ? fallback : std::string_view(e)); want != a) differ(path, want, a);
+    void value(const std::string& path, const std::string& e, const std::string& a, std::string_view fallback = {}, bool trimmed = true) {
+        if (const std::string want = trimmed ? SavedText(e.empty() ? fallback : std::string_view(e)) : e; want != a) differ(path, want, a);
     }
     // A record: every declared field that is written; a block's collections as an entity set.
     template <class R>
@@ -124,8 +124,11 @@ private:
             bool givenEmpty = false;  // a Standard save keeps an empty text the file gave
             if constexpr (requires { e.kept.pairs; })
                 givenEmpty = o_.textKept && e.kept.place && decl.read != FieldRead::None && at < kKeptAbsentBits && !((e.kept.pairs >> (kKeptAbsentShift + at)) & 1);
+            // An MTEXT's pieces keep their spaces where the text is kept.
+            bool trimmed = true;
+            if constexpr (std::is_same_v<R, MTEXT_ENT>) trimmed = !(o_.textKept && decl.code == 1);
             if constexpr (std::is_same_v<M, std::string>)
-                value(path + "." + std::string(decl.name), e.*decl.member, a.*decl.member, decl.hasFallback && !givenEmpty ? decl.fallback : "");
+                value(path + "." + std::string(decl.name), e.*decl.member, a.*decl.member, decl.hasFallback && !givenEmpty ? decl.fallback : "", trimmed);
             else if constexpr (!std::is_same_v<R, BLOCK_BLOCK>)
                 value(path + "." + std::string(decl.name), e.*decl.member, a.*decl.member);
         });
@@ -199,14 +202,11 @@ private:
             r.Edge1IsInvisible = r.Edge2IsInvisible = r.Edge3IsInvisible = r.Edge4IsInvisible = false;
     }
     // The text goes out in pieces of 250 UTF-16 units, each trimmed when
-    // read (a Standard save cuts away from spaces, so only the ends go); group
-    // 42 carries the smaller of the character width and the width.
+    // read by the classic modes (the others keep the spaces); group 42
+    // carries the smaller of the character width and the width.
     void saved(MTEXT_ENT& r) const {
         r.CharWidth = std::min(r.CharWidth, r.Width);
-        if (o_.textKept) {
-            r.Text = SavedText(r.Text);
-            return;
-        }
+        if (o_.textKept) return;
         std::string out, piece;
         std::size_t units = 0;
         for (std::size_t pos = 0, start = 0; pos < r.Text.size(); start = pos) {

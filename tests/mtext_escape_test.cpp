@@ -31,19 +31,11 @@ RC_GTEST_PROP(MTextEscape, PiecesDecodeJoinedAndSurviveAStandardSave, ()) {
     auto cuts = *rc::gen::container<std::vector<std::size_t>>(rc::gen::inRange<std::size_t>(0, file.size() + 1));
     cuts.insert(cuts.end(), {0, file.size()});
     std::sort(cuts.begin(), cuts.end());
-    // The reader trims every piece: the spaces at the ends of a piece go.
-    std::vector<bool> kept(file.size(), true);
+    // The pieces keep the spaces at their ends: writers cut by length.
     std::string pairs;
-    for (std::size_t k = 0; k + 1 < cuts.size(); ++k) {
-        for (std::size_t i = cuts[k]; i < cuts[k + 1] && file[i] == ' '; ++i) kept[i] = false;
-        for (std::size_t i = cuts[k + 1]; i > cuts[k] && file[i - 1] == ' '; --i) kept[i - 1] = false;
+    for (std::size_t k = 0; k + 1 < cuts.size(); ++k)
         pairs += (k + 2 < cuts.size() ? "3\n" : "1\n") + file.substr(cuts[k], cuts[k + 1] - cuts[k]) + "\n";
-    }
-    std::size_t pos = pad;
-    for (std::size_t t : picks) {
-        if (kTokens[t].file != " " || kept[pos]) text += kTokens[t].text;
-        pos += kTokens[t].file.size();
-    }
+    for (std::size_t t : picks) text += kTokens[t].text;
     // AC1021 is read and saved as UTF-8, AC1015 in the code page; odd sizes take the Auto and Standard path.
     std::string dxf = "0\nSECTION\n2\nHEADER\n9\n$ACADVER\n1\n" + *rc::gen::element<std::string>("AC1015", "AC1021") +
                       "\n0\nENDSEC\n0\nSECTION\n2\nENTITIES\n0\nMTEXT\n" + pairs + "0\nTEXT\n1\n" + file + "\n0\nENDSEC\n0\nEOF\n";
