@@ -166,6 +166,15 @@ std::span<const KeptPair> KeptEntities::ExtrasOf(uint32_t place) const noexcept 
     return run(it->where, next != extras_.end() && next->where >> kBeginBits == it->where >> kBeginBits ? next->where & kBegin : UINT32_MAX);
 }
 
+std::vector<DxfEntry> KeptEntities::PairsOf(uint32_t place) const {
+    std::vector<DxfEntry> out;
+    if (place == 0) return out;
+    char buf[48];
+    for (const KeptPair& p : ExtrasOf(place))
+        if (p.Code >= 0) out.push_back({p.Code, std::string(p.Format(buf))});  // anchors only place a run
+    return out;
+}
+
 uint32_t KeptEntities::HandleOf(uint32_t place) const noexcept {
     // Runs are in increasing place order, as read.
     auto it = std::upper_bound(handles_.begin(), handles_.end(), place, [](uint32_t p, const HandleRun& r) { return p < r.place; });

@@ -154,6 +154,9 @@ public:
     void KeepTyped(uint32_t place, uint32_t handle, std::vector<DxfEntry>* extras);
     std::span<const KeptPair> ExtrasOf(uint32_t place) const noexcept;  // empty for none
     uint32_t HandleOf(uint32_t place) const noexcept;
+    // The pairs no field took of the typed record read at place (record.kept.place),
+    // as (code, text) in the order read: what a host reads of them.
+    std::vector<DxfEntry> PairsOf(uint32_t place) const;
     bool Empty() const noexcept { return items_.empty() && handles_.empty() && extras_.empty() && extrasAside_.empty(); }
 
 private:

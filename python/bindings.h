@@ -23,6 +23,13 @@ namespace help = ::ormavec::automation::build;
 py::object toPython(const Variant& v);
 // Kept entities as a tuple of KeptEntity (empty for none).
 py::tuple KeptToPython(const KeptEntities* kept);
+// What a preserving load of the set that keeps `kept` kept of a typed record:
+// (handle, pairs) or None (a record the host made, or read elsewhere).
+py::object KeptOfRecord(const KeptEntities* kept, py::handle record);
+inline constexpr const char* kKeptOfHelp =
+    "What a preserving load kept of a typed record of this set beyond its fields: (Handle, Pairs), the handle it carried "
+    "(0 for none) and its (code, value text) pairs no field took (XDATA, 102 groups, extrusion, 370, 420...), in the "
+    "order read; None for a record the host made or read elsewhere. A polyline's vertices have no slot of their own.";
 Variant fromPython(py::handle h);
 // A Python callable, or an object with a Compare method, as an IComparer.
 std::shared_ptr<IComparer> comparerFrom(const py::object& c);

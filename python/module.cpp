@@ -107,6 +107,29 @@ py::tuple pairsToPython(const std::vector<DxfEntry>& pairs) {
 
 }  // namespace
 
+namespace {
+template <class... R>
+uint32_t placeOf(py::handle record, TypeList<R...>) {
+    uint32_t place = 0;
+    (
+        [&] {
+            if constexpr (requires(const R& r) { r.kept.place; })
+                if (!place && py::isinstance<R>(record)) place = record.cast<const R&>().kept.place;
+        }(),
+        ...);
+    return place;
+}
+}  // namespace
+
+py::object ormavec::python::KeptOfRecord(const KeptEntities* kept, py::handle record) {
+    const uint32_t place = placeOf(record, AllRecords{});
+    if (!kept || !place) return py::none();
+    const uint32_t handle = kept->HandleOf(place);
+    std::vector<DxfEntry> pairs = kept->PairsOf(place);
+    if (!handle && pairs.empty()) return py::none();
+    return py::make_tuple(handle, pairsToPython(pairs));
+}
+
 py::tuple ormavec::python::KeptToPython(const KeptEntities* kept) {
     if (!kept) return py::tuple();
     py::tuple out(kept->Items().size());
@@ -241,6 +264,8 @@ PYBIND11_MODULE(ormavec, m) {
     entities.def_property_readonly(
         "Kept", [](const ENTITIES& e) { return KeptToPython(e.Kept().get()); },
         "What a preserving load kept as pairs (kinds the model does not type): a tuple of KeptEntity, in the order read.");
+    entities.def(
+        "KeptOf", [](const ENTITIES& e, py::handle record) { return KeptOfRecord(e.Kept().get(), record); }, py::arg("Record"), kKeptOfHelp);
 
     py::class_<TABLES, Object, std::shared_ptr<TABLES>>(m, "TABLES", "Layers, line types and text styles.")
         .def(py::init<>())

@@ -303,6 +303,8 @@ void bindRecord(py::module_& m) {
         cls.def_property_readonly(
             "Kept", [](const R& b) { return KeptToPython(b.Kept.get()); },
             "What a preserving load kept of the block as pairs: a tuple of KeptEntity, in the order read.");
+    if constexpr (std::is_same_v<R, BLOCK_BLOCK>)
+        cls.def("KeptOf", [](const R& b, py::handle record) { return KeptOfRecord(b.Kept.get(), record); }, py::arg("Record"), kKeptOfHelp);
     bindFrozen(cls);
     cls.def("__repr__", [](const R& r) { return reprOf(r); });
     cls.def("__eq__", [](const R& a, py::handle b) { return py::isinstance<R>(b) && ValueEqual(a, b.cast<const R&>()); }, py::is_operator());

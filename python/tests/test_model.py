@@ -122,8 +122,8 @@ def test_what_a_load_keeps_and_what_it_says_it_lost(tmp_path):
                       "0", "ENDSEC", "0", "SECTION", "2", "TABLES", "0", "TABLE", "2", "VPORT", "5", "8", "70", "1",
                       "0", "VPORT", "5", "29", "2", "*ACTIVE", "70", "0", "0", "ENDTAB", "0", "ENDSEC",
                       "0", "SECTION", "2", "ENTITIES"] + spline +
-                     ["0", "LINE", "8", "0", "10", "0", "20", "0", "30", "0", "11", "1", "21", "1", "31", "0",
-                      "0", "ENDSEC", "0", "SECTION", "2", "OBJECTS", "0", "DICTIONARY", "5", "C", "330", "0", "100", "AcDbDictionary",
+                     ["0", "LINE", "5", "3B", "8", "0", "370", "25", "10", "0", "20", "0", "30", "0", "11", "1", "21", "1", "31", "0",
+                      "1001", "APP", "1000", "note", "0", "ENDSEC", "0", "SECTION", "2", "OBJECTS", "0", "DICTIONARY", "5", "C", "330", "0", "100", "AcDbDictionary",
                       "0", "ENDSEC", "0", "EOF"]) + "\n"
     (tmp_path / "in.dxf").write_text(text)
     lost = ormavec.load(str(tmp_path / "in.dxf"))
@@ -133,6 +133,9 @@ def test_what_a_load_keeps_and_what_it_says_it_lost(tmp_path):
     assert doc.NotKept["text"] == "" and doc.ENTITIES.LINES.Count == 1
     (kept,) = doc.ENTITIES.Kept
     assert (kept.Name, kept.Handle, kept.Pairs[:3]) == ("SPLINE", 0x2A, ((5, "2A"), (8, "0"), (70, "8")))
+    line = doc.ENTITIES.LINES[0]
+    assert doc.ENTITIES.KeptOf(line) == (0x3B, ((370, "25"), (1001, "APP"), (1000, "note")))
+    assert doc.ENTITIES.KeptOf(ormavec.LINE_ENT()) is None and lost.ENTITIES.KeptOf(lost.ENTITIES.LINES[0]) is None
     assert ("$INSUNITS", ((70, "4"),)) in doc.HEADER.Kept
     assert [(o.Name, o.Handle) for o in doc.KeptObjects] == [("DICTIONARY", 0xC)] and doc.KeptClasses == ()
     head, entries = doc.TABLES.Kept("vport")
