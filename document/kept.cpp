@@ -171,7 +171,7 @@ std::vector<DxfEntry> KeptEntities::PairsOf(uint32_t place) const {
     if (place == 0) return out;
     char buf[48];
     for (const KeptPair& p : ExtrasOf(place))
-        if (p.Code >= 0) out.push_back({p.Code, std::string(p.Format(buf))});  // anchors only place a run
+        if (p.Code >= 0 && p.Code < kKeptOwnCode) out.push_back({p.Code, std::string(p.Format(buf))});  // anchors only place a run
     return out;
 }
 

@@ -1,4 +1,7 @@
+#include <charconv>
 #include <cmath>
+#include <string>
+#include <vector>
 
 #include "entities/collections.h"
 #include "io/text.h"
@@ -9,6 +12,26 @@ namespace {
 
 // 3 / each full piece of 250 UTF-16 units, then 1 / the rest.
 constexpr std::size_t kChunkUnits = 250;
+// The note of a preserving read: where the pieces of the text ended (byte
+// offsets in the model's text, the last its size), as decimal numbers.
+constexpr int32_t kMTextCutsCode = kKeptOwnCode;
+thread_local std::vector<uint32_t> tMTextCuts;
+
+void writeText(DXFWriter& w, const MTEXT_ENT& r, const KeptCursor& kept) {
+    std::vector<uint32_t>& cuts = tMTextCuts;
+    cuts.clear();
+    if (kept.read) {
+        const std::string_view note = kept.Own(kMTextCutsCode);
+        for (std::size_t pos = 0; pos < note.size();) {
+            uint32_t c = 0;
+            const auto [end, ec] = std::from_chars(note.data() + pos, note.data() + note.size(), c);
+            if (ec != std::errc()) break;
+            cuts.push_back(c);
+            pos = static_cast<std::size_t>(end - note.data()) + 1;
+        }
+    }
+    w.WriteTextPieces(r.Text, kChunkUnits, 3, 1, cuts);
+}
 
 const WriteOrder<TEXT_ENT>& textOrder() {
     using R = TEXT_ENT;
@@ -45,7 +68,7 @@ const WriteOrder<MTEXT_ENT>& mtextOrder() {
     static const WriteOrder<R> order{
         O::Text(0, "MTEXT"), O::Handle(), O::Text(100, "AcDbEntity"), O::Of(&R::Layer), O::Of(&R::ColorNumber),
         O::Text(100, "AcDbMText"), O::Of(&R::X), O::Of(&R::Y), O::Of(&R::Z), O::Of(&R::TextHeight), O::Of(&R::Width),
-        O::Of(&R::Align), O::Of(&R::Direction), O::Custom([](DXFWriter& w, const R& r) { w.WriteTextPieces(r.Text, kChunkUnits, 3, 1); }),
+        O::Of(&R::Align), O::Of(&R::Direction), O::Custom(writeText),
         O::Of(&R::Style),
         O::Custom([](DXFWriter& w, const R& r) { w.WriteDouble(42, r.CharWidth > r.Width ? r.Width : r.CharWidth); }, &R::CharWidth),
         O::Of(&R::EntityHeight), O::Of(&R::TextRotation).UnlessKept(directionGives, {11, 21, 31}), O::Of(&R::LineSpacing),
@@ -83,6 +106,11 @@ void ReadEntity(DXFReader& reader, MTEXT_ENT& record) {
     const TextConvertMode mode = reader.GetTextConvertMode();
     const bool newer = mode == TextConvertMode::Utf8 || mode == TextConvertMode::Auto;
     bool embedded = false;
+    // A preserving read notes where the file cut the text, so that a save
+    // cuts it there again while it has the length it was read with.
+    const bool noteCuts = tKeptRead.armed && reader.HoldsPieces();
+    std::vector<uint32_t>& cuts = tMTextCuts;
+    cuts.clear();
     ReadRecord(reader, record, [&](const DXFReader::Pair& p, MTEXT_ENT& r) {
         if (p.Code == 0) return PairIs::End;
         embedded = embedded || (newer && p.Code == 101);
@@ -90,7 +118,10 @@ void ReadEntity(DXFReader& reader, MTEXT_ENT& record) {
         switch (p.Code) {
         case 0: return PairIs::End;
         case 1:
-        case 3: r.Text.append(p.Value); return PairIs::Taken;
+        case 3:
+            r.Text.append(p.Value);
+            if (noteCuts) cuts.push_back(static_cast<uint32_t>(r.Text.size()));
+            return PairIs::Taken;
         case 11: dirX = reader.ToDouble(p.Value); break;
         case 21: dirY = reader.ToDouble(p.Value); break;
         case 31: (void)reader.ToDouble(p.Value); break;
@@ -101,7 +132,12 @@ void ReadEntity(DXFReader& reader, MTEXT_ENT& record) {
         hasDirection = true;
         return PairIs::Kept;
     });
-    reader.DecodePieces(record.Text);
+    reader.DecodePieces(record.Text, cuts);
+    if (cuts.size() > 1) {
+        std::string note;
+        for (uint32_t c : cuts) note.append(note.empty() ? "" : " ").append(std::to_string(c));
+        tKeptRead.extras.push_back({kMTextCutsCode, std::move(note)});
+    }
     // The direction wins over group 50 wherever that came; principal value only.
     if (hasDirection && dirX != 0.0) record.TextRotation = std::atan(dirY / dirX);
 }

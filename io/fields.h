@@ -496,7 +496,10 @@ struct KeptCursor {
     bool read = false;  // the record was read by a preserving load
     const void* state = nullptr;
     bool (*after)(const void*, int32_t) = nullptr;
+    std::string_view (*own)(const void*, int32_t) = nullptr;
     bool After(int32_t code) const { return after && after(state, code); }
+    // The text of the kind's own note of this code (kKeptOwnCode on), {} for none.
+    std::string_view Own(int32_t code) const { return own ? own(state, code) : std::string_view(); }
 };
 
 // One pair (or a piece of code) in the write order of a record.
@@ -692,6 +695,9 @@ struct W {
 // a form of its vertices), set on every read.
 inline constexpr uint32_t kKeptNoLineType = 1;
 inline constexpr uint32_t kKeptExtras = 2;
+// Codes from here on are a kind's own notes kept among a record's pairs (an
+// MTEXT's piece lengths): never written, never shown as the record's pairs.
+inline constexpr int32_t kKeptOwnCode = 1 << 20;
 inline constexpr int32_t kKeptAbsentShift = 2;
 inline constexpr int32_t kKeptNoteBits = 3;
 inline constexpr int32_t kKeptAbsentBits = 32 - kKeptAbsentShift - kKeptNoteBits;
@@ -718,6 +724,7 @@ inline bool WriteKeptAt(DXFWriter& w, std::span<const KeptPair> x, std::vector<b
             done[i] = true;
             bool embedded = false;  // an embedded object's pairs (from 101 on) are all its own
             for (std::size_t j = x[i].Code < 0 ? i + 1 : i; inRun(i, j); ++j) {
+                if (x[j].Code >= kKeptOwnCode) continue;
                 embedded = embedded || x[j].Code == 101;
                 if (!embedded && std::find(constant.begin(), constant.end(), x[j].Code) != constant.end()) continue;  // the order writes its own
                 if (!objectsKept && x[j].Code == 102 && (x[j].Value() == "{ACAD_REACTORS" || x[j].Value() == "{ACAD_XDICTIONARY")) {
@@ -877,10 +884,17 @@ void WriteByOrder(Save& save, const WriteOrder<R>& order, const R& r) {
                     const std::vector<int32_t>& constant;
                     bool objectsKept;
                 } state{writer, kept, done, constant, objectsKept};
-                op.customKept(writer, r, KeptCursor{wasRead, &state, [](const void* p, int32_t code) {
-                                                        const State& s = *static_cast<const State*>(p);
-                                                        return fields_detail::WriteKeptAt(s.w, s.kept, s.done, code, {}, s.constant, s.objectsKept, true);
-                                                    }});
+                op.customKept(writer, r,
+                              KeptCursor{wasRead, &state,
+                                         [](const void* p, int32_t code) {
+                                             const State& s = *static_cast<const State*>(p);
+                                             return fields_detail::WriteKeptAt(s.w, s.kept, s.done, code, {}, s.constant, s.objectsKept, true);
+                                         },
+                                         [](const void* p, int32_t code) {
+                                             for (const KeptPair& k : static_cast<const State*>(p)->kept)
+                                                 if (k.Code == code) return k.Value();
+                                             return std::string_view();
+                                         }});
             } else {
                 op.custom(writer, r);
             }

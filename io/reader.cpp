@@ -300,12 +300,14 @@ std::string_view DXFReader::decodeText(std::string_view raw, int32_t code) {
     return decoded_;
 }
 
-void DXFReader::decodeInto(std::string& out, std::string_view raw, bool escapes, bool pairs) const {
-    std::size_t pos = 0;
+void DXFReader::decodeInto(std::string& out, std::string_view raw, bool escapes, bool pairs, std::span<uint32_t> cuts) const {
+    std::size_t pos = 0, cut = 0;
     while (pos < raw.size()) {
+        for (; cut < cuts.size() && cuts[cut] <= pos; ++cut) cuts[cut] = static_cast<uint32_t>(out.size());
         const unsigned char c = static_cast<unsigned char>(raw[pos]);
         if (c == '\\' && escapes) {
             if (pairs && pos + 1 < raw.size() && raw[pos + 1] == '\\') {
+                for (; cut < cuts.size() && cuts[cut] == pos + 1; ++cut) cuts[cut] = static_cast<uint32_t>(out.size() + 1);
                 out.append(raw.data() + pos, 2);
                 pos += 2;
                 continue;
@@ -331,15 +333,16 @@ void DXFReader::decodeInto(std::string& out, std::string_view raw, bool escapes,
             AppendUtf8(out, DecodeChar(codePage_, raw, pos));
         }
     }
+    for (; cut < cuts.size(); ++cut) cuts[cut] = static_cast<uint32_t>(out.size());
 }
 
-void DXFReader::DecodePieces(std::string& text) {
+void DXFReader::DecodePieces(std::string& text, std::span<uint32_t> cuts) {
     if (!holdPieces_) return;
     if (sniff_ && !IsAscii(text)) sniffUtf8(text);
     const bool slashes = std::memchr(text.data(), '\\', text.size()) != nullptr;
     if (!slashes && (IsAscii(text) || (utf8_ && IsValidUtf8(text)))) return;
     pieces_.clear();
-    decodeInto(pieces_, text, true, true);
+    decodeInto(pieces_, text, true, true, cuts);
     text.swap(pieces_);
 }
 

@@ -7,6 +7,7 @@
 #include <cstring>
 #include <functional>
 #include <memory>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -84,7 +85,10 @@ public:
     // spaces at their ends kept; DecodePieces then decodes the joined text in place, keeping
     // "\\", the formatting codes' own backslash, so that it starts no escape.
     void HoldPieces(bool on) noexcept { holdPieces_ = on && escapes_; }
-    void DecodePieces(std::string& text);
+    bool HoldsPieces() const noexcept { return holdPieces_; }
+    // cuts: where pieces end in the joined text, as read; turned into where
+    // they end in the decoded text (after a character cut between two).
+    void DecodePieces(std::string& text, std::span<uint32_t> cuts = {});
 
     // "-" reads standard input. Input that is not a regular file (a pipe, a
     // process substitution, a device) is read to its end first, with
@@ -188,7 +192,7 @@ private:
     }
     std::string_view decodeSlow(std::string_view raw, int32_t code);
     std::string_view decodeText(std::string_view raw, int32_t code);
-    void decodeInto(std::string& out, std::string_view raw, bool escapes, bool pairs) const;
+    void decodeInto(std::string& out, std::string_view raw, bool escapes, bool pairs, std::span<uint32_t> cuts = {}) const;
     void watchHeader(int32_t code, std::string_view value);
     void sniffUtf8(std::string_view raw);
     // (after pair_.Code is set) A held piece keeps its spaces: writers cut a

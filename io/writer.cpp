@@ -542,12 +542,26 @@ void DXFWriter::WriteString(int32_t code, std::string_view text) {
     lineDone();
 }
 
-void DXFWriter::WriteTextPieces(std::string_view text, std::size_t pieceUnits, int32_t pieceCode, int32_t lastCode) {
+// Whether cuts end pieces of text: in order, the last at its end, each
+// between two characters, no piece longer than a line a reader takes.
+static bool cutsFit(std::string_view text, std::span<const uint32_t> cuts) {
+    if (cuts.empty() || cuts.back() != text.size()) return false;
+    uint32_t last = 0;
+    for (uint32_t c : cuts) {
+        if (c < last || c - last > 2048 || (c < text.size() && (static_cast<unsigned char>(text[c]) & 0xC0) == 0x80)) return false;
+        last = c;
+    }
+    return true;
+}
+
+void DXFWriter::WriteTextPieces(std::string_view text, std::size_t pieceUnits, int32_t pieceCode, int32_t lastCode, std::span<const uint32_t> cuts) {
     const auto units = [](char32_t ch) -> std::size_t { return ch >= 0x10000 ? 2 : 1; };
+    const bool given = saveMode_ == SaveMode::Standard && cutsFit(text, cuts);
     std::size_t rest = 0;
-    if (text.size() > pieceUnits)  // at most one unit per byte
+    if (text.size() > pieceUnits && !given)  // at most one unit per byte
         for (std::size_t pos = 0; pos < text.size();) rest += units(NextUtf8(text, pos));
     pieces_.clear();
+    if (given) pieces_.assign(cuts.begin(), cuts.end() - 1);
     std::size_t pos = 0;
     while (rest > pieceUnits) {
         const std::size_t start = pos;

@@ -11,6 +11,7 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -73,8 +74,10 @@ public:
     // A text in pieces of `pieceUnits` UTF-16 code units (a character outside
     // the BMP that starts at the last unit stays whole in its piece), written
     // with `pieceCode`, and the rest, possibly empty, with `lastCode` (MTEXT).
-    // Readers decode the pieces joined, keeping "\\".
-    void WriteTextPieces(std::string_view text, std::size_t pieceUnits, int32_t pieceCode, int32_t lastCode);
+    // Readers decode the pieces joined, keeping "\\". A Standard save cuts at
+    // `cuts` instead (where the pieces end, the last at the text's end) while
+    // they fit the text: where a read drawing had its cuts.
+    void WriteTextPieces(std::string_view text, std::size_t pieceUnits, int32_t pieceCode, int32_t lastCode, std::span<const uint32_t> cuts = {});
     void WriteInteger(int32_t code, int32_t number);
     void WriteDouble(int32_t code, double number);
     void WriteHandle(int32_t code, int32_t handle);

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "fuzz/fuzz_entries.h"
+#include "tests/test_support.h"
 
 namespace {
 
@@ -46,6 +47,45 @@ RC_GTEST_PROP(MTextEscape, PiecesDecodeJoinedAndSurviveAStandardSave, ()) {
     doc.Load(fuzz::WriteScratch("mtext.dxf", data, dxf.size()));
     RC_ASSERT(doc.ENTITIES()->MTEXTS()->Item(0).Text == text);
     RC_ASSERT(fuzz::RoundTripEntry(data, dxf.size()) == "");
+}
+
+}  // namespace
+
+namespace {
+
+// A preserving load and a Standard save give back a long text's pieces as
+// the file cut them (spaces at the cuts included) while the text is
+// unchanged, and cut afresh, whole, once the host changed its length.
+RC_GTEST_PROP(MTextEscape, PreservedPiecesKeepTheirCuts, ()) {
+    const std::string text = *rc::gen::container<std::string>(rc::gen::element('a', 'b', ' ', '\\', 'P'));
+    auto cuts = *rc::gen::container<std::vector<std::size_t>>(rc::gen::inRange<std::size_t>(0, text.size() + 1));
+    cuts.push_back(text.size());
+    std::sort(cuts.begin(), cuts.end());
+    std::string pairs;
+    for (std::size_t k = 0, start = 0; k < cuts.size(); start = cuts[k++])
+        pairs += (k + 1 < cuts.size() ? "3\r\n" : "1\r\n") + text.substr(start, cuts[k] - start) + "\r\n";
+    const std::string dxf = "0\nSECTION\n2\nENTITIES\n0\nMTEXT\n" + pairs + "0\nENDSEC\n0\nEOF\n";
+    const std::string in = fuzz::WriteScratch("cuts.dxf", reinterpret_cast<const uint8_t*>(dxf.data()), dxf.size());
+    const std::string out = (fuzz::ScratchDir() / "cuts.out.dxf").string();
+    DXFDocument doc;
+    doc.SetTextConvertMode(TextConvertMode::Auto);
+    doc.SetPreserve(true);
+    doc.SetSaveMode(SaveMode::Standard);
+    doc.Load(in);
+    const bool changed = *rc::gen::arbitrary<bool>();
+    if (changed) {
+        MTEXT_ENT m = doc.ENTITIES()->MTEXTS()->Item(0);
+        m.Text += "x";
+        doc.ENTITIES()->MTEXTS()->LetItem(0, m);
+    }
+    doc.Save(out);
+    DXFDocument back;
+    back.SetTextConvertMode(TextConvertMode::Auto);
+    back.Load(out);
+    RC_ASSERT(back.ENTITIES()->MTEXTS()->Item(0).Text == text + (changed ? "x" : ""));
+    std::string saved = ormavec::test::ReadFile(out);
+    saved = saved.substr(saved.find("AcDbMText"));
+    if (!changed) RC_ASSERT(saved.find("\r\n" + pairs) != std::string::npos);
 }
 
 }  // namespace
