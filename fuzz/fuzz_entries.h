@@ -86,13 +86,15 @@ inline void ReaderEntry(const uint8_t* data, size_t size) {
 }
 
 // (b) DXFDocument::Load; the size picks the version mode, the text mode (so
-// that the hatches of blocks are read too) and whether damage is repaired.
+// that the hatches of blocks are read too), whether damage is repaired and
+// whether the load preserves.
 inline void LoadEntry(const uint8_t* data, size_t size) {
     const std::string path = WriteScratch("in.dxf", data, size);
     DXFDocument doc;
     doc.SetVersionMode((size & 1) ? 6 : 0);
     doc.SetTextConvertMode(static_cast<TextConvertMode>((size >> 1) & 3));
     doc.SetRecover(size & 8);
+    doc.SetPreserve(size & 16);  // what the CLI's convert reads with
     try {
         doc.Load(path);
     } catch (const Error&) {
@@ -140,6 +142,7 @@ inline std::string RoundTripEntry(const uint8_t* data, size_t size) {
     if (standard) {
         first.SetTextConvertMode(TextConvertMode::Auto);
         first.SetSaveMode(SaveMode::Standard);
+        first.SetPreserve(size & 8);  // as the CLI's convert: kept content written back in place
     }
     try {
         first.Load(in);
@@ -153,6 +156,7 @@ inline std::string RoundTripEntry(const uint8_t* data, size_t size) {
     }
     DXFDocument second;
     if (standard) second.SetTextConvertMode(TextConvertMode::Auto);
+    second.SetPreserve(first.Preserve());  // which reads a left-out value as the format means it
     try {
         second.Load(out);
     } catch (const Error& e) {
