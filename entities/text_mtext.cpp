@@ -114,7 +114,7 @@ void ReadEntity(DXFReader& reader, MTEXT_ENT& record) {
     ReadRecord(reader, record, [&](const DXFReader::Pair& p, MTEXT_ENT& r) {
         if (p.Code == 0) return PairIs::End;
         embedded = embedded || (newer && p.Code == 101);
-        if (embedded) return PairIs::Kept;
+        if (embedded) return PairIs::KeptWhole;
         switch (p.Code) {
         case 0: return PairIs::End;
         case 1:

@@ -283,6 +283,8 @@ enum class PairIs : uint8_t {
     End,       // the record ends before it: pushed back
     EndTaken,  // the record ends with it
     Kept,      // no field takes it, whatever its code: a preserving read keeps it
+    KeptWhole,  // as Kept, and so is all that follows up to the record's end, written
+                // last as read (an embedded object: its markers and handles are its own)
 };
 
 // The hook of most records: a code-0 pair ends the record.
@@ -372,7 +374,7 @@ struct KeptNotes {
     KeptRead& k;
     int32_t anchor = -1;  // code of the last pair taken; -1: none yet
     bool anchored = false;  // an anchor entry for it is in extras
-    bool inClass = false, ownerSeen = false, in102 = false, xdata = false;
+    bool inClass = false, ownerSeen = false, in102 = false, xdata = false, whole = false;
     // The last subclass marker's name, on the stack (most are short; a longer
     // one goes to k.marker): copied for every record, used for few.
     uint8_t markerSize = 0;  // kLongMarker: in k.marker
@@ -420,6 +422,14 @@ struct KeptNotes {
             anchored = true;
         }
         k.extras.push_back({code, std::string(reader.WithText().Value)});
+    }
+    // A pair of what runs whole to the record's end: after everything else.
+    void Whole(DXFReader& reader, const DXFReader::Pair& p) {
+        if (!whole) {
+            whole = xdata = true;
+            k.extras.push_back({-1, std::string()});  // a run of its own, at the end
+        }
+        k.extras.push_back({p.Code, std::string(reader.WithText().Value)});
     }
 };
 
@@ -469,6 +479,9 @@ void ReadPairs(DXFReader& reader, R& record, Hook&& hook = {}) {
             break;
         case PairIs::Kept:
             if (note) notes.Extra(reader, p);
+            break;
+        case PairIs::KeptWhole:
+            if (note) notes.Whole(reader, p);
             break;
         case PairIs::End: reader.UnRead(); return;
         case PairIs::EndTaken: return;
