@@ -55,10 +55,13 @@ const WriteOrder<TEXT_ENT>& textOrder() {
 // read leaves one along the Y axis to group 50: it stands while that is 0.
 int directionGives(const MTEXT_ENT& r, std::span<const KeptPair> kept) {
     double x = 0, y = 0;
-    bool found = false;
+    int xs = 0, ys = 0;
     for (std::size_t i = 0; i < kept.size() && kept[i].Code != 101; ++i)
-        if (kept[i].Code == 11 || kept[i].Code == 21) (kept[i].Code == 11 ? x : y) = kept[i].Number(), found = true;
-    if (!found) return -1;
+        if (kept[i].Code == 11 || kept[i].Code == 21) (kept[i].Code == 11 ? x : y) = kept[i].Number(), ++(kept[i].Code == 11 ? xs : ys);
+    if (xs + ys == 0) return -1;
+    // A repeated one reads back as the last written: kept pairs placed apart
+    // need not keep their order, so the rotation is written instead.
+    if (xs > 1 || ys > 1) return 0;
     return x == 0.0 ? r.TextRotation == 0.0 : std::atan(y / x) == r.TextRotation;
 }
 
