@@ -198,7 +198,7 @@ private:
     // (after pair_.Code is set) A held piece keeps its spaces: writers cut a
     // long text by length, so a space at a cut belongs to the words around it.
     std::string_view finishValue(std::string_view value, bool trimValue, bool upperCase) {
-        if (trimValue && !(holdPieces_ && (pair_.Code == 1 || pair_.Code == 3))) {
+        if (trimValue && !value.empty() && (value.front() == ' ' || value.back() == ' ') && !(holdPieces_ && (pair_.Code == 1 || pair_.Code == 3))) {
             while (!value.empty() && value.front() == ' ') value.remove_prefix(1);
             while (!value.empty() && value.back() == ' ') value.remove_suffix(1);
         }
