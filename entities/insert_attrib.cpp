@@ -26,17 +26,11 @@ const WriteOrder<ATTRIB_ENT>& attribOrder() {
     using R = ATTRIB_ENT;
     using O = W<R>;
     static const WriteOrder<R> order{
-        O::Text(100, "AcDbEntity"), O::Of(&R::Layer),
-        O::Of(&R::LineType).InStandard().If([](const R& r) { return !r.LineType.empty() && r.LineType != "Continuous"; }),
-        O::Of(&R::ColorNumber).InStandard().If([](const R& r) { return r.ColorNumber != 0 && r.ColorNumber != 256; }),
+        O::Text(100, "AcDbEntity"), O::Of(&R::Layer), O::Of(&R::LineType).InStandard(), O::Of(&R::ColorNumber).InStandard(),
         O::Text(100, "AcDbText"), O::Of(&R::X), O::Of(&R::Y), O::Of(&R::Z), O::Of(&R::TextHeight), O::Of(&R::DefaultValue),
-        O::Of(&R::Rotation).InStandard().If([](const R& r) { return r.Rotation != 0.0; }),
-        O::Of(&R::XScaleFactor).InStandard().If([](const R& r) { return r.XScaleFactor != 1.0 && r.XScaleFactor != 0.0; }),
-        O::Of(&R::ObliqueAngle).InStandard().If([](const R& r) { return r.ObliqueAngle != 0.0; }),
-        O::Of(&R::TextStyleName).InStandard().If([](const R& r) { return !r.TextStyleName.empty() && r.TextStyleName != "STANDARD"; }),
-        O::Of(&R::HorTextJust).InStandard().If([](const R& r) { return r.HorTextJust != 0; }),
-        O::Text(100, "AcDbAttribute"), O::Of(&R::TagString), O::Of(&R::AttributeFlag),
-        O::Of(&R::VertTextJust).InStandard().If([](const R& r) { return r.VertTextJust != 0; })};
+        O::Of(&R::Rotation).InStandard(), O::Of(&R::XScaleFactor).InStandard(), O::Of(&R::ObliqueAngle).InStandard(),
+        O::Of(&R::TextStyleName).InStandard(), O::Of(&R::HorTextJust).InStandard(), O::Text(100, "AcDbAttribute"),
+        O::Of(&R::TagString), O::Of(&R::AttributeFlag), O::Of(&R::VertTextJust).InStandard()};
     return order;
 }
 

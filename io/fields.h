@@ -541,7 +541,10 @@ struct WriteOp {
     std::array<int32_t, 3> keptCodes{};
     bool madeOnly = false;  // written only for a record the host made (a read one keeps its own pair, if any)
     bool readOnly = false;  // written only in a Standard save of a read record that had the pair
-    bool standardOnly = false;  // written only in a Standard save (a field the fixed layout leaves out)
+    // Written only in a Standard save (a field the fixed layout leaves out),
+    // and there only where the file gave it or it holds more than its
+    // default (neither the declared one nor a new record's zero or empty text).
+    bool standardOnly = false;
     // A pair the kind reads in code: a Standard save of a read record writes
     // it only when the note says it was present or changed(r) holds.
     uint32_t note = 0;
@@ -785,6 +788,20 @@ bool PresentAsRead(const WriteOp<R>& op, bool read, uint32_t pairs) {
     return read && ((pairs & op.note) != 0 || (op.field >= 0 && op.field < kKeptAbsentBits && !((pairs >> (kKeptAbsentShift + op.field)) & 1)));
 }
 
+// Whether the op's field holds its declared default or a new record's value.
+template <class R>
+bool HoldsDefault(const WriteOp<R>& op, const R& r) {
+    switch (op.kind) {
+    case WriteOp<R>::Kind::String: return (r.*op.str).empty() || r.*op.str == op.textDefault;
+    case WriteOp<R>::Kind::Double: {
+        const double v = op.xyz ? (r.*op.xyz).*op.axis : r.*op.dbl;
+        return v == 0.0 || v == op.numDefault;
+    }
+    case WriteOp<R>::Kind::Int: return r.*op.i32 == 0 || r.*op.i32 == op.numDefault;
+    default: return false;
+    }
+}
+
 // A typed table entry read by a preserving load: the first of its kept pairs
 // has this code and the entry's absent fields, as KeptSlot::pairs, in its text.
 inline constexpr int32_t kEntryReadCode = INT32_MIN;
@@ -860,6 +877,7 @@ void WriteByOrder(Save& save, const WriteOrder<R>& order, const R& r) {
         if (op.readOnly && !(wasRead && fields_detail::PresentAsRead(op, wasRead, readNotes))) continue;
         if (op.note && wasRead && !(readNotes & op.note) && !(op.changed && op.changed(r))) continue;
         if (op.when && !op.when(r) && !(wasRead && fields_detail::PresentAsRead(op, wasRead, readNotes))) continue;
+        if (op.standardOnly && fields_detail::HoldsDefault(op, r) && !(wasRead && fields_detail::PresentAsRead(op, wasRead, readNotes))) continue;
         if (absent && fields_detail::AbsentAsRead(op, r, readNotes)) continue;
         if (op.keptGives && !kept.empty() && !fields_detail::PresentAsRead(op, wasRead, readNotes) && op.keptGives(r, kept) == 1) continue;
         switch (op.kind) {
