@@ -543,12 +543,16 @@ void DXFWriter::WriteString(int32_t code, std::string_view text) {
 }
 
 // Whether cuts end pieces of text: in order, the last at its end, each
-// between two characters, no piece longer than a line a reader takes.
+// between two characters, no piece longer than a line a reader takes. Nor
+// after a backslash: the character after it may be written as an escape
+// once the piece it starts is known (keepOffUtf8), and the two would pair.
 static bool cutsFit(std::string_view text, std::span<const uint32_t> cuts) {
     if (cuts.empty() || cuts.back() != text.size()) return false;
     uint32_t last = 0;
     for (uint32_t c : cuts) {
-        if (c < last || c - last > 2048 || (c < text.size() && (static_cast<unsigned char>(text[c]) & 0xC0) == 0x80)) return false;
+        if (c < last || c - last > 2048 || (c < text.size() && (static_cast<unsigned char>(text[c]) & 0xC0) == 0x80) ||
+            (c > 0 && c < text.size() && text[c - 1] == '\\'))
+            return false;
         last = c;
     }
     return true;
@@ -569,9 +573,10 @@ void DXFWriter::WriteTextPieces(std::string_view text, std::size_t pieceUnits, i
         while (n < pieceUnits) n += units(NextUtf8(text, pos));
         if (saveMode_ == SaveMode::Standard) {
             // Some readers trim the spaces at both ends of a piece: a cut beside
-            // a space is moved back to a place between two other characters.
+            // a space is moved back to a place between two other characters;
+            // nor does a piece end with a backslash (see cutsFit).
             std::size_t cut = pos;
-            const auto spaceAtCut = [&] { return text[cut - 1] == ' ' || (cut < text.size() && text[cut] == ' '); };
+            const auto spaceAtCut = [&] { return text[cut - 1] == ' ' || text[cut - 1] == '\\' || (cut < text.size() && text[cut] == ' '); };
             while (cut > start && spaceAtCut()) {
                 --cut;
                 while (cut > start && (static_cast<unsigned char>(text[cut]) & 0xC0) == 0x80) --cut;

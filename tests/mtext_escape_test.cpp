@@ -59,6 +59,9 @@ namespace {
 RC_GTEST_PROP(MTextEscape, PreservedPiecesKeepTheirCuts, ()) {
     const std::string text = *rc::gen::container<std::string>(rc::gen::element('a', 'b', ' ', '\\', 'P'));
     auto cuts = *rc::gen::container<std::vector<std::size_t>>(rc::gen::inRange<std::size_t>(0, text.size() + 1));
+    // A cut after a backslash is not given back: the character after it may be
+    // written as an escape, which the two would then pair with.
+    std::erase_if(cuts, [&](std::size_t c) { return c > 0 && text[c - 1] == '\\'; });
     cuts.push_back(text.size());
     std::sort(cuts.begin(), cuts.end());
     std::string pairs;
