@@ -15,6 +15,11 @@ part of convert is its wall time less that of info, over the bytes written.
 
     bench/fresh_process.py --build build/perf [--python-path DIR] [--reps 5] FILE...
 
+--idle SECONDS sleeps that long before every run, so that each meets memory
+the machine has not just used: a process that loads once after a pause, as
+a user's mostly does, pays more for its fresh pages than one of a tight
+loop (on a virtual machine the host may have taken back what sat idle).
+
 --limit-bench BIN takes the limit loop from another ormavec_bench (when the
 one measured has no limit child yet). Cases whose program is missing are left
 out. No figure here is checked against a target: this only reports.
@@ -85,6 +90,7 @@ def main():
     p.add_argument("--python", default="/usr/bin/python3", help="the interpreter the module was built for")
     p.add_argument("--reps", type=int, default=5)
     p.add_argument("--out", help="folder for convert's output (default: beside each input)")
+    p.add_argument("--idle", type=float, default=0, help="seconds to sleep before each run")
     a = p.parse_args()
 
     print(f"load average before: {open('/proc/loadavg').read().split()[:3]}")
@@ -102,6 +108,8 @@ def main():
                 # a large file adds the freeing of the old one to the save.
                 if name == "convert" and os.path.exists(out):
                     os.unlink(out)
+                if a.idle > 0:
+                    time.sleep(a.idle)
                 runs[name].append(run(argv, env))
                 if name == "convert":
                     out_size = os.path.getsize(out)

@@ -5,10 +5,13 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
+#include <condition_variable>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <mutex>
+#include <thread>
 
 #if defined(__GLIBC__)
 #include <malloc.h>
@@ -46,6 +49,75 @@ constexpr int64_t kTailInput = 4 << 20;
 constexpr uintptr_t kHugePage = 2 << 20;
 // The allocator's own value, documented for M_TOP_PAD.
 constexpr int kUsualTopPad = 128 << 10;
+// Mapping ahead: for inputs from this size on, at most this much heap ahead
+// of its use, looked at after each such part of the input.
+constexpr int64_t kLeastPrefaultInput = 8 << 20;
+constexpr uintptr_t kAhead = 8 << 20;
+constexpr int64_t kAskEvery = 512 << 10;
+
+// Maps the heap's next pages from another thread while the load parses. A
+// page the process touches first costs its zeroing in the kernel, a third or
+// more of a first load's time; asked for ahead of use, that cost goes to the
+// other core. The asking never changes what the pages hold, so it is safe
+// beside the allocator's own use of them, and a range the heap gave back
+// just fails.
+class Prefault {
+public:
+    // False where there is no other core to do it on.
+    static bool Worthwhile() noexcept { return std::thread::hardware_concurrency() > 1; }
+    void Start(uintptr_t from) {
+        std::lock_guard<std::mutex> guard(lock_);
+        done_ = target_ = from;
+        stop_ = false;
+        thread_ = std::thread([this] { run(); });
+    }
+    // Pages up to `to` are wanted soon.
+    void Ask(uintptr_t to) noexcept {
+        {
+            std::lock_guard<std::mutex> guard(lock_);
+            if (to <= target_) return;
+            target_ = to;
+        }
+        wake_.notify_one();
+    }
+    void Stop() noexcept {
+        if (!thread_.joinable()) return;
+        {
+            std::lock_guard<std::mutex> guard(lock_);
+            stop_ = true;
+        }
+        wake_.notify_one();
+        thread_.join();
+    }
+    bool Running() const noexcept { return thread_.joinable(); }
+
+private:
+#ifdef MADV_POPULATE_WRITE
+    static constexpr int kPopulate = MADV_POPULATE_WRITE;
+#else
+    static constexpr int kPopulate = 23;  // older headers; a kernel without it says EINVAL
+#endif
+    // One request at a time, so that a stop waits little.
+    static constexpr uintptr_t kStep = 2 << 20;
+    void run() noexcept {
+        std::unique_lock<std::mutex> guard(lock_);
+        for (;;) {
+            wake_.wait(guard, [this] { return stop_ || target_ > done_; });
+            if (stop_) return;
+            const uintptr_t from = done_, to = std::min(target_, from + kStep);
+            guard.unlock();
+            const bool unknown = ::madvise(reinterpret_cast<void*>(from), to - from, kPopulate) != 0 && errno == EINVAL;
+            guard.lock();
+            if (unknown) return;
+            done_ = std::max(done_, to);
+        }
+    }
+    std::mutex lock_;
+    std::condition_variable wake_;
+    std::thread thread_;
+    uintptr_t done_ = 0, target_ = 0;
+    bool stop_ = false;
+};
 
 struct State {
     std::mutex lock;
@@ -54,6 +126,12 @@ struct State {
     int loads = 0;
     uintptr_t advisedEnd = 0;
     bool tail = false;  // the end of the load's input is near
+    // What the model took so far against the input read, for how much of the
+    // heap to map ahead.
+    int64_t input = 0;
+    int64_t lastLeft = 0;
+    uintptr_t usedAtStart = 0;
+    Prefault prefault;
 };
 
 State& state() noexcept {
@@ -97,6 +175,41 @@ void growNow() noexcept {
     while (n > 0) std::free(pieces[--n]);
 }
 
+// The end of what the heap's allocations reach: its free top lies above.
+uintptr_t usedEnd() noexcept {
+#if __GLIBC_PREREQ(2, 33)
+    return currentBreak() - ::mallinfo2().keepcost;
+#else
+    return 0;
+#endif
+}
+
+void startPrefault(State& s, int64_t inputBytes) {
+    if (inputBytes < kLeastPrefaultInput || !usedEnd() || !Prefault::Worthwhile()) return;
+    s.input = s.lastLeft = inputBytes;
+    s.usedAtStart = usedEnd();
+    try {
+        s.prefault.Start(s.usedAtStart & ~(pageSize() - 1));
+    } catch (...) {  // no thread to be had: the load maps its pages itself
+    }
+}
+
+// Asks for the heap the rest of the load will likely take, by what it took
+// per byte of input so far, up to kAhead. The asked end stays on a huge page
+// boundary, and asking stops near the end of the input, so that no page the
+// model will not reach gets mapped.
+void askAhead(State& s, int64_t inputLeft) noexcept {
+    if (!s.prefault.Running() || s.loads > 1 || s.lastLeft - inputLeft < kAskEvery) return;
+    s.lastLeft = inputLeft;
+    if (inputLeft < kTailInput) return;
+    const uintptr_t end = currentBreak(), used = usedEnd();
+    const int64_t read = s.input - inputLeft;
+    if (read <= 0 || used <= s.usedAtStart || used >= end) return;
+    const double perByte = static_cast<double>(used - s.usedAtStart) / static_cast<double>(read);
+    const uintptr_t need = static_cast<uintptr_t>(perByte * static_cast<double>(inputLeft));
+    s.prefault.Ask(std::min(used + std::min(need, kAhead), end) & ~(kHugePage - 1));
+}
+
 }  // namespace
 
 bool BeginLoad(int64_t inputBytes) noexcept {
@@ -106,7 +219,7 @@ bool BeginLoad(int64_t inputBytes) noexcept {
         s.setting = readSetting();
         s.known = true;
     }
-    if (s.setting == HugePages::Never || inputBytes < (1 << 20)) return false;
+    if (inputBytes < (1 << 20)) return false;
     if (s.loads++ == 0) {
         ::mallopt(M_TOP_PAD, static_cast<int>(std::clamp(inputBytes, kLeastStep, kMostStep)));
         if (s.setting == HugePages::OnRequest) {
@@ -116,6 +229,7 @@ bool BeginLoad(int64_t inputBytes) noexcept {
             growNow();
             adviseLocked(s);
         }
+        startPrefault(s, inputBytes);
     }
     return true;
 }
@@ -125,13 +239,18 @@ void EndLoad() noexcept {
     std::lock_guard<std::mutex> guard(s.lock);
     if (s.loads == 0) return;
     if (s.setting == HugePages::OnRequest && !s.tail) adviseLocked(s);
-    if (--s.loads == 0) ::mallopt(M_TOP_PAD, kUsualTopPad);
+    if (--s.loads == 0) {
+        s.prefault.Stop();
+        ::mallopt(M_TOP_PAD, kUsualTopPad);
+    }
 }
 
 void Advise(int64_t inputLeft) noexcept {
     State& s = state();
     std::lock_guard<std::mutex> guard(s.lock);
-    if (s.loads == 0 || s.setting != HugePages::OnRequest || s.tail) return;
+    if (s.loads == 0) return;
+    askAhead(s, inputLeft);
+    if (s.setting != HugePages::OnRequest || s.tail) return;
     adviseLocked(s);
     if (inputLeft >= kTailInput || s.loads > 1) return;
     // The free top of the heap starts where the last allocation ends; huge

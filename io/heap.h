@@ -3,9 +3,11 @@
 // they land on costs a page fault: about half of a first load's time. While
 // a file load runs, the heap grows in large steps, and where the kernel
 // offers transparent huge pages on request the grown part is advised for
-// them, so that one fault maps 2 MiB. Nothing changes where huge pages are
-// off, nor for allocations outside the heap of the main allocator arena
-// (those of another thread's arena, for one).
+// them, so that one fault maps 2 MiB. Where there is a second core, a
+// thread maps the heap's next pages a little ahead of their use: a page's
+// first touch costs its zeroing, and far more on a machine whose memory sat
+// idle. Allocations outside the heap of the main allocator arena (those of
+// another thread's arena, for one) are left as they are.
 #pragma once
 
 #include <cstdint>
