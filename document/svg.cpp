@@ -7,6 +7,7 @@
 #include <cmath>
 #include <cstring>
 #include <functional>
+#include <memory>
 #include <numbers>
 #include <span>
 #include <string_view>
@@ -51,26 +52,82 @@ struct C {  // a coordinate of the picture, written on its grid
     double v;
 };
 
-// The output, written in pieces of a megabyte.
+// A number as to_chars writes it with 10 significant digits, the usual way
+// done in integers: rounding a scaled value is exact unless it lies too
+// near the middle between two integers, and such values are left to
+// to_chars, as are those written with an exponent.
+char* shortNumber(char* at, double v) {
+    if (std::abs(v) < 1e-12) v = 0.0;
+    static constexpr double kPowers[] = {1e0, 1e1, 1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
+                                         1e8, 1e9, 1e10, 1e11, 1e12, 1e13, 1e14, 1e15};
+    const double a = std::abs(v);
+    if (a >= 1e-4 && a < 1e10) {
+        int e = 9;  // the exponent of a's leading digit
+        while (e > 0 && a < kPowers[e]) --e;
+        if (e == 0 && a < 1) e = a >= 0.1 ? -1 : a >= 0.01 ? -2 : a >= 0.001 ? -3 : -4;
+        const int decimals = 9 - e;
+        const double scaled = a * kPowers[decimals];  // below 2^34: off by at most 2^-19
+        auto n = static_cast<uint64_t>(scaled);
+        const double fraction = scaled - static_cast<double>(n);
+        if (std::abs(fraction - 0.5) > 1e-5) {
+            n += fraction > 0.5;
+            if (n >= 1000000000ULL && n < 10000000000ULL) {
+                if (v < 0) *at++ = '-';
+                char digits[10];
+                for (int i = 9; i >= 0; --i, n /= 10) digits[i] = static_cast<char>('0' + n % 10);
+                int last = 9;  // the last digit written: no trailing zeros after the point
+                while (last > 9 - decimals && digits[last] == '0') --last;
+                if (e < 0) {
+                    *at++ = '0';
+                    *at++ = '.';
+                    for (int i = e; i < -1; ++i) *at++ = '0';
+                    for (int i = 0; i <= last; ++i) *at++ = digits[i];
+                    return at;
+                }
+                for (int i = 0; i <= e; ++i) *at++ = digits[i];
+                if (last > e) {
+                    *at++ = '.';
+                    for (int i = e + 1; i <= last; ++i) *at++ = digits[i];
+                }
+                return at;
+            }
+        }
+    }
+    return std::to_chars(at, at + 32, v, std::chars_format::general, 10).ptr;
+}
+
+// The output, written in pieces of a megabyte. Each small piece (at most
+// kSmall bytes) goes in without a test of room: the buffer is flushed as
+// soon as it holds a megabyte, and has room for one more beyond it.
 class Out {
 public:
-    Out(const std::string& fileName, std::string* text) : text_(text) {
+    Out(const std::string& fileName, std::string* text) : text_(text), buf_(new char[kPiece + kSmall]) {
         if (!text_) {
             file_ = fileName == "-" ? stdout : std::fopen(fileName.c_str(), "wb");
             if (!file_) RaiseError(err::PathFileAccessError, "DXFDocument", "Cannot write " + fileName + ": " + std::strerror(errno));
         }
-        buf_.reserve(kPiece + 4096);
+        at_ = buf_.get();
     }
     ~Out() {
         if (file_ && file_ != stdout) std::fclose(file_);
     }
+    Out(const Out&) = delete;
+    Out& operator=(const Out&) = delete;
+
     Out& operator<<(std::string_view s) {
-        buf_.append(s);
-        if (buf_.size() >= kPiece) flush();
+        if (s.size() <= kSmall) {
+            std::memcpy(at_, s.data(), s.size());
+            at_ += s.size();
+            full();
+            return *this;
+        }
+        for (std::size_t from = 0; from < s.size(); from += kSmall) *this << s.substr(from, kSmall);
         return *this;
     }
+    Out& operator<<(const char* s) { return *this << std::string_view(s); }
     Out& operator<<(char c) {
-        buf_ += c;
+        *at_++ = c;
+        full();
         return *this;
     }
     Out& operator<<(C c) {
@@ -78,9 +135,8 @@ public:
         return *this;
     }
     Out& operator<<(double v) {
-        char b[32];
-        const auto r = std::to_chars(b, b + sizeof b, std::abs(v) < 1e-12 ? 0.0 : v, std::chars_format::general, 10);
-        buf_.append(b, r.ptr);
+        at_ = shortNumber(at_, v);
+        full();
         return *this;
     }
     // A coordinate rounded to `decimals` places, without to_chars' rounding
@@ -89,8 +145,8 @@ public:
         const double scaled = v * scale_;
         if (!(std::abs(scaled) < 9e15)) return void(*this << v);
         long long n = std::llround(scaled);
-        char b[32];
-        char* end = b + sizeof b;
+        char b[64];  // written backwards to its middle; copied as 32 bytes, a fixed size copies fastest
+        char* end = b + 32;
         char* at = end;
         const bool negative = n < 0;
         unsigned long long u = negative ? 0ULL - static_cast<unsigned long long>(n) : static_cast<unsigned long long>(n);
@@ -100,27 +156,35 @@ public:
         if (at != end) *--at = '.';
         do *--at = static_cast<char>('0' + u % 10); while ((u /= 10) != 0);
         if (negative && !(at[0] == '0' && at + 1 == end)) *--at = '-';
-        buf_.append(at, end);
+        std::memcpy(at_, at, 32);
+        at_ += end - at;
+        full();
     }
     void SetGrid(double unit) {
         decimals_ = unit > 0 && std::isfinite(unit) ? std::clamp(static_cast<int>(std::ceil(-std::log10(unit))), 0, 12) : 6;
         scale_ = std::pow(10.0, decimals_);
     }
     void flush() {
+        const std::size_t n = static_cast<std::size_t>(at_ - buf_.get());
         if (text_)
-            text_->append(buf_);
-        else if (std::fwrite(buf_.data(), 1, buf_.size(), file_) != buf_.size() || std::fflush(file_) != 0)
+            text_->append(buf_.get(), n);
+        else if (std::fwrite(buf_.get(), 1, n, file_) != n || std::fflush(file_) != 0)
             RaiseError(err::DeviceIOError, "DXFDocument", "Cannot write the picture: " + std::string(std::strerror(errno)));
-        buf_.clear();
+        at_ = buf_.get();
     }
 
 private:
     static constexpr std::size_t kPiece = 1 << 20;
+    static constexpr std::size_t kSmall = 256;
+    void full() {
+        if (at_ >= buf_.get() + kPiece) flush();
+    }
     std::string* text_;
     int decimals_ = 6;
     double scale_ = 1e6;
     std::FILE* file_ = nullptr;
-    std::string buf_;
+    std::unique_ptr<char[]> buf_;
+    char* at_;
 };
 
 struct Vertex {
