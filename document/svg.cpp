@@ -48,6 +48,11 @@ std::array<int, 3> aciRgb(int i) {
     return rgb;
 }
 
+constexpr char kDigitPairs[] =
+    "00010203040506070809101112131415161718192021222324252627282930313233343536373839"
+    "40414243444546474849505152535455565758596061626364656667686970717273747576777879"
+    "8081828384858687888990919293949596979899";
+
 struct C {  // a coordinate of the picture, written on its grid
     double v;
 };
@@ -61,6 +66,15 @@ char* shortNumber(char* at, double v) {
     static constexpr double kPowers[] = {1e0, 1e1, 1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
                                          1e8, 1e9, 1e10, 1e11, 1e12, 1e13, 1e14, 1e15};
     const double a = std::abs(v);
+    if (a < 1e9 && a == static_cast<double>(static_cast<int64_t>(a))) {  // a whole number: its digits
+        char b[32];  // written backwards to its middle, copied as 16 bytes
+        char* end = b + 16;
+        char* from = end;
+        for (auto n = static_cast<uint64_t>(a); from == end || n > 0; n /= 10) *--from = static_cast<char>('0' + n % 10);
+        if (v < 0) *at++ = '-';
+        std::memcpy(at, from, 16);
+        return at + (end - from);
+    }
     if (a >= 1e-4 && a < 1e10) {
         int e = 9;  // the exponent of a's leading digit
         while (e > 0 && a < kPowers[e]) --e;
@@ -74,7 +88,7 @@ char* shortNumber(char* at, double v) {
             if (n >= 1000000000ULL && n < 10000000000ULL) {
                 if (v < 0) *at++ = '-';
                 char digits[10];
-                for (int i = 9; i >= 0; --i, n /= 10) digits[i] = static_cast<char>('0' + n % 10);
+                for (int i = 8; i >= 0; i -= 2, n /= 100) std::memcpy(digits + i, kDigitPairs + 2 * (n % 100), 2);
                 int last = 9;  // the last digit written: no trailing zeros after the point
                 while (last > 9 - decimals && digits[last] == '0') --last;
                 if (e < 0) {
@@ -125,7 +139,15 @@ public:
         return *this;
     }
     Out& operator<<(const char* s) { return *this << std::string_view(s); }
-    Out& operator<<(char c) {
+    template <std::size_t N>
+    [[gnu::always_inline]] Out& operator<<(const char (&s)[N]) {  // a literal: a copy of a known size
+        static_assert(N - 1 <= kSmall);
+        std::memcpy(at_, s, N - 1);
+        at_ += N - 1;
+        full();
+        return *this;
+    }
+    [[gnu::always_inline]] Out& operator<<(char c) {
         *at_++ = c;
         full();
         return *this;
@@ -144,7 +166,9 @@ public:
     void Coord(double v) {
         const double scaled = v * scale_;
         if (!(std::abs(scaled) < 9e15)) return void(*this << v);
-        long long n = std::llround(scaled);
+        auto n = static_cast<long long>(scaled);  // rounded half away from zero, as llround: below 2^53 the fraction is exact
+        const double fraction = scaled - static_cast<double>(n);
+        n += fraction >= 0.5 ? 1 : fraction <= -0.5 ? -1 : 0;
         char b[64];  // written backwards to its middle; copied as 32 bytes, a fixed size copies fastest
         char* end = b + 32;
         char* at = end;
@@ -154,7 +178,16 @@ public:
         for (; place < decimals_ && u % 10 == 0; ++place) u /= 10;  // trailing zeros
         for (; place < decimals_; ++place, u /= 10) *--at = static_cast<char>('0' + u % 10);
         if (at != end) *--at = '.';
-        do *--at = static_cast<char>('0' + u % 10); while ((u /= 10) != 0);
+        for (; u >= 100; u /= 100) {
+            at -= 2;
+            std::memcpy(at, kDigitPairs + 2 * (u % 100), 2);
+        }
+        if (u >= 10) {
+            at -= 2;
+            std::memcpy(at, kDigitPairs + 2 * u, 2);
+        } else {
+            *--at = static_cast<char>('0' + u);
+        }
         if (negative && !(at[0] == '0' && at + 1 == end)) *--at = '-';
         std::memcpy(at_, at, 32);
         at_ += end - at;
@@ -222,6 +255,56 @@ struct Style {
     std::string_view Paint() const { return color.empty() ? std::string_view("currentColor") : std::string_view(color); }
 };
 
+// Names as the entities spell them, each looked up in any letter case once:
+// open addressing on a cheap hash, the last name found kept aside (entities
+// of a layer tend to come together).
+template <class T>
+class BySpelling {
+public:
+    BySpelling() : slots_(16) {}
+    // The value of the spelling, made by make(name) the first time.
+    template <class Make>
+    const T& Get(std::string_view name, Make&& make) {
+        if (last_ && name == last_->name) return last_->value;
+        std::size_t i = hash(name) & (slots_.size() - 1);
+        for (; slots_[i].used; i = (i + 1) & (slots_.size() - 1))
+            if (slots_[i].name == name) return (last_ = &slots_[i])->value;
+        if (2 * (count_ + 1) > slots_.size()) {
+            grow();
+            return Get(name, make);
+        }
+        slots_[i] = {std::string(name), make(name), true};
+        ++count_;
+        return (last_ = &slots_[i])->value;
+    }
+
+private:
+    struct Slot {
+        std::string name;
+        T value{};
+        bool used = false;
+    };
+    static std::size_t hash(std::string_view s) {
+        uint64_t h = 0xcbf29ce484222325ULL ^ s.size();
+        for (char c : s) h = (h ^ static_cast<unsigned char>(c)) * 0x100000001b3ULL;
+        return static_cast<std::size_t>(h ^ (h >> 29));
+    }
+    void grow() {
+        std::vector<Slot> old(slots_.size() * 2);
+        old.swap(slots_);
+        last_ = nullptr;
+        for (Slot& o : old) {
+            if (!o.used) continue;
+            std::size_t i = hash(o.name) & (slots_.size() - 1);
+            while (slots_[i].used) i = (i + 1) & (slots_.size() - 1);
+            slots_[i] = std::move(o);
+        }
+    }
+    std::vector<Slot> slots_;
+    std::size_t count_ = 0;
+    const Slot* last_ = nullptr;
+};
+
 // What both passes share: the layers, line types and blocks by name.
 class Scene {
 public:
@@ -242,7 +325,7 @@ public:
             if (total > 0) dashes_[UpperCase(lt.LineTypeName)] = dash;
         }
         for (const LAYERS_TAB& l : *t.LAYERS())
-            layers_[UpperCase(l.LayerName)] = {l.ColorNumber, l.LineTypeName, l.ColorNumber >= 0 && (l.Flag & 1) == 0};
+            layers_[UpperCase(l.LayerName)] = {l.ColorNumber, l.LineTypeName, dashOf(l.LineTypeName), l.ColorNumber >= 0 && (l.Flag & 1) == 0};
         int i = 0;
         for (const BLOCK_BLOCK& b : *doc.BLOCKS()) blocks_.emplace(UpperCase(b.BlockName), i++);
     }
@@ -251,32 +334,29 @@ public:
     // follow their insert.
     bool Shows(std::string_view layer) {
         if (inBlock && (layer == "0" || layer.empty())) return true;
-        return find(layer).visible && (only_.empty() || only_.count(UpperCase(layer)) > 0);
+        return find(layer).shown;
     }
     Style StyleOf(std::string_view layer, int32_t color, std::string_view ltype) {
-        const LayerInfo& l = find(layer);
+        const LayerInfo& l = *find(layer).info;
         const bool follows = inBlock && (layer == "0" || layer.empty());
         Style s;
         if (color == 256 && !follows) color = std::abs(l.color);
         if (color >= 1 && color <= 255) s.color = hexes_[static_cast<std::size_t>(color == 7 ? foreground_ : color)];
-        if (EqualsNoCase(ltype, "BYLAYER") || ltype.empty()) ltype = follows ? std::string_view() : std::string_view(l.ltype);
-        if (!ltype.empty()) {
-            if (ltype != lastLineType_) {  // most entities repeat the line type before them
-                lastLineType_.assign(ltype);
-                auto it = dashBySpelling_.find(ltype);
-                if (it == dashBySpelling_.end()) {
-                    auto d = dashes_.find(UpperCase(ltype));
-                    it = dashBySpelling_.emplace(std::string(ltype), d == dashes_.end() ? nullptr : &d->second).first;
-                }
-                lastDash_ = it->second;
-            }
-            s.dash = lastDash_;
+        if (ltype.empty()) {
+            if (!follows) s.dash = l.dash;
+            return s;
         }
+        const LineTypeInfo& t = lineTypes_.Get(ltype, [&](std::string_view n) {
+            return EqualsNoCase(n, "BYLAYER") ? LineTypeInfo{true, nullptr} : LineTypeInfo{false, dashOf(n)};
+        });
+        s.dash = !t.byLayer ? t.dash : follows ? nullptr : l.dash;
         return s;
     }
-    int BlockIndex(std::string_view name) const {
-        auto it = blocks_.find(UpperCase(name));
-        return it == blocks_.end() ? -1 : it->second;
+    int BlockIndex(std::string_view name) {
+        return blockBySpelling_.Get(name, [&](std::string_view n) {
+            auto it = blocks_.find(UpperCase(n));
+            return it == blocks_.end() ? -1 : it->second;
+        });
     }
     const BLOCK_BLOCK& Block(int i) const { return doc_.BLOCKS()->ItemRef(i); }
     std::string_view Foreground() const { return hexes_[static_cast<std::size_t>(foreground_)]; }
@@ -284,6 +364,7 @@ public:
     bool inBlock = false;
     const KeptEntities* kept = nullptr;         // of the set being drawn
     std::vector<std::vector<Vertex>> contours;  // scratch of one entity
+    std::vector<std::string> lines;             // scratch of one text
     std::vector<Box> blockBoxes;               // per block; empty until measured
     std::vector<char> measuring;
 
@@ -291,18 +372,29 @@ private:
     struct LayerInfo {
         int32_t color = 7;
         std::string ltype;
+        const std::string* dash = nullptr;  // of ltype
         bool visible = true;
     };
-    const LayerInfo& find(std::string_view layer) {
-        if (layer == lastName_) return *last_;
-        lastName_.assign(layer);
-        auto it = layerBySpelling_.find(layer);
-        if (it == layerBySpelling_.end()) {
-            auto l = layers_.find(UpperCase(layer));
-            it = layerBySpelling_.emplace(std::string(layer), l == layers_.end() ? &unknown_ : &l->second).first;
-        }
-        last_ = it->second;
-        return *last_;
+    struct Spelled {  // a layer as spelled by entities
+        const LayerInfo* info = nullptr;
+        bool shown = false;
+    };
+    struct LineTypeInfo {
+        bool byLayer = false;
+        const std::string* dash = nullptr;
+    };
+    const Spelled& find(std::string_view layer) {
+        return layerBySpelling_.Get(layer, [&](std::string_view n) {
+            const std::string upper = UpperCase(n);
+            auto l = layers_.find(upper);
+            const LayerInfo* info = l == layers_.end() ? &unknown_ : &l->second;
+            return Spelled{info, info->visible && (only_.empty() || only_.count(upper) > 0)};
+        });
+    }
+    const std::string* dashOf(std::string_view ltype) const {
+        if (ltype.empty()) return nullptr;
+        auto d = dashes_.find(UpperCase(ltype));
+        return d == dashes_.end() ? nullptr : &d->second;
     }
     static std::string number(double v) {
         char b[32];
@@ -321,18 +413,10 @@ private:
     std::unordered_map<std::string, std::string> dashes_;
     std::unordered_map<std::string, LayerInfo> layers_;
     std::unordered_map<std::string, int> blocks_;
-    // Names as the entities spell them, each looked up in any letter case once.
-    struct Hash {
-        using is_transparent = void;
-        std::size_t operator()(std::string_view s) const noexcept { return std::hash<std::string_view>{}(s); }
-    };
-    std::unordered_map<std::string, const LayerInfo*, Hash, std::equal_to<>> layerBySpelling_;
-    std::unordered_map<std::string, const std::string*, Hash, std::equal_to<>> dashBySpelling_;
+    BySpelling<Spelled> layerBySpelling_;
+    BySpelling<LineTypeInfo> lineTypes_;
+    BySpelling<int> blockBySpelling_;
     LayerInfo unknown_;
-    std::string lastName_ = "\x01";
-    const LayerInfo* last_ = &unknown_;
-    std::string lastLineType_;
-    const std::string* lastDash_ = nullptr;
     std::array<std::string, 256> hexes_;
 };
 
@@ -630,31 +714,48 @@ void draw(P& p, const TEXT_ENT& r) {
 }
 // Lines wrapped at the text's width, glyphs taken as 0.6 of the height wide.
 // A multiline text reads a colour it does not state as 0; in the model space,
-// where no insert could lend one, it is taken as the layer's.
+// where no insert could lend one, it is taken as the layer's. Each line is
+// drawn as the TEXT r12::AsTexts makes of it, without making the records.
 template <class P>
 void draw(P& p, const MTEXT_ENT& r) {
     const int32_t color = r.ColorNumber == 0 && !p.scene.inBlock ? 256 : r.ColorNumber;
-    const auto drawLines = [&](const MTEXT_ENT& m) {
-        for (TEXT_ENT& t : r12::AsTexts(m)) t.ColorNumber = color, draw(p, t);
-    };
-    if (r.Width <= 0 || r.TextHeight <= 0) return drawLines(r);
-    const auto fits = static_cast<std::size_t>(std::max(1.0, r.Width / (0.6 * r.TextHeight)));
-    MTEXT_ENT wrapped = r;
-    wrapped.Text.clear();
-    const std::vector<std::string> lines = r12::PlainLines(r.Text);
-    for (const std::string& line : lines) {
-        std::size_t used = 0;
-        if (&line != &lines.front()) wrapped.Text += "\\P";
-        for (std::size_t at = 0, end; at < line.size(); at = end + 1) {
-            end = std::min(line.find(' ', at), line.size());
-            const std::size_t n = end - at;
-            if (used > 0 && used + 1 + n > fits) wrapped.Text += "\\P", used = 0;
-            if (used > 0) wrapped.Text += ' ', ++used;
-            for (char ch : line.substr(at, n)) (ch == '\\' || ch == '{' || ch == '}' ? wrapped.Text += '\\' : wrapped.Text) += ch;
-            used += n;
+    std::vector<std::string> plain = r12::PlainLines(r.Text);
+    std::vector<std::string>& lines = r.Width <= 0 || r.TextHeight <= 0 ? plain : p.scene.lines;
+    std::size_t count = lines.size();
+    if (&lines != &plain) {
+        const auto fits = static_cast<std::size_t>(std::max(1.0, r.Width / (0.6 * r.TextHeight)));
+        count = 0;
+        const auto next = [&] {
+            if (++count > lines.size()) lines.emplace_back();
+            lines[count - 1].clear();
+        };
+        for (const std::string& line : plain) {
+            std::size_t used = 0;
+            next();
+            for (std::size_t at = 0, end; at < line.size(); at = end + 1) {
+                end = std::min(line.find(' ', at), line.size());
+                const std::size_t n = end - at;
+                if (used > 0 && used + 1 + n > fits) next(), used = 0;
+                if (used > 0) lines[count - 1] += ' ', ++used;
+                lines[count - 1].append(line, at, n);
+                used += n;
+            }
         }
     }
-    drawLines(wrapped);
+    const int align = r.Align >= 1 && r.Align <= 9 ? r.Align : 1;
+    const double h = r.TextHeight;
+    const double spacing = h * 5 / 3 * (r.LineSpacing2 > 0 ? r.LineSpacing2 : 1);
+    const double last = spacing * static_cast<double>(count - 1);
+    // The baseline of the first line below the attachment point.
+    const double first = align <= 3 ? h : align <= 6 ? (h - last) / 2 : -last;
+    const double c = std::cos(r.TextRotation), s = std::sin(r.TextRotation);
+    const double degrees = r.TextRotation * 180 / std::numbers::pi;
+    const Style style = p.scene.StyleOf(r.Layer, color, "");
+    for (std::size_t i = 0; i < count; ++i) {
+        if (lines[i].find_first_not_of(' ') == std::string::npos) continue;
+        const double down = first + spacing * static_cast<double>(i);
+        drawText(p, style, r.X + s * down, r.Y - c * down, h, degrees * kDegree, 1.0, (align - 1) % 3, 0, lines[i]);
+    }
 }
 template <class P>
 void draw(P&, const ATTDEF_ENT&) {}  // the inserts draw the attributes
