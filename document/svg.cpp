@@ -2,14 +2,20 @@
 
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <cerrno>
 #include <charconv>
 #include <cmath>
 #include <cstring>
+#include <exception>
 #include <functional>
 #include <memory>
 #include <numbers>
 #include <span>
+#include <thread>
+#include <condition_variable>
+#include <deque>
+#include <mutex>
 #include <string_view>
 #include <unordered_map>
 #include <utility>
@@ -110,11 +116,14 @@ char* shortNumber(char* at, double v) {
     return std::to_chars(at, at + 32, v, std::chars_format::general, 10).ptr;
 }
 
+class Pieces;
+
 // The output, written in pieces of a megabyte. Each small piece (at most
 // kSmall bytes) goes in without a test of room: the buffer is flushed as
 // soon as it holds a megabyte, and has room for one more beyond it.
 class Out {
 public:
+    explicit Out(Pieces& pieces) : text_(nullptr), pieces_(&pieces), buf_(new char[kPiece + kSmall]) { at_ = buf_.get(); }
     Out(const std::string& fileName, std::string* text) : text_(text), buf_(new char[kPiece + kSmall]) {
         if (!text_) {
             file_ = fileName == "-" ? stdout : std::fopen(fileName.c_str(), "wb");
@@ -138,7 +147,6 @@ public:
         for (std::size_t from = 0; from < s.size(); from += kSmall) *this << s.substr(from, kSmall);
         return *this;
     }
-    Out& operator<<(const char* s) { return *this << std::string_view(s); }
     template <std::size_t N>
     [[gnu::always_inline]] Out& operator<<(const char (&s)[N]) {  // a literal: a copy of a known size
         static_assert(N - 1 <= kSmall);
@@ -165,41 +173,34 @@ public:
     // of the shortest form: most numbers of a picture are coordinates.
     void Coord(double v) {
         const double scaled = v * scale_;
-        if (!(std::abs(scaled) < 9e15)) return void(*this << v);
+        if (!(std::abs(scaled) < 9e15)) [[unlikely]]
+            return void(*this << v);
         auto n = static_cast<long long>(scaled);  // rounded half away from zero, as llround: below 2^53 the fraction is exact
         const double fraction = scaled - static_cast<double>(n);
         n += fraction >= 0.5 ? 1 : fraction <= -0.5 ? -1 : 0;
-        char b[64];  // written backwards to its middle; copied as 32 bytes, a fixed size copies fastest
-        char* end = b + 32;
-        char* at = end;
-        const bool negative = n < 0;
-        unsigned long long u = negative ? 0ULL - static_cast<unsigned long long>(n) : static_cast<unsigned long long>(n);
-        int place = 0;
-        for (; place < decimals_ && u % 10 == 0; ++place) u /= 10;  // trailing zeros
-        for (; place < decimals_; ++place, u /= 10) *--at = static_cast<char>('0' + u % 10);
-        if (at != end) *--at = '.';
-        for (; u >= 100; u /= 100) {
-            at -= 2;
-            std::memcpy(at, kDigitPairs + 2 * (u % 100), 2);
-        }
-        if (u >= 10) {
-            at -= 2;
-            std::memcpy(at, kDigitPairs + 2 * u, 2);
-        } else {
-            *--at = static_cast<char>('0' + u);
-        }
-        if (negative && !(at[0] == '0' && at + 1 == end)) *--at = '-';
-        std::memcpy(at_, at, 32);
-        at_ += end - at;
+        char* at = at_;
+        if (n < 0) *at++ = '-';  // never "-0": n is at least one unit of the last place
+        at_ = coordDigits_(at, n < 0 ? 0ULL - static_cast<unsigned long long>(n) : static_cast<unsigned long long>(n));
         full();
     }
+    // A large text, written as it is.
+    void Write(std::string_view s) {
+        flush();
+        if (text_)
+            text_->append(s);
+        else if (std::fwrite(s.data(), 1, s.size(), file_) != s.size())
+            RaiseError(err::DeviceIOError, "DXFDocument", "Cannot write the picture: " + std::string(std::strerror(errno)));
+    }
     void SetGrid(double unit) {
-        decimals_ = unit > 0 && std::isfinite(unit) ? std::clamp(static_cast<int>(std::ceil(-std::log10(unit))), 0, 12) : 6;
-        scale_ = std::pow(10.0, decimals_);
+        const int decimals = unit > 0 && std::isfinite(unit) ? std::clamp(static_cast<int>(std::ceil(-std::log10(unit))), 0, 12) : 6;
+        scale_ = std::pow(10.0, decimals);
+        coordDigits_ = kCoordDigits[static_cast<std::size_t>(decimals)];
     }
     void flush() {
         const std::size_t n = static_cast<std::size_t>(at_ - buf_.get());
-        if (text_)
+        if (pieces_)
+            put(std::string(buf_.get(), n));
+        else if (text_)
             text_->append(buf_.get(), n);
         else if (std::fwrite(buf_.get(), 1, n, file_) != n || std::fflush(file_) != 0)
             RaiseError(err::DeviceIOError, "DXFDocument", "Cannot write the picture: " + std::string(std::strerror(errno)));
@@ -209,12 +210,55 @@ public:
 private:
     static constexpr std::size_t kPiece = 1 << 20;
     static constexpr std::size_t kSmall = 256;
-    void full() {
-        if (at_ >= buf_.get() + kPiece) flush();
+    [[gnu::always_inline]] void full() {
+        if (at_ >= buf_.get() + kPiece) [[unlikely]]
+            flush();
     }
+    // The digits of u units of the grid of D decimals (division by constants).
+    template <int D>
+    static char* coordDigits(char* at, unsigned long long u) {
+        constexpr unsigned long long kUnit = [] {
+            unsigned long long p = 1;
+            for (int i = 0; i < D; ++i) p *= 10;
+            return p;
+        }();
+        unsigned long long whole = u / kUnit, part = u % kUnit;
+        at = wholeDigits(at, whole);
+        if (part == 0) return at;
+        int places = D;
+        for (; part % 10 == 0; part /= 10) --places;  // no trailing zeros
+        *at = '.';
+        for (int i = places; i > 0; --i, part /= 10) at[i] = static_cast<char>('0' + part % 10);
+        return at + places + 1;
+    }
+    static char* wholeDigits(char* at, unsigned long long u) {
+        static constexpr unsigned long long kTens[] = {1ULL, 10ULL, 100ULL, 1000ULL, 10000ULL, 100000ULL, 1000000ULL,
+                                                       10000000ULL, 100000000ULL, 1000000000ULL, 10000000000ULL,
+                                                       100000000000ULL, 1000000000000ULL, 10000000000000ULL,
+                                                       100000000000000ULL, 1000000000000000ULL, 10000000000000000ULL,
+                                                       100000000000000000ULL, 1000000000000000000ULL};
+        int n = (std::bit_width(u | 1) * 1233) >> 12;  // the digits of u, or one less
+        n += (u | 1) >= kTens[n];
+        char* end = at + n;
+        for (; u >= 100; u /= 100) {
+            end -= 2;
+            std::memcpy(end, kDigitPairs + 2 * (u % 100), 2);
+        }
+        if (u >= 10)
+            std::memcpy(end - 2, kDigitPairs + 2 * u, 2);
+        else
+            end[-1] = static_cast<char>('0' + u);
+        return at + n;
+    }
+    using CoordDigits = char* (*)(char*, unsigned long long);
+    static constexpr CoordDigits kCoordDigits[13] = {
+        coordDigits<0>, coordDigits<1>, coordDigits<2>, coordDigits<3>,  coordDigits<4>,  coordDigits<5>, coordDigits<6>,
+        coordDigits<7>, coordDigits<8>, coordDigits<9>, coordDigits<10>, coordDigits<11>, coordDigits<12>};
+    void put(std::string piece);
     std::string* text_;
-    int decimals_ = 6;
+    Pieces* pieces_ = nullptr;
     double scale_ = 1e6;
+    CoordDigits coordDigits_ = kCoordDigits[6];
     std::FILE* file_ = nullptr;
     std::unique_ptr<char[]> buf_;
     char* at_;
@@ -367,6 +411,7 @@ public:
     std::vector<std::string> lines;             // scratch of one text
     std::vector<Box> blockBoxes;               // per block; empty until measured
     std::vector<char> measuring;
+    bool cycles = false;  // whether a block reaches itself: its box depends on where it was first met
 
 private:
     struct LayerInfo {
@@ -424,9 +469,15 @@ private:
 struct Measure {
     Scene& scene;
     Box box;
+    Style StyleOf(std::string_view, int32_t, std::string_view) { return {}; }  // nothing of it changes the box
+    void Line(const Style&, double x0, double y0, double x1, double y1) { point(x0, y0, 0), point(x1, y1, 0); }
+    void Thin(const Style&, const std::vector<LWVERTEX>& points, bool) {
+        for (const LWVERTEX& v : points) point(v.X, v.Y, 0);
+    }
+    void point(double x, double y, double width) { box.Add(x - width / 2, y - width / 2), box.Add(x + width / 2, y + width / 2); }
     void Path(const Style&, const std::vector<std::vector<Vertex>>& contours, bool, bool, double width) {
         for (const auto& c : contours)
-            for (const Vertex& v : c) box.Add(v.x - width / 2, v.y - width / 2), box.Add(v.x + width / 2, v.y + width / 2);
+            for (const Vertex& v : c) point(v.x, v.y, width);
     }
     void Hatch(const Style& s, const std::vector<std::vector<Vertex>>& contours, const std::vector<Family>& = {}) {
         Path(s, contours, true, true, 0);
@@ -451,13 +502,29 @@ struct Paint {
     Out& out;
     double px;  // a pixel in drawing units
 
+    Style StyleOf(std::string_view layer, int32_t color, std::string_view ltype) { return scene.StyleOf(layer, color, ltype); }
+    // What Path draws of one open contour of two vertices without a bulge.
+    void Line(const Style& s, double x0, double y0, double x1, double y1) {
+        out << "<path d=\"M" << C{x0} << ' ' << C{y0} << 'L' << C{x1} << ' ' << C{y1} << '"';
+        attributes(s, false, 0);
+        out << "/>\n";
+    }
+    // What Path draws of a polyline without widths.
+    void Thin(const Style& s, const std::vector<LWVERTEX>& points, bool closed) {
+        auto& c = scene.contours;
+        c.resize(1);
+        c[0].clear();
+        for (const LWVERTEX& v : points) c[0].push_back({v.X, v.Y, v.Bulge});
+        Path(s, c, closed, false, 0);
+    }
+
     void attributes(const Style& s, bool fill, double width) {
         if (fill) {
             out << " fill=\"" << s.Paint() << "\" stroke=\"none\" fill-rule=\"evenodd\"";
             return;
         }
         if (hatching) {  // filled with the lines of a pattern of its colour
-            out << " fill=\"url(#" << hatching << ")\" stroke=\"none\" fill-rule=\"evenodd\"";
+            out << " fill=\"url(#" << std::string_view(hatching) << ")\" stroke=\"none\" fill-rule=\"evenodd\"";
             return;
         }
         if (!s.color.empty()) out << " stroke=\"" << s.color << '"';
@@ -612,19 +679,17 @@ double pairNumber(const KeptPair& e) { return e.Number(); }
 // One record of each kind.
 template <class P>
 void draw(P& p, const LINE_ENT& r) {
-    auto& c = p.scene.contours;
-    c.assign(1, {{r.StartX, r.StartY, 0}, {r.EndX, r.EndY, 0}});
-    p.Path(p.scene.StyleOf(r.Layer, r.ColorNumber, r.LineType), c, false, false, 0);
+    p.Line(p.StyleOf(r.Layer, r.ColorNumber, r.LineType), r.StartX, r.StartY, r.EndX, r.EndY);
 }
 template <class P>
 void draw(P& p, const ARC_ENT& r) {
     double a1 = r.EndAngle;
     while (a1 <= r.StartAngle) a1 += 360;
-    p.Arc(p.scene.StyleOf(r.Layer, r.ColorNumber, r.LineType), r.CenterX, r.CenterY, r.Radius, r.StartAngle, std::min(a1, r.StartAngle + 359.999));
+    p.Arc(p.StyleOf(r.Layer, r.ColorNumber, r.LineType), r.CenterX, r.CenterY, r.Radius, r.StartAngle, std::min(a1, r.StartAngle + 359.999));
 }
 template <class P>
 void draw(P& p, const CIRCLE_ENT& r) {
-    p.Arc(p.scene.StyleOf(r.Layer, r.ColorNumber, r.LineType), r.CenterX, r.CenterY, r.Radius, 0, 360);
+    p.Arc(p.StyleOf(r.Layer, r.ColorNumber, r.LineType), r.CenterX, r.CenterY, r.Radius, 0, 360);
 }
 template <class P>
 void drawPolyline(P& p, const Style& s, const POLYLINE_ENT& r) {
@@ -662,27 +727,23 @@ void drawPolyline(P& p, const Style& s, const POLYLINE_ENT& r) {
 }
 template <class P>
 void draw(P& p, const POLYLINE_ENT& r) {
-    drawPolyline(p, p.scene.StyleOf(r.Layer, r.ColorNumber, r.LineType), r);
+    drawPolyline(p, p.StyleOf(r.Layer, r.ColorNumber, r.LineType), r);
 }
 template <class P>
 void draw(P& p, const LWPOLYLINE_ENT& r) {
-    const Style s = p.scene.StyleOf(r.Layer, r.ColorNumber, r.LineType);
+    const Style s = p.StyleOf(r.Layer, r.ColorNumber, r.LineType);
     const bool thin = r.ConstWidth == LWPOLYLINE_ENT::kNoConstWidth || r.ConstWidth == 0;
     if (!thin || std::any_of(r.POINTS.begin(), r.POINTS.end(), [](const LWVERTEX& v) { return v.StartWidth != 0 || v.EndWidth != 0; }))
         return drawPolyline(p, s, r12::AsPolyline(r));
-    auto& c = p.scene.contours;  // the common case, without a copy of the vertices
-    c.resize(1);
-    c[0].clear();
-    for (const LWVERTEX& v : r.POINTS) c[0].push_back({v.X, v.Y, v.Bulge});
-    p.Path(s, c, r.IsClosed, false, 0);
+    p.Thin(s, r.POINTS, r.IsClosed);  // the common case, without a copy of the record
 }
 template <class P>
 void draw(P& p, const ELLIPSE_ENT& r) {
-    drawPolyline(p, p.scene.StyleOf(r.Layer, r.ColorNumber, r.LineType), r12::AsPolyline(r, 0));
+    drawPolyline(p, p.StyleOf(r.Layer, r.ColorNumber, r.LineType), r12::AsPolyline(r, 0));
 }
 template <class P>
 void draw(P& p, const POINT_ENT& r) {
-    p.Dot(p.scene.StyleOf(r.Layer, r.ColorNumber, ""), r.StartX, r.StartY);
+    p.Dot(p.StyleOf(r.Layer, r.ColorNumber, ""), r.StartX, r.StartY);
 }
 template <class P>
 void fill(P& p, const Style& s, std::initializer_list<XYZ> corners) {
@@ -693,11 +754,11 @@ void fill(P& p, const Style& s, std::initializer_list<XYZ> corners) {
 }
 template <class P>
 void draw(P& p, const SOLID_ENT& r) {  // the third and fourth corners are drawn crosswise
-    fill(p, p.scene.StyleOf(r.Layer, r.ColorNumber, r.LineType), {r.Corner1, r.Corner2, r.Corner4, r.Corner3});
+    fill(p, p.StyleOf(r.Layer, r.ColorNumber, r.LineType), {r.Corner1, r.Corner2, r.Corner4, r.Corner3});
 }
 template <class P>
 void draw(P& p, const FACE3D_ENT& r) {
-    fill(p, p.scene.StyleOf(r.Layer, r.ColorNumber, r.LineType), {r.Corner1, r.Corner2, r.Corner3, r.Corner4});
+    fill(p, p.StyleOf(r.Layer, r.ColorNumber, r.LineType), {r.Corner1, r.Corner2, r.Corner3, r.Corner4});
 }
 // The baseline from the alignment point: none (0), raised above the
 // descenders (1, bottom), half the height (2, middle, and the horizontal
@@ -709,7 +770,7 @@ void drawText(P& p, const Style& s, double x, double y, double h, double rot, do
 }
 template <class P>
 void draw(P& p, const TEXT_ENT& r) {
-    drawText(p, p.scene.StyleOf(r.Layer, r.ColorNumber, ""), r.StartX, r.StartY, r.TextHeight, r.TextRotation * kDegree,
+    drawText(p, p.StyleOf(r.Layer, r.ColorNumber, ""), r.StartX, r.StartY, r.TextHeight, r.TextRotation * kDegree,
              r.XScaleFactor > 0 ? r.XScaleFactor : 1, r.HorTextJust, r.VertTextJust, r.Text);
 }
 // Lines wrapped at the text's width, glyphs taken as 0.6 of the height wide.
@@ -750,7 +811,7 @@ void draw(P& p, const MTEXT_ENT& r) {
     const double first = align <= 3 ? h : align <= 6 ? (h - last) / 2 : -last;
     const double c = std::cos(r.TextRotation), s = std::sin(r.TextRotation);
     const double degrees = r.TextRotation * 180 / std::numbers::pi;
-    const Style style = p.scene.StyleOf(r.Layer, color, "");
+    const Style style = p.StyleOf(r.Layer, color, "");
     for (std::size_t i = 0; i < count; ++i) {
         if (lines[i].find_first_not_of(' ') == std::string::npos) continue;
         const double down = first + spacing * static_cast<double>(i);
@@ -762,7 +823,7 @@ void draw(P&, const ATTDEF_ENT&) {}  // the inserts draw the attributes
 template <class P>
 void draw(P& p, const ATTRIB_ENT& r) {
     if (p.scene.Shows(r.Layer) && (r.AttributeFlag & 1) == 0)
-        drawText(p, p.scene.StyleOf(r.Layer, r.ColorNumber, ""), r.X, r.Y, r.TextHeight, r.Rotation * kDegree,
+        drawText(p, p.StyleOf(r.Layer, r.ColorNumber, ""), r.X, r.Y, r.TextHeight, r.Rotation * kDegree,
                  r.XScaleFactor > 0 ? r.XScaleFactor : 1, r.HorTextJust, r.VertTextJust, r.DefaultValue);
 }
 template <class P>
@@ -770,7 +831,7 @@ void draw(P& p, const INSERT_ENT& r) {
     const int block = p.scene.BlockIndex(r.BlockName);
     if (block >= 0) {
         const BLOCK_BLOCK& b = p.scene.Block(block);
-        p.Use(p.scene.StyleOf(r.Layer, r.ColorNumber, r.LineType), block, r.CenterX, r.CenterY, r.XScale, r.YScale, r.RotationAngle, b.X, b.Y);
+        p.Use(p.StyleOf(r.Layer, r.ColorNumber, r.LineType), block, r.CenterX, r.CenterY, r.XScale, r.YScale, r.RotationAngle, b.X, b.Y);
     }
     if (r.ATTRIBS)
         for (const ATTRIB_ENT& a : *r.ATTRIBS) draw(p, a);
@@ -792,7 +853,7 @@ void draw(P& p, const HATCH_ENT& r) {
                 }
         }
     }
-    const Style s = p.scene.StyleOf(r.Layer, r.ColorNumber, "");
+    const Style s = p.StyleOf(r.Layer, r.ColorNumber, "");
     if (r.SolidFill) return p.Path(s, c, true, true, 0);
     std::vector<Family> families;  // the pattern's, where kept
     for (const KeptPair& e : keptPairs(p, r)) addFamilyPair(families, e.Code, pairNumber(e));
@@ -883,11 +944,11 @@ template <class P>
 void drawKept(P& p, const RawEntity& e) {
     SplineCurve s;
     if (EqualsNoCase(e.Name, "SPLINE") && ReadSpline(e, s).empty() && p.scene.Shows(s.Layer))
-        drawPolyline(p, p.scene.StyleOf(s.Layer, s.ColorNumber, s.LineType), r12::AsPolyline(s, 0));
+        drawPolyline(p, p.StyleOf(s.Layer, s.ColorNumber, s.LineType), r12::AsPolyline(s, 0));
     if (EqualsNoCase(e.Name, "HATCH")) {
         const KeptHatch h = readHatch(e);
         if (!p.scene.Shows(h.layer)) return;
-        const Style style = p.scene.StyleOf(h.layer, h.color, "");
+        const Style style = p.StyleOf(h.layer, h.color, "");
         if (h.solid)
             p.Path(style, h.paths, true, true, 0);
         else
@@ -898,78 +959,131 @@ void drawKept(P& p, const RawEntity& e) {
 // The records of a set the picture shows, in the order read (what a later
 // one covers stays hidden, as it does where the drawing was made): the
 // kinds' lists, each in read order, merged by place. Records without a place
-// (made by the host) come last, kind after kind in section order.
-template <class P, class Set>
-struct Merge {
-    using Step = std::size_t (*)(P&, const Set&, std::size_t at, uint64_t before, uint64_t tag);
-    using Key = uint64_t (*)(const Set&, std::size_t at, uint64_t tag);
-    struct Cursor {
-        Step step;
-        Key keyOf;
-        std::size_t at, count;
-        uint64_t tag;  // the cursor's rank, in the low bits of its keys
-    };
-    static uint64_t key(uint32_t place, uint64_t tag) { return (place ? uint64_t{place} : uint64_t{1} << 32) << 8 | tag; }
-    template <Kind K>
-    static std::size_t run(P& p, const Set& set, std::size_t at, uint64_t before, uint64_t tag) {
-        const auto& list = *ListIn<K>(set);
-        for (; at < static_cast<std::size_t>(list.Count()); ++at) {
-            const auto& r = list.ItemRef(static_cast<int32_t>(at));
-            if (key(r.kept.place, tag) >= before) break;
-            if (p.scene.Shows(r.Layer)) draw(p, r);
-        }
-        return at;
-    }
-    template <Kind K>
-    static uint64_t keyOf(const Set& set, std::size_t at, uint64_t tag) {
-        return key(ListIn<K>(set)->ItemRef(static_cast<int32_t>(at)).kept.place, tag);
-    }
-    static uint64_t keptKey(const Set& set, std::size_t at, uint64_t tag) { return key(entity_sets::RawOf(set)->Items()[at].Place, tag); }
-    static std::size_t kept(P& p, const Set& set, std::size_t at, uint64_t before, uint64_t tag) {
-        const std::vector<RawEntity>& items = entity_sets::RawOf(set)->Items();
-        for (; at < items.size() && key(items[at].Place, tag) < before; ++at) drawKept(p, items[at]);
-        return at;
-    }
+// (made by the host) come last, kind after kind in section order. The merge
+// is made once, as runs of records of one list.
+struct Run {
+    uint32_t list;  // the set's non-empty lists in section order, the kept records last
+    uint32_t from, to;
 };
 
-template <class P, class Set>
-void drawAll(P& p, const Set& set) {
-    using M = Merge<P, Set>;
-    std::array<typename M::Cursor, kinds::kCount + 1> cursors;
+// f(list, count, placeOf) for each non-empty list of the set, in the order
+// of Run::list; placeOf(at) the place of the list's record at.
+template <class Set, class F>
+void forEachList(const Set& set, F&& f) {
     std::size_t n = 0;
     kinds::ForEachInSectionOrder([&]<Kind K>() {
         if constexpr (Holds<Set, K> && kinds::RowOf(K).write)
             if (const auto& list = ListIn<K>(set); list && list->Count() > 0)
-                cursors[n] = {&M::template run<K>, &M::template keyOf<K>, 0, static_cast<std::size_t>(list->Count()), n}, ++n;
+                f(n++, static_cast<std::size_t>(list->Count()), [&](std::size_t at) { return list->ItemRef(static_cast<int32_t>(at)).kept.place; });
     });
     if (const KeptEntities* raw = entity_sets::RawOf(set); raw && !raw->Items().empty())
-        cursors[n] = {&M::kept, &M::keptKey, 0, raw->Items().size(), n}, ++n;
-    const auto keyAt = [&](const typename M::Cursor& c) { return c.at < c.count ? c.keyOf(set, c.at, c.tag) : UINT64_MAX; };
+        f(n++, raw->Items().size(), [&](std::size_t at) { return raw->Items()[at].Place; });
+}
+
+template <class Set>
+std::vector<Run> orderOf(const Set& set) {
+    // Each list's keys first, read in one sweep: the place, in the low bits the list.
+    std::array<std::vector<uint64_t>, kinds::kCount + 1> keys;
+    std::size_t n = 0;
+    forEachList(set, [&](std::size_t list, std::size_t count, auto&& placeOf) {
+        std::vector<uint64_t>& k = keys[list];
+        k.resize(count + 1);
+        for (std::size_t at = 0; at < count; ++at) {
+            const uint32_t place = placeOf(at);
+            k[at] = (place ? uint64_t{place} : uint64_t{1} << 32) << 8 | list;
+        }
+        k[count] = UINT64_MAX;
+        n = list + 1;
+    });
+    std::vector<Run> runs;
+    std::array<std::size_t, kinds::kCount + 1> at{};
+    for (;;) {  // the list of the least key runs up to the next least
+        std::size_t first = 0;
+        for (std::size_t i = 1; i < n; ++i)
+            if (keys[i][at[i]] < keys[first][at[first]]) first = i;
+        if (n == 0 || keys[first][at[first]] == UINT64_MAX) return runs;
+        uint64_t second = UINT64_MAX;
+        for (std::size_t i = 0; i < n; ++i)
+            if (i != first) second = std::min(second, keys[i][at[i]]);
+        const std::size_t from = at[first];
+        while (keys[first][at[first]] < second) ++at[first];
+        runs.push_back({static_cast<uint32_t>(first), static_cast<uint32_t>(from), static_cast<uint32_t>(at[first])});
+    }
+}
+
+// Each list from where a share of its records is done, or up to there.
+template <class Set>
+std::vector<Run> shareOfLists(const Set& set, double share, bool after) {
+    std::vector<Run> runs;
+    forEachList(set, [&](std::size_t list, std::size_t count, auto&&) {
+        const auto at = static_cast<uint32_t>(static_cast<double>(count) * share);
+        runs.push_back({static_cast<uint32_t>(list), after ? at : 0, after ? static_cast<uint32_t>(count) : at});
+    });
+    return runs;
+}
+
+// The runs cut where a share of the records is done: the records before, the records after.
+std::pair<std::vector<Run>, std::vector<Run>> cut(std::span<const Run> runs, double share) {
+    std::size_t records = 0;
+    for (const Run& r : runs) records += r.to - r.from;
+    const auto middle = static_cast<std::size_t>(static_cast<double>(records) * share);
+    std::pair<std::vector<Run>, std::vector<Run>> h;
+    std::size_t before = 0;
+    for (const Run& r : runs) {
+        const std::size_t n = r.to - r.from;
+        if (before + n <= middle) {
+            h.first.push_back(r);
+        } else if (before >= middle) {
+            h.second.push_back(r);
+        } else {
+            const auto at = static_cast<uint32_t>(r.from + (middle - before));
+            h.first.push_back({r.list, r.from, at});
+            h.second.push_back({r.list, at, r.to});
+        }
+        before += n;
+    }
+    return h;
+}
+
+template <class P, class Set>
+void drawRuns(P& p, const Set& set, std::span<const Run> runs) {
+    using Draw = void (*)(P&, const Set&, std::size_t from, std::size_t to);
+    std::array<Draw, kinds::kCount + 1> lists;
+    std::size_t n = 0;
+    kinds::ForEachInSectionOrder([&]<Kind K>() {
+        if constexpr (Holds<Set, K> && kinds::RowOf(K).write)
+            if (const auto& list = ListIn<K>(set); list && list->Count() > 0)
+                lists[n++] = [](P& p, const Set& s, std::size_t from, std::size_t to) {
+                    const auto& list = *ListIn<K>(s);
+                    for (std::size_t at = from; at < to; ++at) {
+                        const auto& r = list.ItemRef(static_cast<int32_t>(at));
+                        if (p.scene.Shows(r.Layer)) draw(p, r);
+                    }
+                };
+    });
+    if (const KeptEntities* raw = entity_sets::RawOf(set); raw && !raw->Items().empty())
+        lists[n++] = [](P& p, const Set& s, std::size_t from, std::size_t to) {
+            const std::vector<RawEntity>& items = entity_sets::RawOf(s)->Items();
+            for (std::size_t at = from; at < to; ++at) drawKept(p, items[at]);
+        };
     struct KeptScope {
         Scene& scene;
         const KeptEntities* before;
         ~KeptScope() { scene.kept = before; }
     } keptScope{p.scene, std::exchange(p.scene.kept, entity_sets::RawOf(set))};
-    std::array<uint64_t, kinds::kCount + 1> keys;
-    for (std::size_t i = 0; i < n; ++i) keys[i] = keyAt(cursors[i]);
-    for (;;) {  // the cursor of the least key draws up to the next least
-        std::size_t first = 0;
-        for (std::size_t i = 1; i < n; ++i)
-            if (keys[i] < keys[first]) first = i;
-        if (n == 0 || keys[first] == UINT64_MAX) return;
-        uint64_t second = UINT64_MAX;
-        for (std::size_t i = 0; i < n; ++i)
-            if (i != first) second = std::min(second, keys[i]);
-        typename M::Cursor& c = cursors[first];
-        c.at = c.step(p, set, c.at, second, c.tag);
-        keys[first] = keyAt(c);
-    }
+    for (const Run& r : runs) lists[r.list](p, set, r.from, r.to);
+}
+
+template <class P, class Set>
+void drawAll(P& p, const Set& set) {
+    drawRuns(p, set, orderOf(set));
 }
 
 // A block's box in its own coordinates, measured once; a block that
 // reaches itself adds nothing the second time.
 const Box& blockBox(Scene& scene, int block) {
     const std::size_t i = static_cast<std::size_t>(block);
+    if (scene.measuring[i] == 1) scene.cycles = true;
     if (scene.measuring[i] == 0) {
         scene.measuring[i] = 1;
         const bool was = scene.inBlock;
@@ -994,6 +1108,85 @@ void Measure::Use(const Style&, int block, double x, double y, double sx, double
         }
 }
 
+
+// With two processors, a large drawing's model space is drawn by two threads.
+// The box: each measures a part of every list (the order does not matter
+// to it), the other merging the lists meanwhile. The elements: a share of
+// the records here, written as made, the rest on the other thread, in pieces
+// this one writes when done with its own. A hatch's pattern is defined where
+// first used, and the box of a block reaching itself depends on where it was
+// first met: with these all is drawn in order on one thread.
+constexpr std::size_t kRecordsWorthAThread = 20000;
+constexpr double kShareMeasuredHere = 0.5;
+constexpr double kSharePaintedHere = 0.42;  // this thread writes all
+
+// Pieces of the picture made on one thread, written on another.
+class Pieces {
+public:
+    void Put(std::string piece) {
+        const std::lock_guard lock(mutex_);
+        made_.push_back(std::move(piece));
+        ready_.notify_one();
+    }
+    void Finish(std::exception_ptr failure) {
+        const std::lock_guard lock(mutex_);
+        done_ = true;
+        failure_ = std::move(failure);
+        ready_.notify_one();
+    }
+    // The next piece; false after the last (the maker's failure thrown).
+    bool Take(std::string& piece) {
+        std::unique_lock lock(mutex_);
+        ready_.wait(lock, [&] { return !made_.empty() || done_; });
+        if (made_.empty()) {
+            if (failure_) std::rethrow_exception(failure_);
+            return false;
+        }
+        piece = std::move(made_.front());
+        made_.pop_front();
+        return true;
+    }
+
+private:
+    std::mutex mutex_;
+    std::condition_variable ready_;
+    std::deque<std::string> made_;
+    bool done_ = false;
+    std::exception_ptr failure_;
+};
+
+// Whether the model space is worth two threads and can be drawn by them.
+bool twoThreads(Scene& scene, const ENTITIES& model) {
+    std::size_t records = 0;
+    bool hatches = false;
+    kinds::ForEachInSectionOrder([&]<Kind K>() {
+        if constexpr (Holds<ENTITIES, K> && kinds::RowOf(K).write)
+            if (const auto& list = ListIn<K>(model); list && list->Count() > 0)
+                records += static_cast<std::size_t>(list->Count()), hatches = hatches || K == Kind::Hatch;
+    });
+    if (const KeptEntities* raw = entity_sets::RawOf(model)) {
+        records += raw->Items().size();
+        for (const RawEntity& e : raw->Items()) hatches = hatches || EqualsNoCase(e.Name, "HATCH");
+    }
+    if (records < kRecordsWorthAThread || hatches || std::thread::hardware_concurrency() < 2) return false;
+    // The blocks' boxes first, for both threads to read.
+    const std::size_t blocks = scene.blockBoxes.size();
+    for (std::size_t i = 0; i < blocks; ++i) blockBox(scene, static_cast<int>(i));
+    if (!scene.cycles) return true;
+    scene.blockBoxes.assign(blocks, Box{}), scene.measuring.assign(blocks, 0), scene.cycles = false;
+    return false;
+}
+
+void Out::put(std::string piece) {
+    pieces_->Put(std::move(piece));
+}
+
+Box measured(Scene& scene, const ENTITIES& model, std::span<const Run> runs) {
+    Measure m{scene, {}};
+    drawRuns(m, model, runs);
+    return m.box;
+}
+
 }  // namespace
 
 void WriteSvg(const DXFDocument& doc, const SvgOptions& options, const std::string& fileName, std::string* text) {
@@ -1001,9 +1194,32 @@ void WriteSvg(const DXFDocument& doc, const SvgOptions& options, const std::stri
     const std::size_t blocks = static_cast<std::size_t>(doc.BLOCKS()->Count());
     scene.blockBoxes.assign(blocks, Box{});
     scene.measuring.assign(blocks, 0);
-    Measure measure{scene, {}};
-    drawAll(measure, *doc.ENTITIES());
-    Box box = measure.box.Empty() ? Box{0, 0, 1, 1} : measure.box;
+    const ENTITIES& model = *doc.ENTITIES();
+    const bool split = twoThreads(scene, model);
+    std::vector<Run> order;
+    Box box;
+    if (split) {
+        Scene other = scene;
+        Box theirs;
+        std::exception_ptr failure;
+        {
+            const std::jthread helper([&] {
+                try {
+                    order = orderOf(model);
+                    theirs = measured(other, model, shareOfLists(model, kShareMeasuredHere, true));
+                } catch (...) {
+                    failure = std::current_exception();
+                }
+            });
+            box = measured(scene, model, shareOfLists(model, kShareMeasuredHere, false));
+        }
+        if (failure) std::rethrow_exception(failure);
+        if (!theirs.Empty()) box.Add(theirs.x0, theirs.y0), box.Add(theirs.x1, theirs.y1);
+    } else {
+        order = orderOf(model);
+        box = measured(scene, model, order);
+    }
+    if (box.Empty()) box = Box{0, 0, 1, 1};
     const double margin = std::max(box.x1 - box.x0, box.y1 - box.y0) * 0.02 + 1e-9;
     box.x0 -= margin, box.y0 -= margin, box.x1 += margin, box.y1 += margin;
     const double w = box.x1 - box.x0, h = box.y1 - box.y0;
@@ -1031,7 +1247,27 @@ void WriteSvg(const DXFDocument& doc, const SvgOptions& options, const std::stri
     }
     scene.inBlock = false;
     out << "</defs>\n";
-    drawAll(paint, *doc.ENTITIES());
+    if (split) {
+        const auto [mine, theirs] = cut(order, kSharePaintedHere);
+        Scene other = scene;
+        Pieces pieces;
+        const std::jthread helper([&] {
+            try {
+                Out aside(pieces);
+                aside.SetGrid(paint.px / 20);
+                Paint p{other, aside, paint.px, {}, nullptr};
+                drawRuns(p, model, theirs);
+                aside.flush();
+                pieces.Finish(nullptr);
+            } catch (...) {
+                pieces.Finish(std::current_exception());
+            }
+        });
+        drawRuns(paint, model, mine);
+        for (std::string piece; pieces.Take(piece);) out.Write(piece);
+    } else {
+        drawRuns(paint, model, order);
+    }
     out << "</g>\n</svg>\n";
     out.flush();
 }
