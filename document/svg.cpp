@@ -6,17 +6,17 @@
 #include <cerrno>
 #include <charconv>
 #include <cmath>
+#include <condition_variable>
 #include <cstring>
+#include <deque>
 #include <exception>
 #include <functional>
 #include <memory>
+#include <mutex>
 #include <numbers>
 #include <span>
-#include <thread>
-#include <condition_variable>
-#include <deque>
-#include <mutex>
 #include <string_view>
+#include <thread>
 #include <unordered_map>
 #include <utility>
 
@@ -306,6 +306,9 @@ template <class T>
 class BySpelling {
 public:
     BySpelling() : slots_(16) {}
+    // A copy (for another thread) keeps no pointer into the original.
+    BySpelling(const BySpelling& o) : slots_(o.slots_), count_(o.count_) {}
+    BySpelling& operator=(const BySpelling&) = delete;
     // The value of the spelling, made by make(name) the first time.
     template <class Make>
     const T& Get(std::string_view name, Make&& make) {
