@@ -489,10 +489,10 @@ struct Measure {
     void Dot(const Style&, double x, double y) { box.Add(x, y); }
     // Glyphs about 0.6 of the height wide, from the insertion point (a
     // centred or right-aligned text is taken as reaching both ways).
-    void Text(const Style&, double x, double y, double h, double rot, double xscale, int anchor, std::string_view text) {
+    void Text(const Style&, double x, double y, double h, double c, double s, double xscale, int anchor, std::string_view text) {
         std::size_t n = 0;
         for (char ch : text) n += (static_cast<unsigned char>(ch) & 0xC0) != 0x80;
-        const double len = 0.6 * h * xscale * static_cast<double>(n), c = std::cos(rot), s = std::sin(rot);
+        const double len = 0.6 * h * xscale * static_cast<double>(n);
         for (double along : {anchor == 0 ? 0.0 : -len, len})
             for (double up : {0.0, h}) box.Add(x + c * along - s * up, y + s * along + c * up);
     }
@@ -619,9 +619,9 @@ struct Paint {
         attributes(s, true, 0);
         out << "/>\n";
     }
-    void Text(const Style& s, double x, double y, double h, double rot, double xscale, int anchor, std::string_view text) {
+    // The text's direction is (c, n), its angle's cosine and sine.
+    void Text(const Style& s, double x, double y, double h, double c, double n, double xscale, int anchor, std::string_view text) {
         // Glyphs are drawn with y down: their x along the baseline, their y against the text's up direction.
-        const double c = std::cos(rot), n = std::sin(rot);
         out << "<text transform=\"matrix(" << c * xscale << ' ' << n * xscale << ' ' << n << ' ' << -c << ' ' << x << ' ' << y
             << ")\" font-size=\"" << h << "\" fill=\"" << s.Paint() << "\" stroke=\"none\" font-family=\"sans-serif\"";
         if (anchor == 1 || anchor == 4) out << " text-anchor=\"middle\"";
@@ -769,7 +769,8 @@ void draw(P& p, const FACE3D_ENT& r) {
 template <class P>
 void drawText(P& p, const Style& s, double x, double y, double h, double rot, double xscale, int hor, int vert, std::string_view text) {
     const double down = hor == 4 ? h / 2 : vert == 1 ? -0.25 * h : vert == 2 ? h / 2 : vert == 3 ? h : 0;
-    p.Text(s, x + std::sin(rot) * down, y - std::cos(rot) * down, h, rot, xscale, hor, text);
+    const double c = std::cos(rot), n = std::sin(rot);
+    p.Text(s, x + n * down, y - c * down, h, c, n, xscale, hor, text);
 }
 template <class P>
 void draw(P& p, const TEXT_ENT& r) {
@@ -1025,27 +1026,20 @@ std::vector<Run> shareOfLists(const Set& set, double share, bool after) {
     return runs;
 }
 
-// The runs cut where a share of the records is done: the records before, the records after.
-std::pair<std::vector<Run>, std::vector<Run>> cut(std::span<const Run> runs, double share) {
+// The runs cut where a share of the records is done (a run split there if
+// need be): the index of the first run after the cut.
+std::size_t cut(std::vector<Run>& runs, double share) {
     std::size_t records = 0;
     for (const Run& r : runs) records += r.to - r.from;
     const auto middle = static_cast<std::size_t>(static_cast<double>(records) * share);
-    std::pair<std::vector<Run>, std::vector<Run>> h;
-    std::size_t before = 0;
-    for (const Run& r : runs) {
-        const std::size_t n = r.to - r.from;
-        if (before + n <= middle) {
-            h.first.push_back(r);
-        } else if (before >= middle) {
-            h.second.push_back(r);
-        } else {
-            const auto at = static_cast<uint32_t>(r.from + (middle - before));
-            h.first.push_back({r.list, r.from, at});
-            h.second.push_back({r.list, at, r.to});
-        }
-        before += n;
-    }
-    return h;
+    std::size_t before = 0, i = 0;
+    for (; i < runs.size() && before + (runs[i].to - runs[i].from) <= middle; ++i) before += runs[i].to - runs[i].from;
+    if (i == runs.size() || before == middle) return i;
+    const Run r = runs[i];
+    const auto at = static_cast<uint32_t>(r.from + (middle - before));
+    runs[i].to = at;
+    runs.insert(runs.begin() + static_cast<std::ptrdiff_t>(i) + 1, Run{r.list, at, r.to});
+    return i + 1;
 }
 
 template <class P, class Set>
@@ -1120,8 +1114,8 @@ void Measure::Use(const Style&, int block, double x, double y, double sx, double
 // first used, and the box of a block reaching itself depends on where it was
 // first met: with these all is drawn in order on one thread.
 constexpr std::size_t kRecordsWorthAThread = 20000;
-constexpr double kShareMeasuredHere = 0.5;
-constexpr double kSharePaintedHere = 0.42;  // this thread writes all
+constexpr double kShareMeasuredHere = 0.65;  // the other thread merges the lists too
+constexpr double kSharePaintedHere = 0.5;
 
 // Pieces of the picture made on one thread, written on another.
 class Pieces {
@@ -1251,7 +1245,8 @@ void WriteSvg(const DXFDocument& doc, const SvgOptions& options, const std::stri
     scene.inBlock = false;
     out << "</defs>\n";
     if (split) {
-        const auto [mine, theirs] = cut(order, kSharePaintedHere);
+        const std::size_t at = cut(order, kSharePaintedHere);
+        const std::span<const Run> mine(order.data(), at), theirs(order.data() + at, order.size() - at);
         Scene other = scene;
         Pieces pieces;
         const std::jthread helper([&] {
