@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <array>
-#include <bit>
 #include <cerrno>
 #include <charconv>
 #include <cmath>
@@ -231,24 +230,41 @@ private:
         for (int i = places; i > 0; --i, part /= 10) at[i] = static_cast<char>('0' + part % 10);
         return at + places + 1;
     }
+    // Most coordinates have at most eight digits: written in pairs without a loop.
     static char* wholeDigits(char* at, unsigned long long u) {
-        static constexpr unsigned long long kTens[] = {1ULL, 10ULL, 100ULL, 1000ULL, 10000ULL, 100000ULL, 1000000ULL,
-                                                       10000000ULL, 100000000ULL, 1000000000ULL, 10000000000ULL,
-                                                       100000000000ULL, 1000000000000ULL, 10000000000000ULL,
-                                                       100000000000000ULL, 1000000000000000ULL, 10000000000000000ULL,
-                                                       100000000000000000ULL, 1000000000000000000ULL};
-        int n = (std::bit_width(u | 1) * 1233) >> 12;  // the digits of u, or one less
-        n += (u | 1) >= kTens[n];
-        char* end = at + n;
-        for (; u >= 100; u /= 100) {
-            end -= 2;
-            std::memcpy(end, kDigitPairs + 2 * (u % 100), 2);
+        if (u < 10000) return upTo4(at, static_cast<unsigned>(u));
+        if (u < 100000000) {
+            at = upTo4(at, static_cast<unsigned>(u / 10000));
+            const auto low = static_cast<unsigned>(u % 10000);
+            std::memcpy(at, kDigitPairs + 2 * (low / 100), 2);
+            std::memcpy(at + 2, kDigitPairs + 2 * (low % 100), 2);
+            return at + 4;
         }
-        if (u >= 10)
-            std::memcpy(end - 2, kDigitPairs + 2 * u, 2);
-        else
-            end[-1] = static_cast<char>('0' + u);
+        char b[24];
+        char* from = b + sizeof b;
+        for (; u > 0; u /= 10) *--from = static_cast<char>('0' + u % 10);
+        const auto n = static_cast<std::size_t>(b + sizeof b - from);
+        std::memcpy(at, from, n);
         return at + n;
+    }
+    static char* upTo4(char* at, unsigned u) {
+        if (u < 10) {
+            *at = static_cast<char>('0' + u);
+            return at + 1;
+        }
+        if (u < 100) {
+            std::memcpy(at, kDigitPairs + 2 * u, 2);
+            return at + 2;
+        }
+        const unsigned high = u / 100, low = u % 100;
+        if (high < 10) {
+            *at = static_cast<char>('0' + high);
+            std::memcpy(at + 1, kDigitPairs + 2 * low, 2);
+            return at + 3;
+        }
+        std::memcpy(at, kDigitPairs + 2 * high, 2);
+        std::memcpy(at + 2, kDigitPairs + 2 * low, 2);
+        return at + 4;
     }
     using CoordDigits = char* (*)(char*, unsigned long long);
     static constexpr CoordDigits kCoordDigits[13] = {
