@@ -2,12 +2,12 @@
 
 #include <algorithm>
 #include <array>
+#include <atomic>
 #include <cerrno>
 #include <charconv>
 #include <cmath>
 #include <condition_variable>
 #include <cstring>
-#include <deque>
 #include <exception>
 #include <functional>
 #include <memory>
@@ -115,14 +115,11 @@ char* shortNumber(char* at, double v) {
     return std::to_chars(at, at + 32, v, std::chars_format::general, 10).ptr;
 }
 
-class Pieces;
-
 // The output, written in pieces of a megabyte. Each small piece (at most
 // kSmall bytes) goes in without a test of room: the buffer is flushed as
 // soon as it holds a megabyte, and has room for one more beyond it.
 class Out {
 public:
-    explicit Out(Pieces& pieces) : text_(nullptr), pieces_(&pieces), buf_(new char[kPiece + kSmall]) { at_ = buf_.get(); }
     Out(const std::string& fileName, std::string* text) : text_(text), buf_(new char[kPiece + kSmall]) {
         if (!text_) {
             file_ = fileName == "-" ? stdout : std::fopen(fileName.c_str(), "wb");
@@ -197,9 +194,7 @@ public:
     }
     void flush() {
         const std::size_t n = static_cast<std::size_t>(at_ - buf_.get());
-        if (pieces_)
-            put(std::string(buf_.get(), n));
-        else if (text_)
+        if (text_)
             text_->append(buf_.get(), n);
         else if (std::fwrite(buf_.get(), 1, n, file_) != n || std::fflush(file_) != 0)
             RaiseError(err::DeviceIOError, "DXFDocument", "Cannot write the picture: " + std::string(std::strerror(errno)));
@@ -270,9 +265,7 @@ private:
     static constexpr CoordDigits kCoordDigits[13] = {
         coordDigits<0>, coordDigits<1>, coordDigits<2>, coordDigits<3>,  coordDigits<4>,  coordDigits<5>, coordDigits<6>,
         coordDigits<7>, coordDigits<8>, coordDigits<9>, coordDigits<10>, coordDigits<11>, coordDigits<12>};
-    void put(std::string piece);
     std::string* text_;
-    Pieces* pieces_ = nullptr;
     double scale_ = 1e6;
     CoordDigits coordDigits_ = kCoordDigits[6];
     std::FILE* file_ = nullptr;
@@ -1042,22 +1035,6 @@ std::vector<Run> shareOfLists(const Set& set, double share, bool after) {
     return runs;
 }
 
-// The runs cut where a share of the records is done (a run split there if
-// need be): the index of the first run after the cut.
-std::size_t cut(std::vector<Run>& runs, double share) {
-    std::size_t records = 0;
-    for (const Run& r : runs) records += r.to - r.from;
-    const auto middle = static_cast<std::size_t>(static_cast<double>(records) * share);
-    std::size_t before = 0, i = 0;
-    for (; i < runs.size() && before + (runs[i].to - runs[i].from) <= middle; ++i) before += runs[i].to - runs[i].from;
-    if (i == runs.size() || before == middle) return i;
-    const Run r = runs[i];
-    const auto at = static_cast<uint32_t>(r.from + (middle - before));
-    runs[i].to = at;
-    runs.insert(runs.begin() + static_cast<std::ptrdiff_t>(i) + 1, Run{r.list, at, r.to});
-    return i + 1;
-}
-
 template <class P, class Set>
 void drawRuns(P& p, const Set& set, std::span<const Run> runs) {
     using Draw = void (*)(P&, const Set&, std::size_t from, std::size_t to);
@@ -1124,49 +1101,109 @@ void Measure::Use(const Style&, int block, double x, double y, double sx, double
 
 // With two processors, a large drawing's model space is drawn by two threads.
 // The box: each measures a part of every list (the order does not matter
-// to it), the other merging the lists meanwhile. The elements: a share of
-// the records here, written as made, the rest on the other thread, in pieces
-// this one writes when done with its own. A hatch's pattern is defined where
-// first used, and the box of a block reaching itself depends on where it was
-// first met: with these all is drawn in order on one thread.
+// to it), the other merging the lists meanwhile. The elements: in parts of
+// some thousand records, each thread drawing the next part not yet taken,
+// this one also writing the parts done in their order (so a few are held at
+// a time). A hatch's pattern is defined where first used, and the box of a
+// block reaching itself depends on where it was first met: with these all is
+// drawn in order on one thread.
 constexpr std::size_t kRecordsWorthAThread = 20000;
+constexpr std::size_t kRecordsPerPart = 2000;
 constexpr double kShareMeasuredHere = 0.65;  // the other thread merges the lists too
-constexpr double kSharePaintedHere = 0.5;
 
-// Pieces of the picture made on one thread, written on another.
-class Pieces {
+// The parts of the picture, drawn by two threads and written in order.
+class Parts {
 public:
-    void Put(std::string piece) {
-        const std::lock_guard lock(mutex_);
-        made_.push_back(std::move(piece));
-        ready_.notify_one();
-    }
-    void Finish(std::exception_ptr failure) {
-        const std::lock_guard lock(mutex_);
-        done_ = true;
-        failure_ = std::move(failure);
-        ready_.notify_one();
-    }
-    // The next piece; false after the last (the maker's failure thrown).
-    bool Take(std::string& piece) {
-        std::unique_lock lock(mutex_);
-        ready_.wait(lock, [&] { return !made_.empty() || done_; });
-        if (made_.empty()) {
-            if (failure_) std::rethrow_exception(failure_);
-            return false;
-        }
-        piece = std::move(made_.front());
-        made_.pop_front();
+    // parts + 1 bounds: the runs of part k are those from bound k to k + 1.
+    explicit Parts(std::vector<std::size_t> bounds) : bounds_(std::move(bounds)), done_(bounds_.size() - 1), ready_(bounds_.size() - 1) {}
+
+    std::size_t Count() const { return done_.size(); }
+    // The next part to draw and its runs' bounds; false when none is left.
+    bool Next(std::size_t& part, std::size_t& from, std::size_t& to) {
+        part = next_.fetch_add(1);
+        if (part >= Count()) return false;
+        from = bounds_[part], to = bounds_[part + 1];
         return true;
+    }
+    void Stop() { next_.store(Count()); }
+    // A text to draw a part into (one written before, for its room).
+    std::string Blank() {
+        const std::lock_guard lock(mutex_);
+        if (spare_.empty()) return {};
+        std::string text = std::move(spare_.back());
+        spare_.pop_back();
+        text.clear();
+        return text;
+    }
+    void Done(std::size_t part, std::string text) {
+        {
+            const std::lock_guard lock(mutex_);
+            done_[part] = std::move(text);
+            ready_[part] = 1;
+        }
+        changed_.notify_one();
+    }
+    void Fail(std::exception_ptr failure) {
+        {
+            const std::lock_guard lock(mutex_);
+            failure_ = std::move(failure);
+        }
+        changed_.notify_one();
+    }
+    // Writes the parts done in order, up to one not done; with wait, all.
+    void Write(Out& out, bool wait) {
+        std::unique_lock lock(mutex_);
+        while (written_ < Count()) {
+            if (wait) changed_.wait(lock, [&] { return ready_[written_] || failure_; });
+            if (!ready_[written_]) {
+                if (failure_) std::rethrow_exception(failure_);
+                return;
+            }
+            std::string text = std::move(done_[written_++]);
+            lock.unlock();
+            out.Write(text);
+            lock.lock();
+            spare_.push_back(std::move(text));
+        }
     }
 
 private:
+    std::vector<std::size_t> bounds_;
+    std::atomic<std::size_t> next_{0};
     std::mutex mutex_;
-    std::condition_variable ready_;
-    std::deque<std::string> made_;
-    bool done_ = false;
+    std::condition_variable changed_;
+    std::vector<std::string> done_;
+    std::vector<char> ready_;
+    std::vector<std::string> spare_;
+    std::size_t written_ = 0;
     std::exception_ptr failure_;
 };
+
+// The bounds of parts of at least kRecordsPerPart records each, at runs' ends.
+std::vector<std::size_t> partsOf(std::span<const Run> runs) {
+    std::vector<std::size_t> bounds{0};
+    std::size_t records = 0;
+    for (std::size_t i = 0; i < runs.size(); ++i) {
+        records += runs[i].to - runs[i].from;
+        if (records >= kRecordsPerPart || i + 1 == runs.size()) bounds.push_back(i + 1), records = 0;
+    }
+    return bounds;
+}
+
+// Draws the parts taken on this thread, the other drawing with its own scene.
+void paintParts(Scene& scene, Parts& parts, Out& out, double px, const ENTITIES& model, std::span<const Run> order, bool writer) {
+    std::string text;
+    Out into("", &text);
+    into.SetGrid(px / 20);
+    Paint p{scene, into, px, {}, nullptr};
+    for (std::size_t part, from, to; parts.Next(part, from, to);) {
+        text = parts.Blank();
+        drawRuns(p, model, order.subspan(from, to - from));
+        into.flush();
+        parts.Done(part, std::move(text));
+        if (writer) parts.Write(out, false);
+    }
+}
 
 // Whether the model space is worth two threads and can be drawn by them.
 bool twoThreads(Scene& scene, const ENTITIES& model) {
@@ -1188,10 +1225,6 @@ bool twoThreads(Scene& scene, const ENTITIES& model) {
     if (!scene.cycles) return true;
     scene.blockBoxes.assign(blocks, Box{}), scene.measuring.assign(blocks, 0), scene.cycles = false;
     return false;
-}
-
-void Out::put(std::string piece) {
-    pieces_->Put(std::move(piece));
 }
 
 Box measured(Scene& scene, const ENTITIES& model, std::span<const Run> runs) {
@@ -1261,24 +1294,22 @@ void WriteSvg(const DXFDocument& doc, const SvgOptions& options, const std::stri
     scene.inBlock = false;
     out << "</defs>\n";
     if (split) {
-        const std::size_t at = cut(order, kSharePaintedHere);
-        const std::span<const Run> mine(order.data(), at), theirs(order.data() + at, order.size() - at);
+        Parts parts(partsOf(order));
         Scene other = scene;
-        Pieces pieces;
         const std::jthread helper([&] {
             try {
-                Out aside(pieces);
-                aside.SetGrid(paint.px / 20);
-                Paint p{other, aside, paint.px, {}, nullptr};
-                drawRuns(p, model, theirs);
-                aside.flush();
-                pieces.Finish(nullptr);
+                paintParts(other, parts, out, paint.px, model, order, false);
             } catch (...) {
-                pieces.Finish(std::current_exception());
+                parts.Fail(std::current_exception());
             }
         });
-        drawRuns(paint, model, mine);
-        for (std::string piece; pieces.Take(piece);) out.Write(piece);
+        try {
+            paintParts(scene, parts, out, paint.px, model, order, true);
+            parts.Write(out, true);
+        } catch (...) {
+            parts.Stop();
+            throw;
+        }
     } else {
         drawRuns(paint, model, order);
     }
