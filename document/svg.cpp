@@ -1107,7 +1107,7 @@ void Measure::Use(const Style&, int block, double x, double y, double sx, double
 // a time). A hatch's pattern is defined where first used, and the box of a
 // block reaching itself depends on where it was first met: with these all is
 // drawn in order on one thread.
-constexpr std::size_t kRecordsWorthAThread = 20000;
+constexpr std::size_t kRecordsWorthAThread = 5000;
 constexpr std::size_t kRecordsPerPart = 2000;
 constexpr double kShareMeasuredHere = 0.65;  // the other thread merges the lists too
 
