@@ -993,51 +993,8 @@ void forEachList(const Set& set, F&& f) {
         f(n++, raw->Items().size(), [&](std::size_t at) { return raw->Items()[at].Place; });
 }
 
-// The runs of the lists in the order of their places, where every record
-// has a place of its own, each list's rising, within a span of a few times
-// the records (as a load leaves them): each record put straight at its place.
-// Empty where that does not hold.
-template <class Set>
-std::vector<Run> orderByPlace(const Set& set) {
-    uint32_t least = UINT32_MAX, most = 0;
-    std::size_t records = 0;
-    bool rising = true;
-    forEachList(set, [&](std::size_t, std::size_t count, auto&& placeOf) {
-        records += count;
-        for (std::size_t at = 0, before = 0; at < count && rising; ++at) {
-            const uint32_t place = placeOf(at);
-            rising = place > before;
-            before = place, least = std::min(least, place), most = std::max(most, place);
-        }
-    });
-    if (!rising || records == 0 || most - least >= 4 * records) return {};
-    struct Slot {
-        uint32_t at;
-        uint8_t list;  // + 1; 0 for none
-    };
-    std::vector<Slot> slots(most - least + 1);
-    forEachList(set, [&](std::size_t list, std::size_t count, auto&& placeOf) {
-        for (std::size_t at = 0; at < count && rising; ++at) {
-            Slot& s = slots[placeOf(at) - least];
-            rising = s.list == 0;
-            s = {static_cast<uint32_t>(at), static_cast<uint8_t>(list + 1)};
-        }
-    });
-    std::vector<Run> runs;
-    if (!rising) return runs;  // two records of one place
-    for (const Slot& s : slots) {
-        if (s.list == 0) continue;
-        if (!runs.empty() && runs.back().list + 1 == s.list && runs.back().to == s.at)
-            ++runs.back().to;
-        else
-            runs.push_back({static_cast<uint32_t>(s.list - 1), s.at, s.at + 1});
-    }
-    return runs;
-}
-
 template <class Set>
 std::vector<Run> orderOf(const Set& set) {
-    if (std::vector<Run> runs = orderByPlace(set); !runs.empty()) return runs;
     // Each list's keys first, read in one sweep: the place, in the low bits the list.
     std::array<std::vector<uint64_t>, kinds::kCount + 1> keys;
     std::size_t n = 0;
