@@ -482,9 +482,11 @@ struct Measure {
     Scene& scene;
     Box box;
     Style StyleOf(std::string_view, int32_t, std::string_view) { return {}; }  // nothing of it changes the box
-    void Line(const Style&, double x0, double y0, double x1, double y1) { point(x0, y0, 0), point(x1, y1, 0); }
+    // Without a width a point is added once (the box's zeros may then keep
+    // their sign, which its margin takes away).
+    void Line(const Style&, double x0, double y0, double x1, double y1) { box.Add(x0, y0), box.Add(x1, y1); }
     void Thin(const Style&, const std::vector<LWVERTEX>& points, bool) {
-        for (const LWVERTEX& v : points) point(v.X, v.Y, 0);
+        for (const LWVERTEX& v : points) box.Add(v.X, v.Y);
     }
     void point(double x, double y, double width) { box.Add(x - width / 2, y - width / 2), box.Add(x + width / 2, y + width / 2); }
     void Path(const Style&, const std::vector<std::vector<Vertex>>& contours, bool, bool, double width) {
@@ -645,9 +647,15 @@ struct Paint {
             for (char ch : text) clean += static_cast<unsigned char>(ch) < 0x80 ? ch : '?';
             text = clean;
         }
+        static constexpr auto kPlain = [] {  // the bytes written as they are
+            std::array<bool, 256> plain{};
+            for (int c = 0x20; c < 256; ++c) plain[static_cast<std::size_t>(c)] = c != '&' && c != '<' && c != '>' && c != '"' && c != '%';
+            return plain;
+        }();
         std::size_t from = 0;
         for (std::size_t i = 0; i < text.size(); ++i) {
             const char ch = text[i];
+            if (kPlain[static_cast<unsigned char>(ch)]) continue;
             std::string_view with;
             if (ch == '&') with = "&amp;";
             else if (ch == '<') with = "&lt;";
