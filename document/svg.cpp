@@ -9,7 +9,6 @@
 #include <condition_variable>
 #include <cstring>
 #include <exception>
-#include <functional>
 #include <memory>
 #include <mutex>
 #include <numbers>
