@@ -8,10 +8,12 @@ cases of a round side by side, so that they share the machine's load):
   preserve the same with a preserving load (what the Standard path reads)
   info     ormavec info FILE
   convert  ormavec convert FILE OUT (Standard save of the loaded model)
+  render   ormavec render FILE OUT.svg (the model space as a picture)
   python   python3 importing the module and loading the file once
 and prints the medians of wall, user and system time, minor page faults and
 peak RSS (from /usr/bin/time), MB/s and the share of the limit loop's speed. The save
-part of convert is its wall time less that of info, over the bytes written.
+part of convert is its wall time less that of info, over the bytes written,
+and render's wall time is also given as a multiple of info's.
 
     bench/fresh_process.py --build build/perf [--python-path DIR] [--reps 5] FILE...
 
@@ -58,7 +60,7 @@ def run(argv, env=None):
     return {"wall": wall, "user": usage.ru_utime, "sys": usage.ru_stime, "faults": int(faults), "rss": int(kib) * 1024}
 
 
-def cases(a, path, out):
+def cases(a, path, out, picture):
     bench = os.path.join(a.build, "ormavec_bench")
     cli = os.path.join(a.build, "ormavec")
     limit_bench = a.limit_bench or bench
@@ -75,6 +77,7 @@ def cases(a, path, out):
     if os.path.exists(cli):
         found.append(("info", [cli, "info", path], env))
         found.append(("convert", [cli, "convert", path, out], env))
+        found.append(("render", [cli, "render", path, picture], env))
     if a.python_path:
         pyenv = dict(env, PYTHONPATH=a.python_path)
         found.append(("python", [a.python, "-c", PYTHON_LOAD, path], pyenv))
@@ -99,22 +102,25 @@ def main():
     for path in a.files:
         size = os.path.getsize(path)
         out = os.path.join(a.out or os.path.dirname(os.path.abspath(path)), os.path.basename(path) + ".fresh.dxf")
-        todo = cases(a, path, out)
+        picture = out[:-len(".dxf")] + ".svg"
+        todo = cases(a, path, out, picture)
         runs = {name: [] for name, _, _ in todo}
         out_size = 0
         for _ in range(a.reps):
             for name, argv, env in todo:
-                # A convert writes a new file, as users mostly do: replacing
-                # a large file adds the freeing of the old one to the save.
-                if name == "convert" and os.path.exists(out):
-                    os.unlink(out)
+                # A convert or render writes a new file, as users mostly do:
+                # replacing a large file adds the freeing of the old one.
+                written = {"convert": out, "render": picture}.get(name)
+                if written and os.path.exists(written):
+                    os.unlink(written)
                 if a.idle > 0:
                     time.sleep(a.idle)
                 runs[name].append(run(argv, env))
                 if name == "convert":
                     out_size = os.path.getsize(out)
-        if os.path.exists(out):
-            os.unlink(out)
+        for written in out, picture:
+            if os.path.exists(written):
+                os.unlink(written)
         med = {name: {k: statistics.median(r[k] for r in rs) for k in rs[0]} for name, rs in runs.items()}
         limit = med.get("limit", {}).get("wall")
         base = os.path.basename(path)
@@ -125,6 +131,8 @@ def main():
         if "convert" in med and "info" in med and med["convert"]["wall"] > med["info"]["wall"]:
             save = med["convert"]["wall"] - med["info"]["wall"]
             print(f"| {base} | save part of convert | {save:.3f} | | | {out_size / save / 1e6:.0f} (of {out_size / 1e6:.0f} MB written) | | | | |")
+        if "render" in med and "info" in med:
+            print(f"| {base} | render / info wall | {med['render']['wall'] / med['info']['wall']:.2f} | | | | | | | |")
         if "preserve" in med and "load" in med:
             print(f"| {base} | preserve / load wall | {med['preserve']['wall'] / med['load']['wall']:.2f} | | | | | | | |")
         if "python" in med and "info" in med:

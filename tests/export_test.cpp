@@ -229,6 +229,29 @@ TEST(Svg, HatchPatternsAndHostilePairs) {
     EXPECT_NE(svg.find("fill=\"url(#p0)\""), std::string::npos);
 }
 
+// A model space large enough to be drawn by two threads keeps the order read.
+TEST(Svg, ALargeDrawingKeepsTheOrderRead) {
+    static const char* const kHex[] = {"#ff0000", "#ffff00", "#00ff00", "#00ffff", "#0000ff", "#ff00ff"};
+    static const char* const kKinds[] = {"LINE\n10 0\n20 0\n11 1\n21 1\n", "CIRCLE\n10 0\n20 0\n40 1\n", "TEXT\n10 0\n20 0\n40 1\n1 a\n",
+                                         "LWPOLYLINE\n90 2\n10 0\n20 0\n10 2\n20 1\n"};
+    std::string drawing = "0 SECTION\n2 ENTITIES\n", expected;
+    for (int i = 0; i < 12000; ++i) {
+        drawing += std::string("0 ") + kKinds[(i * 7 + i / 5) % 4] + "8 0\n62 " + std::to_string(i % 6 + 1) + "\n";
+        expected += kHex[i % 6];
+    }
+    test::TempDir dir;
+    test::WriteFile(dir / "in.dxf", test::Dxf(drawing + "0 ENDSEC\n0 EOF\n"));
+    DXFDocument doc;
+    doc.SetKeepSplines(true);
+    doc.Load(dir / "in.dxf");
+    std::string svg, drawn;
+    WriteSvg(doc, {}, "", &svg);
+    for (std::size_t at = svg.find("</defs>"); (at = svg.find("=\"#", at)) != std::string::npos; at += 3)
+        if (svg.compare(at + 9, 1, "\"") == 0) drawn += svg.substr(at + 2, 7);
+    EXPECT_EQ(drawn.size(), expected.size());
+    EXPECT_TRUE(drawn == expected) << "first difference at " << std::mismatch(drawn.begin(), drawn.end(), expected.begin()).first - drawn.begin();
+}
+
 // Entities of mixed kinds are drawn in the order read (a raw HATCH among
 // typed ones too), a 3D face filled whatever its edge flags; an MTEXT
 // without a colour takes its layer's (7: the foreground).
