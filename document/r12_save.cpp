@@ -106,31 +106,22 @@ std::vector<std::string> PlainLines(std::string_view text) {
 
 std::vector<TEXT_ENT> AsTexts(const MTEXT_ENT& r) {
     const std::vector<std::string> lines = PlainLines(r.Text);
-    const int align = r.Align >= 1 && r.Align <= 9 ? r.Align : 1;
-    const double h = r.TextHeight;
-    const double spacing = h * 5 / 3 * (r.LineSpacing2 > 0 ? r.LineSpacing2 : 1);
-    const double last = spacing * static_cast<double>(lines.size() - 1);
-    // The baseline of the first line below the attachment point.
-    const double first = align <= 3 ? h : align <= 6 ? (h - last) / 2 : -last;
-    const double c = std::cos(r.TextRotation), s = std::sin(r.TextRotation);
     std::vector<TEXT_ENT> out;
-    for (std::size_t i = 0; i < lines.size(); ++i) {
-        if (lines[i].find_first_not_of(' ') == std::string::npos) continue;
-        const double down = first + spacing * static_cast<double>(i);
+    PlaceLines(r, lines, lines.size(), [&](const std::string& line, double x, double y, double degrees, int hor) {
         TEXT_ENT t;
         t.Layer = r.Layer;
         t.ColorNumber = r.ColorNumber;
-        t.StartX = r.X + s * down;
-        t.StartY = r.Y - c * down;
+        t.StartX = x;
+        t.StartY = y;
         t.StartZ = r.Z;
-        t.TextHeight = h;
-        t.Text = lines[i];
-        t.TextRotation = r.TextRotation * 180 / std::numbers::pi;
+        t.TextHeight = r.TextHeight;
+        t.Text = line;
+        t.TextRotation = degrees;
         t.XScaleFactor = 1.0;
         t.TextStyleName = r.Style;
-        t.HorTextJust = (align - 1) % 3;
+        t.HorTextJust = hor;
         out.push_back(std::move(t));
-    }
+    });
     return out;
 }
 

@@ -796,7 +796,7 @@ void draw(P& p, const TEXT_ENT& r) {
 // Lines wrapped at the text's width, glyphs taken as 0.6 of the height wide.
 // A multiline text reads a colour it does not state as 0; in the model space,
 // where no insert could lend one, it is taken as the layer's. Each line is
-// drawn as the TEXT r12::AsTexts makes of it, without making the records.
+// drawn where r12::AsTexts places its TEXTs, without making the records.
 template <class P>
 void draw(P& p, const MTEXT_ENT& r) {
     const int32_t color = r.ColorNumber == 0 && !p.scene.inBlock ? 256 : r.ColorNumber;
@@ -823,20 +823,10 @@ void draw(P& p, const MTEXT_ENT& r) {
             }
         }
     }
-    const int align = r.Align >= 1 && r.Align <= 9 ? r.Align : 1;
-    const double h = r.TextHeight;
-    const double spacing = h * 5 / 3 * (r.LineSpacing2 > 0 ? r.LineSpacing2 : 1);
-    const double last = spacing * static_cast<double>(count - 1);
-    // The baseline of the first line below the attachment point.
-    const double first = align <= 3 ? h : align <= 6 ? (h - last) / 2 : -last;
-    const double c = std::cos(r.TextRotation), s = std::sin(r.TextRotation);
-    const double degrees = r.TextRotation * 180 / std::numbers::pi;
     const Style style = p.StyleOf(r.Layer, color, "");
-    for (std::size_t i = 0; i < count; ++i) {
-        if (lines[i].find_first_not_of(' ') == std::string::npos) continue;
-        const double down = first + spacing * static_cast<double>(i);
-        drawText(p, style, r.X + s * down, r.Y - c * down, h, degrees * kDegree, 1.0, (align - 1) % 3, 0, lines[i]);
-    }
+    r12::PlaceLines(r, lines, count, [&](const std::string& line, double x, double y, double degrees, int hor) {
+        drawText(p, style, x, y, r.TextHeight, degrees * kDegree, 1.0, hor, 0, line);
+    });
 }
 template <class P>
 void draw(P&, const ATTDEF_ENT&) {}  // the inserts draw the attributes
